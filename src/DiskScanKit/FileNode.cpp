@@ -1,0 +1,152 @@
+#include "DiskScanKit/FileNode.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "DiskScanKit/CheckedSize.h"
+#include "DiskScanKit/LargestNodes.h"
+
+namespace tessel {
+
+FileNode* FileNode::create(ArenaCursor& cursor, std::string_view name, bool isDirectory,
+                           FileNode* parent) {
+    // Names are stored NUL-terminated: a file name can't hold a NUL, and no length field is needed.
+    char* text = cursor.allocateArray<char>(name.size() + 1);
+    std::memcpy(text, name.data(), name.size());
+    text[name.size()] = '\0';
+    void* place = cursor.allocate(sizeof(FileNode), alignof(FileNode));
+    return new (place) FileNode(text, isDirectory, parent);
+}
+
+std::string FileNode::path() const {
+    std::vector<std::string_view> names;
+    std::size_t length = 0;
+    for (const FileNode* node = this; node != nullptr; node = node->parent_) {
+        if (node->name_[0] == '\0') continue;
+        names.emplace_back(node->name_);
+        length += names.back().size() + 1;
+    }
+    if (names.empty()) return "/";
+    std::string path;
+    path.reserve(length + 1);
+    for (auto it = names.rbegin(); it != names.rend(); ++it) {
+        if (it != names.rbegin()) path += '/';
+        path += *it;
+    }
+    if (path.front() != '/') path.insert(path.begin(), '/');
+    return path;
+}
+
+int FileNode::depth() const {
+    int depth = 0;
+    for (const FileNode* node = parent_; node != nullptr; node = node->parent_) ++depth;
+    return depth;
+}
+
+std::vector<FileNode*> FileNode::childrenBySize() const {
+    std::vector<FileNode*> sorted(children_, children_ + childCount_);
+    std::stable_sort(sorted.begin(), sorted.end(), [](const FileNode* a, const FileNode* b) {
+        return a->totalBytes_ > b->totalBytes_;
+    });
+    return sorted;
+}
+
+std::vector<FileNode*> FileNode::largestDescendants(int limit, bool directoriesOnly) const {
+    LargestNodes selection(limit);
+    struct Item {
+        const FileNode* node;
+        int depth;
+    };
+    std::vector<Item> stack{{this, 0}};
+    while (!stack.empty()) {
+        Item item = stack.back();
+        stack.pop_back();
+        for (FileNode* child : item.node->children()) {
+            if (!directoriesOnly || child->isDirectory()) selection.offer(child, item.depth + 1);
+            if (child->childCount_ > 0) stack.push_back({child, item.depth + 1});
+        }
+    }
+    return selection.sorted();
+}
+
+std::optional<FileNode::Detachment> FileNode::detachFromTree() {
+    FileNode* parent = parent_;
+    if (parent == nullptr) return std::nullopt;
+    FileNode** begin = parent->children_;
+    FileNode** end = begin + parent->childCount_;
+    FileNode** found = std::find(begin, end, this);
+    if (found == end) return std::nullopt;
+    std::move(found + 1, end, found);
+    --parent->childCount_;
+    Detachment detachment{this, parent, static_cast<std::size_t>(found - begin), totalBytes_};
+    for (FileNode* node = parent; node != nullptr; node = node->parent_)
+        node->totalBytes_ = checkedSubtract(node->totalBytes_, detachment.bytes);
+    parent_ = nullptr;
+    return detachment;
+}
+
+void FileNode::reattach(const Detachment& detachment) {
+    FileNode* parent = detachment.parent;
+    FileNode** begin = parent->children_;
+    FileNode** end = begin + parent->childCount_;
+    if (std::find(begin, end, this) != end) return;
+    // Every slot a reattachment fills was freed by a detachment, so the array has room.
+    if (parent->childCount_ >= parent->childCapacity_) {
+        std::fputs("tessel: reattach found no room in the parent's children\n", stderr);
+        std::abort();
+    }
+    std::size_t index = std::min<std::size_t>(detachment.index, parent->childCount_);
+    std::move_backward(begin + index, end, end + 1);
+    begin[index] = this;
+    ++parent->childCount_;
+    parent_ = parent;
+    for (FileNode* node = parent; node != nullptr; node = node->parent_)
+        node->totalBytes_ = checkedAdd(node->totalBytes_, detachment.bytes);
+}
+
+void FileNode::setChildren(ArenaCursor& cursor, std::span<FileNode* const> children) {
+    if (children.size() > childCapacity_) {
+        children_ = cursor.allocateArray<FileNode*>(children.size());
+        childCapacity_ = static_cast<std::uint32_t>(children.size()) & 0x7fffffffu;
+    }
+    std::copy(children.begin(), children.end(), children_);
+    childCount_ = static_cast<std::uint32_t>(children.size());
+}
+
+void FileNode::appendChild(ArenaCursor& cursor, FileNode* child) {
+    if (childCount_ == childCapacity_) {
+        std::uint32_t capacity = childCapacity_ == 0 ? 4 : childCapacity_ * 2;
+        FileNode** grown = cursor.allocateArray<FileNode*>(capacity);
+        std::copy(children_, children_ + childCount_, grown);
+        children_ = grown;
+        childCapacity_ = capacity & 0x7fffffffu;
+    }
+    children_[childCount_++] = child;
+    child->parent_ = this;
+}
+
+void FileNode::addTotalBytes(std::int64_t bytes) { totalBytes_ = checkedAdd(totalBytes_, bytes); }
+
+void FileNode::setAggregatedFiles(std::int64_t bytes, std::int64_t count) {
+    aggregatedFileBytes_ = bytes;
+    aggregatedFileCount_ = static_cast<std::int32_t>(count);
+}
+
+FileNode* FileTree::makeNode(std::string_view name, bool isDirectory, FileNode* parent) {
+    std::lock_guard guard(buildLock_);
+    return FileNode::create(cursor_, name, isDirectory, parent);
+}
+
+void FileTree::appendChild(FileNode* parent, FileNode* child) {
+    std::lock_guard guard(buildLock_);
+    parent->appendChild(cursor_, child);
+}
+
+std::shared_ptr<FileNode> makeRootedTree(const std::string& standardizedRootPath) {
+    auto tree = std::make_shared<FileTree>();
+    std::string_view name = standardizedRootPath == "/" ? std::string_view{} : standardizedRootPath;
+    return FileTree::share(tree, tree->makeNode(name, true, nullptr));
+}
+
+} // namespace tessel

@@ -1,0 +1,81 @@
+#include "DiskScanKit/Paths.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <vector>
+
+namespace tessel::Paths {
+
+std::string standardized(std::string_view path, std::string_view home) {
+    std::string expanded;
+    if (path == "~" || path.starts_with("~/")) {
+        expanded.assign(home);
+        expanded.append(path.substr(1));
+    } else {
+        expanded.assign(path);
+    }
+    const bool absolute = !expanded.empty() && expanded.front() == '/';
+    std::vector<std::string_view> parts;
+    std::string_view rest = expanded;
+    while (!rest.empty()) {
+        std::size_t slash = rest.find('/');
+        std::string_view part = rest.substr(0, slash);
+        rest = slash == std::string_view::npos ? std::string_view{} : rest.substr(slash + 1);
+        if (part.empty() || part == ".") continue;
+        if (part == ".." && !parts.empty() && parts.back() != "..") {
+            parts.pop_back();
+            continue;
+        }
+        if (part == ".." && absolute) continue; // "/.." is "/"
+        parts.push_back(part);
+    }
+    std::string normal = absolute ? "/" : "";
+    for (std::size_t i = 0; i < parts.size(); ++i) {
+        if (i > 0) normal += '/';
+        normal += parts[i];
+    }
+    if (normal.empty()) normal = ".";
+    return normal;
+}
+
+std::string standardized(std::string_view path) { return standardized(path, homeFolder()); }
+
+std::string absolute(std::string_view path) {
+    if (path.starts_with('/') || path.starts_with('~')) return standardized(path);
+    std::string working = "/";
+    if (char* folder = getcwd(nullptr, 0); folder != nullptr) {
+        working = folder;
+        std::free(folder);
+    }
+    return standardized(join(working, path));
+}
+
+bool isWithin(std::string_view path, std::string_view ancestor) {
+    if (ancestor == "/") return path.starts_with('/');
+    if (!path.starts_with(ancestor)) return false;
+    return path.size() == ancestor.size() || path[ancestor.size()] == '/';
+}
+
+std::string join(std::string_view folder, std::string_view name) {
+    std::string joined(folder);
+    if (joined.empty() || joined.back() != '/') joined += '/';
+    joined += name;
+    return joined;
+}
+
+std::string_view lastComponent(std::string_view path) {
+    while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
+    std::size_t slash = path.rfind('/');
+    return slash == std::string_view::npos || path == "/" ? path : path.substr(slash + 1);
+}
+
+std::string homeFolder() {
+    if (const char* home = std::getenv("HOME"); home != nullptr && home[0] != '\0') return home;
+    if (const passwd* entry = getpwuid(getuid()); entry != nullptr && entry->pw_dir != nullptr)
+        return entry->pw_dir;
+    return "/";
+}
+
+} // namespace tessel::Paths

@@ -1,0 +1,355 @@
+// The parallel scan.
+//
+// Work stack. Folders still to read sit on one stack (`pending_`) that a few
+// worker threads pop from. Each worker reads a whole folder, builds its part
+// of the tree off to the side (a `DirectoryOutcome`), commits it under one
+// short lock, and pushes the subfolders it found. Popping from the top makes
+// the walk depth-first, which keeps the stack small: on a home folder of a
+// million entries it rarely holds more than a few hundred folders.
+//
+// Totals without a second pass. A committed folder records how many
+// subfolders it is still waiting for. When the last one finishes, its total
+// is added to the parent and the parent's count drops; a parent reaching zero
+// passes its own total up in the same way. So every total reaches its parent
+// exactly once, at the moment it is complete.
+//
+//     /a  (commit: 1 file of 4 KB, waits for b and c)
+//     /a/b  (commit: 8 KB, no subfolders -> adds 8 KB to a; a waits for c)
+//     /a/c  (commit: 0 KB, no subfolders -> adds 0 to a; a is done, a adds 12 KB to its parent)
+//
+// Small files. A file below the listing size gets no node: it becomes one
+// more count and a few more bytes on its folder. The tree then grows with the
+// number of folders and large files, not with the number of files.
+//
+// Hard links. A file with two or more links is counted once: the first link
+// met, on whichever thread, carries its bytes; later ones count as files of 0
+// bytes. Only such files take the link lock, so the common file takes none.
+//
+// Tickets and the watchdog. Every folder in progress has a ticket whose
+// `lastActivity` is renewed after each batch of entries. The thread that
+// started the run waits on a semaphore; each second without news it looks for
+// tickets silent for `stallTimeout` (a dead network share, a disk that never
+// wakes), marks them released, lets their folders stand as empty, and starts
+// a replacement thread. A thread blocked in the kernel can't be killed, so the
+// stuck one is abandoned: if its read ever returns it sees `released` and
+// leaves without touching the tree. It keeps the run alive through its own
+// reference. On cancellation every ticket is released at the next tick, so a
+// cancelled scan returns within about a second whatever the disk is doing.
+//
+// Locks. Five plain mutexes guard the stack, the tree, the link set, the
+// counters and the tickets. No two are ever held together, so there is no
+// order to keep, and none is held across a call that reads the disk.
+
+#include "ScanRun.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+
+#include "DiskScanKit/CheckedSize.h"
+#include "DiskScanKit/Paths.h"
+#include "DiskScanKit/Threads.h"
+
+namespace tessel {
+
+namespace {
+
+constexpr int cloudOnlyCode = 11; // EDEADLK: the folder is a placeholder that would have to download
+constexpr const char* volumeTrashName = ".Trashes";
+
+double uptime() {
+    using namespace std::chrono;
+    return duration<double>(steady_clock::now().time_since_epoch()).count();
+}
+
+double wallClock() {
+    using namespace std::chrono;
+    return duration<double>(system_clock::now().time_since_epoch()).count();
+}
+
+} // namespace
+
+ScanRun::DirectoryHandle::~DirectoryHandle() { close(fd); }
+
+ScanRun::Worker::Worker(Arena& arena, std::size_t size)
+    : cursor(arena), buffer(new std::byte[size]), bufferSize(size) {}
+
+ScanRun::ScanRun(std::string rootPath, std::uint64_t rootDevice, ScanOptions options,
+                 Progress progress, IsCancelled isCancelled)
+    : rootPath_(std::move(rootPath)), rootDevice_(rootDevice), options_(std::move(options)),
+      progress_(std::move(progress)), isCancelled_(std::move(isCancelled)),
+      tree_(std::make_shared<FileTree>()),
+      rootNode_(tree_->makeNode(rootPath_ == "/" ? std::string_view{} : rootPath_, true, nullptr)),
+      watchdogCursor_(tree_->arena()) {}
+
+ScanResult ScanRun::execute() {
+    const double start = uptime();
+    pending_.push_back({rootPath_, rootNode_, nullptr});
+
+    const int workers = std::max(1, options_.workerCount);
+    for (int i = 0; i < workers; ++i) startWorker();
+
+    int remaining = workers;
+    while (remaining > 0) {
+        if (finished_.try_acquire_for(std::chrono::seconds(1))) {
+            --remaining;
+            continue;
+        }
+        auto [released, replacements] = releaseStalledFolders();
+        remaining -= released;
+        for (int i = 0; i < replacements; ++i) startWorker();
+        remaining += replacements;
+    }
+
+    ScanResult result;
+    result.root = FileTree::share(tree_, rootNode_);
+    std::lock_guard guard(statsLock_);
+    result.directories = directoryCount_;
+    result.files = fileCount_;
+    result.bytes = rootNode_->totalBytes();
+    result.hardLinkBytesSkipped = hardLinkBytesSkipped_;
+    result.hardLinksSkipped = hardLinksSkipped_;
+    result.unreadableDirectories = unreadableDirectories_;
+    result.cloudOnlyDirectories = cloudOnlyDirectories_;
+    result.stalledPaths = stalledPaths_;
+    result.duration = uptime() - start;
+    return result;
+}
+
+void ScanRun::startWorker() {
+    std::shared_ptr<ScanRun> self = shared_from_this();
+    const auto bufferSize = static_cast<std::size_t>(std::max<std::int64_t>(options_.bufferSize, 4096));
+    startDetachedThread(workerNamePrefix, nextWorkerNumber_++, workerStackBytes,
+                        [self, bufferSize] {
+                            Worker worker(self->tree_->arena(), bufferSize);
+                            if (self->workerLoop(worker)) self->finished_.release();
+                        });
+}
+
+bool ScanRun::workerLoop(Worker& worker) {
+    while (std::optional<PendingDirectory> job = takeWork()) {
+        auto ticket = std::make_shared<Ticket>(Ticket{job->path, job->node, uptime()});
+        {
+            std::lock_guard guard(ticketLock_);
+            reading_.emplace(ticket.get(), ticket);
+        }
+        DirectoryOutcome outcome = scanDirectory(*job, *ticket, worker);
+        {
+            std::lock_guard guard(ticketLock_);
+            // Replaced while reading: the watchdog has already stood in for this folder.
+            if (ticket->released) return false;
+            reading_.erase(ticket.get());
+        }
+        commit(outcome, job->node, worker.cursor);
+        {
+            std::lock_guard guard(workLock_);
+            pending_.insert(pending_.end(), std::make_move_iterator(outcome.subdirectories.begin()),
+                            std::make_move_iterator(outcome.subdirectories.end()));
+            --activeWorkers_;
+        }
+        workChanged_.notify_all();
+    }
+    return true;
+}
+
+std::optional<ScanRun::PendingDirectory> ScanRun::takeWork() {
+    std::unique_lock guard(workLock_);
+    for (;;) {
+        if (cancelledNow()) pending_.clear();
+        if (!pending_.empty()) {
+            PendingDirectory job = std::move(pending_.back());
+            pending_.pop_back();
+            ++activeWorkers_;
+            return job;
+        }
+        if (activeWorkers_ == 0) {
+            guard.unlock();
+            workChanged_.notify_all();
+            return std::nullopt;
+        }
+        workChanged_.wait(guard);
+    }
+}
+
+ScanRun::DirectoryOutcome ScanRun::scanDirectory(PendingDirectory& job, Ticket& ticket,
+                                                 Worker& worker) {
+    DirectoryOutcome outcome;
+    if (options_.beforeReading) options_.beforeReading(job.path);
+
+    std::optional<DirectoryReader> reader;
+    try {
+        const int parentFd = job.parent ? job.parent->fd : -1;
+        reader.emplace(job.path, std::span(worker.buffer.get(), worker.bufferSize),
+                       options_.retainFileNames, parentFd, job.node->name());
+    } catch (const DirectoryReaderError& error) {
+        if (std::optional<PendingDirectory> trash = ownTrashFolder(job.path, job.node, worker.cursor)) {
+            outcome.childNodes.push_back(trash->node);
+            outcome.subdirectories.push_back(std::move(*trash));
+            return outcome;
+        }
+        (error.code() == cloudOnlyCode ? outcome.onlyInTheCloud : outcome.unreadable) = true;
+        return outcome;
+    }
+    // Once this folder is open its parent's descriptor is no longer needed by it.
+    job.parent.reset();
+
+    const std::string prefix = job.path == "/" ? "/" : job.path + "/";
+    const std::function<void(const RawEntry&)> sink = [&](const RawEntry& entry) {
+        consume(entry, prefix, job.node, outcome, worker);
+    };
+    for (;;) {
+        int count = 0;
+        try {
+            count = reader->readBatch(sink);
+        } catch (const DirectoryReaderError& error) {
+            (error.code() == cloudOnlyCode ? outcome.onlyInTheCloud : outcome.unreadable) = true;
+            break;
+        }
+        {
+            std::lock_guard guard(ticketLock_);
+            if (ticket.released) return outcome;
+            ticket.lastActivity = uptime();
+        }
+        if (count == 0) break;
+    }
+
+    // Subfolders open relative to this folder, which stays open until the last of them has.
+    if (!outcome.subdirectories.empty()) {
+        auto handle = std::make_shared<DirectoryHandle>(reader->releaseDescriptor());
+        for (PendingDirectory& subdirectory : outcome.subdirectories) subdirectory.parent = handle;
+    }
+    return outcome;
+}
+
+void ScanRun::consume(const RawEntry& entry, const std::string& prefix, FileNode* parent,
+                      DirectoryOutcome& outcome, Worker& worker) {
+    if (entry.objectType == ObjectType::directory) {
+        if (options_.skippedNames.contains(entry.name)) return;
+        std::string path = prefix;
+        path += entry.name;
+        if (options_.skippedPaths.contains(path)) return;
+        if (!options_.crossDeviceBoundaries && entry.deviceID != rootDevice_) return;
+        FileNode* node = FileNode::create(worker.cursor, entry.name, true, parent);
+        outcome.childNodes.push_back(node);
+        outcome.subdirectories.push_back({std::move(path), node, nullptr});
+        return;
+    }
+
+    std::int64_t size = entry.allocatedBytes;
+    if (entry.linkCount >= 2) {
+        bool firstLink = false;
+        {
+            std::lock_guard guard(linkLock_);
+            firstLink = seenLinkedFiles_.insert({entry.deviceID, entry.fileID}).second;
+        }
+        if (!firstLink) {
+            ++outcome.hardLinksSkipped;
+            outcome.hardLinkBytesSkipped = checkedAdd(outcome.hardLinkBytesSkipped, size);
+            size = 0;
+        }
+    }
+    ++outcome.files;
+    outcome.ownBytes = checkedAdd(outcome.ownBytes, size);
+    if (options_.fileNodeThreshold < 0 || size < options_.fileNodeThreshold) {
+        outcome.aggregatedBytes = checkedAdd(outcome.aggregatedBytes, size);
+        ++outcome.aggregatedFiles;
+        return;
+    }
+    FileNode* node = FileNode::create(worker.cursor, entry.name, false, parent);
+    node->setTotalBytes(size);
+    outcome.childNodes.push_back(node);
+}
+
+std::optional<ScanRun::PendingDirectory> ScanRun::ownTrashFolder(const std::string& path,
+                                                                 FileNode* node,
+                                                                 ArenaCursor& cursor) {
+    // A volume's trash can't be listed by a user, but the user's own part of it can.
+    if (Paths::lastComponent(path) != volumeTrashName) return std::nullopt;
+    const std::string uid = std::to_string(getuid());
+    std::string own = Paths::join(path, uid);
+    struct stat info {};
+    if (lstat(own.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) return std::nullopt;
+    if (!options_.crossDeviceBoundaries && static_cast<std::uint64_t>(info.st_dev) != rootDevice_)
+        return std::nullopt;
+    return PendingDirectory{std::move(own), FileNode::create(cursor, uid, true, node), nullptr};
+}
+
+void ScanRun::commit(const DirectoryOutcome& outcome, FileNode* node, ArenaCursor& cursor) {
+    {
+        std::lock_guard guard(treeLock_);
+        node->setChildren(cursor, outcome.childNodes);
+        node->setAggregatedFiles(outcome.aggregatedBytes, outcome.aggregatedFiles);
+        node->addTotalBytes(outcome.ownBytes);
+        node->setPendingChildren(static_cast<std::int64_t>(outcome.subdirectories.size()));
+        if (outcome.subdirectories.empty()) {
+            for (FileNode* current = node; current->parent() != nullptr;) {
+                FileNode* parent = current->parent();
+                parent->addTotalBytes(current->totalBytes());
+                parent->setPendingChildren(parent->pendingChildren() - 1);
+                if (parent->pendingChildren() > 0) break;
+                current = parent;
+            }
+        }
+    }
+    mergeStatistics(outcome);
+}
+
+void ScanRun::mergeStatistics(const DirectoryOutcome& outcome) {
+    std::optional<ScanProgress> report;
+    {
+        std::lock_guard guard(statsLock_);
+        ++directoryCount_;
+        fileCount_ += outcome.files;
+        byteCount_ = checkedAdd(byteCount_, outcome.ownBytes);
+        hardLinksSkipped_ += outcome.hardLinksSkipped;
+        hardLinkBytesSkipped_ = checkedAdd(hardLinkBytesSkipped_, outcome.hardLinkBytesSkipped);
+        if (outcome.unreadable) ++unreadableDirectories_;
+        if (outcome.onlyInTheCloud) ++cloudOnlyDirectories_;
+        if (progress_) {
+            const double now = wallClock();
+            if (now - lastProgressReport_ >= options_.progressInterval) {
+                lastProgressReport_ = now;
+                report = ScanProgress{directoryCount_, fileCount_, byteCount_};
+            }
+        }
+    }
+    if (report) progress_(*report);
+}
+
+std::pair<int, int> ScanRun::releaseStalledFolders() {
+    const double now = uptime();
+    const bool cancelled = cancelledNow();
+    std::vector<std::shared_ptr<Ticket>> collected;
+    {
+        std::lock_guard guard(ticketLock_);
+        for (auto it = reading_.begin(); it != reading_.end();) {
+            Ticket& ticket = *it->second;
+            if (cancelled || now - ticket.lastActivity >= options_.stallTimeout) {
+                ticket.released = true;
+                collected.push_back(std::move(it->second));
+                it = reading_.erase(it);
+            } else {
+                ++it;
+            }
+        }
+    }
+    for (const std::shared_ptr<Ticket>& ticket : collected) {
+        if (!cancelled) {
+            std::lock_guard guard(statsLock_);
+            stalledPaths_.push_back(ticket->path);
+        }
+        commit(DirectoryOutcome{}, ticket->node, watchdogCursor_);
+        {
+            std::lock_guard guard(workLock_);
+            --activeWorkers_;
+        }
+        workChanged_.notify_all();
+    }
+    const int released = static_cast<int>(collected.size());
+    return {released, cancelled ? 0 : released};
+}
+
+} // namespace tessel

@@ -1,0 +1,146 @@
+#pragma once
+// One run of the disk scanner; see ScanRun.cpp for how it works.
+
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <semaphore>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include "DiskScanKit/DirectoryReader.h"
+#include "DiskScanKit/FileNode.h"
+#include "DiskScanKit/ScanOptions.h"
+#include "DiskScanKit/ScanRecords.h"
+
+namespace tessel {
+
+class ScanRun : public std::enable_shared_from_this<ScanRun> {
+public:
+    using Progress = std::function<void(const ScanProgress&)>;
+    using IsCancelled = std::function<bool()>;
+
+    ScanRun(std::string rootPath, std::uint64_t rootDevice, ScanOptions options, Progress progress,
+            IsCancelled isCancelled);
+    ScanRun(const ScanRun&) = delete;
+    ScanRun& operator=(const ScanRun&) = delete;
+
+    // Walks the tree on the run's own threads and blocks until it is done.
+    ScanResult execute();
+
+    static constexpr std::size_t workerStackBytes = 524288;
+    static constexpr const char* workerNamePrefix = "DiskScanner.worker.";
+
+private:
+    // An open folder whose subfolders are still to be opened relative to it.
+    struct DirectoryHandle {
+        int fd;
+        explicit DirectoryHandle(int descriptor) : fd(descriptor) {}
+        ~DirectoryHandle();
+        DirectoryHandle(const DirectoryHandle&) = delete;
+        DirectoryHandle& operator=(const DirectoryHandle&) = delete;
+    };
+
+    struct PendingDirectory {
+        std::string path;
+        FileNode* node = nullptr;
+        std::shared_ptr<DirectoryHandle> parent;
+    };
+
+    struct Ticket {
+        std::string path;
+        FileNode* node;
+        double lastActivity;
+        bool released = false;
+    };
+
+    struct DirectoryOutcome {
+        std::vector<PendingDirectory> subdirectories;
+        std::vector<FileNode*> childNodes;
+        std::int64_t ownBytes = 0;
+        std::int64_t files = 0;
+        std::int64_t aggregatedBytes = 0;
+        std::int64_t aggregatedFiles = 0;
+        std::int64_t hardLinksSkipped = 0;
+        std::int64_t hardLinkBytesSkipped = 0;
+        bool unreadable = false;
+        bool onlyInTheCloud = false;
+    };
+
+    // What each thread keeps to itself: its place in the arena and its read buffer.
+    struct Worker {
+        explicit Worker(Arena& arena, std::size_t bufferSize);
+        ArenaCursor cursor;
+        std::unique_ptr<std::byte[]> buffer;
+        std::size_t bufferSize;
+    };
+
+    struct LinkedFile {
+        std::uint64_t device;
+        std::uint64_t fileID;
+        bool operator==(const LinkedFile&) const = default;
+    };
+    struct LinkedFileHash {
+        std::size_t operator()(const LinkedFile& file) const {
+            return std::hash<std::uint64_t>{}(file.fileID * 0x9e3779b97f4a7c15ULL ^ file.device);
+        }
+    };
+
+    void startWorker();
+    bool workerLoop(Worker& worker);
+    std::optional<PendingDirectory> takeWork();
+    DirectoryOutcome scanDirectory(PendingDirectory& job, Ticket& ticket, Worker& worker);
+    void consume(const RawEntry& entry, const std::string& prefix, FileNode* parent,
+                 DirectoryOutcome& outcome, Worker& worker);
+    std::optional<PendingDirectory> ownTrashFolder(const std::string& path, FileNode* node,
+                                                   ArenaCursor& cursor);
+    void commit(const DirectoryOutcome& outcome, FileNode* node, ArenaCursor& cursor);
+    void mergeStatistics(const DirectoryOutcome& outcome);
+    std::pair<int, int> releaseStalledFolders();
+    bool cancelledNow() const { return isCancelled_ && isCancelled_(); }
+
+    const std::string rootPath_;
+    const std::uint64_t rootDevice_;
+    const ScanOptions options_;
+    const Progress progress_;
+    const IsCancelled isCancelled_;
+    const std::shared_ptr<FileTree> tree_;
+    FileNode* rootNode_;
+
+    std::mutex workLock_;
+    std::condition_variable workChanged_;
+    std::vector<PendingDirectory> pending_;
+    int activeWorkers_ = 0;
+
+    std::mutex treeLock_;
+
+    std::mutex linkLock_;
+    std::unordered_set<LinkedFile, LinkedFileHash> seenLinkedFiles_;
+
+    std::mutex statsLock_;
+    std::int64_t directoryCount_ = 0;
+    std::int64_t fileCount_ = 0;
+    std::int64_t byteCount_ = 0;
+    std::int64_t hardLinksSkipped_ = 0;
+    std::int64_t hardLinkBytesSkipped_ = 0;
+    std::int64_t unreadableDirectories_ = 0;
+    std::int64_t cloudOnlyDirectories_ = 0;
+    std::vector<std::string> stalledPaths_;
+    double lastProgressReport_ = 0;
+
+    std::mutex ticketLock_;
+    std::unordered_map<Ticket*, std::shared_ptr<Ticket>> reading_;
+
+    // Written only by the thread that runs execute().
+    std::counting_semaphore<> finished_{0};
+    int nextWorkerNumber_ = 0;
+    ArenaCursor watchdogCursor_;
+};
+
+} // namespace tessel

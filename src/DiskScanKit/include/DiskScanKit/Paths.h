@@ -1,0 +1,22 @@
+#pragma once
+// Paths in normal form: absolute where they can be, no "." or empty
+// components, ".." resolved by name, no trailing "/". Two paths name the same
+// place only when their normal forms are equal.
+
+#include <string>
+#include <string_view>
+
+namespace tessel::Paths {
+
+// Expands a leading "~" with `home`, then normalises.
+std::string standardized(std::string_view path, std::string_view home);
+std::string standardized(std::string_view path);
+// A relative path made absolute against the working folder, then standardised.
+std::string absolute(std::string_view path);
+// Equal to `ancestor`, or below it at a component boundary.
+bool isWithin(std::string_view path, std::string_view ancestor);
+std::string join(std::string_view folder, std::string_view name);
+std::string_view lastComponent(std::string_view path);
+std::string homeFolder();
+
+} // namespace tessel::Paths

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <set>
+#include <string>
+
+#include "DiskScanKit/Platform.h"
+
+namespace tessel {
+
+using NameSet = std::set<std::string, std::less<>>;
+
+struct ScanOptions {
+    static int defaultWorkerCount();
+    static const NameSet& defaultSkippedPaths();
+    static const NameSet& skippedPathsOn(Platform platform);
+    static const NameSet& defaultSkippedNames();
+
+    // Values below 1 are raised to 1 when a run starts.
+    int workerCount = defaultWorkerCount();
+    std::int64_t bufferSize = 131072;
+    bool retainFileNames = true;
+    bool crossDeviceBoundaries = false;
+    // Files smaller than this leave no node, only two counters on their folder.
+    std::int64_t fileNodeThreshold = 1048576;
+    NameSet skippedPaths = defaultSkippedPaths();
+    NameSet skippedNames = defaultSkippedNames();
+    double progressInterval = 0.1;
+    double stallTimeout = 30;
+    std::function<void(const std::string& path)> beforeReading;
+
+    // The same options with volume trashes entered.
+    ScanOptions includingVolumeTrash() const;
+};
+
+} // namespace tessel

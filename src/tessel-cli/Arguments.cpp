@@ -1,0 +1,75 @@
+#include "Arguments.h"
+
+#include <charconv>
+
+namespace tessel::cli {
+
+std::optional<std::string> Arguments::value(const std::string& option) const {
+    auto found = values.find(option);
+    if (found == values.end()) return std::nullopt;
+    return found->second;
+}
+
+std::optional<std::int64_t> Arguments::integer(const std::string& option, std::int64_t minimum) const {
+    std::optional<std::string> text = value(option);
+    if (!text) return std::nullopt;
+    std::int64_t number = 0;
+    auto [end, error] = std::from_chars(text->data(), text->data() + text->size(), number);
+    if (error != std::errc{} || end != text->data() + text->size() || number < minimum)
+        throw UsageError("--" + option + " wants a whole number of at least " +
+                         std::to_string(minimum) + ", not \"" + *text + "\"");
+    return number;
+}
+
+std::optional<double> Arguments::seconds(const std::string& option) const {
+    std::optional<std::string> text = value(option);
+    if (!text) return std::nullopt;
+    double number = 0;
+    auto [end, error] = std::from_chars(text->data(), text->data() + text->size(), number);
+    if (error != std::errc{} || end != text->data() + text->size() || !(number > 0))
+        throw UsageError("--" + option + " wants a number of seconds above 0, not \"" + *text + "\"");
+    return number;
+}
+
+Arguments parseArguments(const std::vector<std::string>& words, const std::vector<OptionSpec>& specs) {
+    Arguments arguments;
+    bool optionsEnded = false;
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        const std::string& word = words[i];
+        if (optionsEnded || !word.starts_with("--")) {
+            arguments.positionals.push_back(word);
+            continue;
+        }
+        if (word == "--") {
+            optionsEnded = true;
+            continue;
+        }
+        std::string name = word.substr(2);
+        std::optional<std::string> inlineValue;
+        if (std::size_t equals = name.find('='); equals != std::string::npos) {
+            inlineValue = name.substr(equals + 1);
+            name.resize(equals);
+        }
+        if (name == "help") {
+            arguments.flags.insert(name);
+            continue;
+        }
+        const OptionSpec* spec = nullptr;
+        for (const OptionSpec& candidate : specs)
+            if (candidate.name == name) spec = &candidate;
+        if (spec == nullptr) throw UsageError("unknown option --" + name);
+        if (!spec->takesValue) {
+            if (inlineValue) throw UsageError("--" + name + " takes no value");
+            arguments.flags.insert(name);
+        } else if (inlineValue) {
+            arguments.values[name] = *inlineValue;
+        } else if (i + 1 < words.size()) {
+            arguments.values[name] = words[++i];
+        } else {
+            throw UsageError("--" + name + " needs a value");
+        }
+    }
+    return arguments;
+}
+
+} // namespace tessel::cli

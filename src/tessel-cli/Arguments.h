@@ -1,0 +1,39 @@
+#pragma once
+// The command line of one command: options by name, the rest in order.
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace tessel::cli {
+
+// A mistake in how the tool was called: exit status 2.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+struct OptionSpec {
+    std::string name; // without the leading "--"
+    bool takesValue = false;
+};
+
+struct Arguments {
+    std::vector<std::string> positionals;
+    std::map<std::string, std::string> values;
+    std::set<std::string> flags;
+
+    bool has(const std::string& flag) const { return flags.contains(flag); }
+    std::optional<std::string> value(const std::string& option) const;
+    std::optional<std::int64_t> integer(const std::string& option, std::int64_t minimum) const;
+    std::optional<double> seconds(const std::string& option) const;
+};
+
+// "--name value", "--name=value" and "--" are understood; "--help" is always a flag.
+Arguments parseArguments(const std::vector<std::string>& words, const std::vector<OptionSpec>& specs);
+
+} // namespace tessel::cli

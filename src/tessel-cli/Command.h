@@ -1,0 +1,28 @@
+#pragma once
+// What every command of the tool shares: its name, its help, and how it runs.
+
+#include <string>
+#include <vector>
+
+namespace tessel::cli {
+
+// Exit statuses of the tool.
+constexpr int exitSuccess = 0;
+constexpr int exitFailure = 1;
+constexpr int exitUsage = 2;
+
+struct Command {
+    const char* name;
+    const char* summary;
+    const char* help;
+    int (*run)(const std::vector<std::string>& words);
+};
+
+const std::vector<Command>& commands();
+
+// "tessel: " and the sentence, on standard error.
+void printError(const std::string& sentence);
+
+int runScan(const std::vector<std::string>& words);
+
+} // namespace tessel::cli

@@ -1,0 +1,133 @@
+#include <cstdio>
+#include <iostream>
+#include <nlohmann/json.hpp>
+
+#include "Arguments.h"
+#include "Command.h"
+#include "ProgressLine.h"
+#include "TerminalText.h"
+#include "DiskScanKit/ByteFormat.h"
+#include "DiskScanKit/DiskScanner.h"
+#include "DiskScanKit/ScanReport.h"
+
+namespace tessel::cli {
+
+namespace {
+
+constexpr int listedItems = 10;
+
+const std::vector<OptionSpec> scanOptions{
+    {"json", false},          {"workers", true},      {"threshold", true},
+    {"cross-devices", false}, {"include-trash", false}, {"stall-timeout", true},
+};
+
+ScanOptions optionsFrom(const Arguments& arguments) {
+    ScanOptions options;
+    options.progressInterval = 0.25;
+    if (auto workers = arguments.integer("workers", 1)) options.workerCount = static_cast<int>(*workers);
+    if (auto threshold = arguments.integer("threshold", 0)) options.fileNodeThreshold = *threshold;
+    if (auto stall = arguments.seconds("stall-timeout")) options.stallTimeout = *stall;
+    options.crossDeviceBoundaries = arguments.has("cross-devices");
+    if (arguments.has("include-trash")) options = options.includingVolumeTrash();
+    return options;
+}
+
+void printJson(const ScanResult& result, const ScanReport::Inventory& inventory) {
+    auto items = [](const std::vector<FileNode*>& nodes) {
+        nlohmann::ordered_json list = nlohmann::ordered_json::array();
+        for (const FileNode* node : nodes)
+            list.push_back({{"path", node->path()}, {"bytes", node->totalBytes()}});
+        return list;
+    };
+    nlohmann::ordered_json report{
+        {"root", result.root->path()},
+        {"bytes", result.bytes},
+        {"files", result.files},
+        {"directories", result.directories},
+        {"hardLinksSkipped", result.hardLinksSkipped},
+        {"hardLinkBytesSkipped", result.hardLinkBytesSkipped},
+        {"unreadableDirectories", result.unreadableDirectories},
+        {"cloudOnlyDirectories", result.cloudOnlyDirectories},
+        {"stalledPaths", result.stalledPaths},
+        {"duration", result.duration},
+        {"largestFolders", items(inventory.folders)},
+        {"largestFiles", items(inventory.files)},
+    };
+    // Names that are not UTF-8 can't travel in JSON as they are; their bad bytes become U+FFFD.
+    std::cout << report.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
+}
+
+void printList(const char* title, const std::vector<FileNode*>& nodes) {
+    if (nodes.empty()) return;
+    std::printf("\n%s\n", title);
+    for (const FileNode* node : nodes)
+        std::printf("  %s  %s\n", ByteFormat::padded(node->totalBytes(), 9).c_str(),
+                    printable(node->path()).c_str());
+}
+
+std::string plural(std::int64_t count, const char* one, const char* many) {
+    return groupDigits(count) + " " + (count == 1 ? one : many);
+}
+
+void printText(const ScanResult& result, const ScanReport::Inventory& inventory) {
+    std::printf("%s\n", printable(result.root->path()).c_str());
+    std::printf("  %s in %s and %s, scanned in %s\n", ByteFormat::string(result.bytes).c_str(),
+                plural(result.files, "file", "files").c_str(),
+                plural(result.directories, "folder", "folders").c_str(), seconds(result.duration).c_str());
+    if (result.hardLinksSkipped > 0)
+        std::printf("  %s counted once (%s not counted twice)\n",
+                    plural(result.hardLinksSkipped, "extra hard link", "extra hard links").c_str(),
+                    ByteFormat::string(result.hardLinkBytesSkipped).c_str());
+    printList("Largest folders", inventory.folders);
+    printList("Largest files", inventory.files);
+
+    std::vector<std::string> warnings;
+    if (result.unreadableDirectories > 0)
+        warnings.push_back(plural(result.unreadableDirectories, "folder", "folders") +
+                           " could not be read; the total leaves out what they hold.");
+    if (result.cloudOnlyDirectories > 0)
+        warnings.push_back(plural(result.cloudOnlyDirectories, "folder is", "folders are") +
+                           " only in the cloud and were not downloaded.");
+    for (const std::string& path : result.stalledPaths)
+        warnings.push_back("Skipped a folder that did not respond: " + printable(path));
+    if (!warnings.empty()) {
+        std::printf("\nWarnings\n");
+        for (const std::string& warning : warnings) std::printf("  %s\n", warning.c_str());
+    }
+}
+
+} // namespace
+
+int runScan(const std::vector<std::string>& words) {
+    Arguments arguments = parseArguments(words, scanOptions);
+    if (arguments.positionals.size() != 1) throw UsageError("scan wants one folder");
+    ScanOptions options = optionsFrom(arguments);
+
+    ProgressLine line;
+    DiskScanner::Progress progress;
+    if (line.shown()) {
+        progress = [&line](const ScanProgress& now) {
+            line.update("Scanning: " + groupDigits(now.directories) + " folders, " +
+                        groupDigits(now.files) + " files, " + ByteFormat::string(now.bytes) + ", " +
+                        seconds(line.elapsed()));
+        };
+    }
+    ScanResult result;
+    try {
+        result = DiskScanner::scan(arguments.positionals.front(), options, progress);
+    } catch (const DiskScanError& error) {
+        line.clear();
+        printError(error.what());
+        return exitFailure;
+    }
+    line.clear();
+
+    ScanReport::Inventory inventory = ScanReport::inventory(*result.root, listedItems);
+    if (arguments.has("json"))
+        printJson(result, inventory);
+    else
+        printText(result, inventory);
+    return exitSuccess;
+}
+
+} // namespace tessel::cli
