@@ -12,9 +12,14 @@ namespace tessel {
 FileNode* FileNode::create(ArenaCursor& cursor, std::string_view name, bool isDirectory,
                            FileNode* parent) {
     // Names are stored NUL-terminated: a file name can't hold a NUL, and no length field is needed.
-    char* text = cursor.allocateArray<char>(name.size() + 1);
-    std::memcpy(text, name.data(), name.size());
-    text[name.size()] = '\0';
+    // Nameless nodes (files of a sizes-only scan, the root "/") share one empty string.
+    const char* text = "";
+    if (!name.empty()) {
+        char* copy = cursor.allocateArray<char>(name.size() + 1);
+        std::memcpy(copy, name.data(), name.size());
+        copy[name.size()] = '\0';
+        text = copy;
+    }
     void* place = cursor.allocate(sizeof(FileNode), alignof(FileNode));
     return new (place) FileNode(text, isDirectory, parent);
 }

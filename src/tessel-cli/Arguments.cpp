@@ -1,6 +1,7 @@
 #include "Arguments.h"
 
 #include <charconv>
+#include <cmath>
 
 namespace tessel::cli {
 
@@ -26,7 +27,7 @@ std::optional<double> Arguments::seconds(const std::string& option) const {
     if (!text) return std::nullopt;
     double number = 0;
     auto [end, error] = std::from_chars(text->data(), text->data() + text->size(), number);
-    if (error != std::errc{} || end != text->data() + text->size() || !(number > 0))
+    if (error != std::errc{} || end != text->data() + text->size() || !(number > 0) || !std::isfinite(number))
         throw UsageError("--" + option + " wants a number of seconds above 0, not \"" + *text + "\"");
     return number;
 }

@@ -117,7 +117,8 @@ int runScan(const std::vector<std::string>& words) {
         result = DiskScanner::scan(arguments.positionals.front(), options, progress);
     } catch (const DiskScanError& error) {
         line.clear();
-        printError(error.what());
+        // The sentence holds the path as typed, which may hold a newline or an escape.
+        printError(printable(error.what()));
         return exitFailure;
     }
     line.clear();

@@ -36,7 +36,10 @@ std::string printable(std::string_view text) {
     while (!text.empty()) {
         std::size_t length = utf8SequenceLength(text);
         auto lead = static_cast<unsigned char>(text[0]);
-        if (length == 0 || (length == 1 && (lead < 0x20 || lead == 0x7f))) {
+        // U+0080 to U+009F are valid UTF-8, yet some terminals obey them as they obey
+        // ESC (U+009B is a one-character CSI), so they are escaped byte by byte too.
+        const bool c1Control = length == 2 && lead == 0xc2 && static_cast<unsigned char>(text[1]) < 0xa0;
+        if (length == 0 || c1Control || (length == 1 && (lead < 0x20 || lead == 0x7f))) {
             if (lead == '\n') shown += "\\n";
             else if (lead == '\t') shown += "\\t";
             else if (lead == '\r') shown += "\\r";

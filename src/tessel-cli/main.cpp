@@ -67,7 +67,8 @@ int main(int argc, char** argv) {
         try {
             return command.run(words);
         } catch (const UsageError& error) {
-            printError(std::string(error.what()) + " (see \"tessel " + command.name + " --help\")");
+            // The sentence may quote an option as typed, control characters and all.
+            printError(printable(error.what()) + " (see \"tessel " + command.name + " --help\")");
             return exitUsage;
         }
     }

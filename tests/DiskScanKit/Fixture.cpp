@@ -1,0 +1,163 @@
+#include "Fixture.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <cstdlib>
+#include <memory>
+#include <set>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+namespace tessel::test {
+
+namespace {
+
+void check(bool ok, const std::string& what) {
+    if (!ok) throw std::runtime_error(what + ": " + std::strerror(errno));
+}
+
+std::string quoted(const std::string& path) {
+    std::string text = "'";
+    for (char c : path) text += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return text + "'";
+}
+
+} // namespace
+
+TempFolder::TempFolder() {
+    const char* base = std::getenv("TMPDIR");
+    std::string pattern = std::string(base != nullptr && base[0] != '\0' ? base : "/tmp") + "/tessel-test-XXXXXX";
+    std::vector<char> buffer(pattern.begin(), pattern.end());
+    buffer.push_back('\0');
+    check(mkdtemp(buffer.data()) != nullptr, "mkdtemp(" + pattern + ")");
+    path_ = buffer.data();
+}
+
+TempFolder::~TempFolder() {
+    // rm walks relative to descriptors, so chains deeper than PATH_MAX go too.
+    std::string command = "chmod -R u+rwx " + quoted(path_) + " 2>/dev/null; rm -rf " + quoted(path_);
+    if (std::system(command.c_str()) != 0) std::fprintf(stderr, "could not clean up %s\n", path_.c_str());
+}
+
+void makeFolder(const std::string& path) { check(mkdir(path.c_str(), 0755) == 0, "mkdir(" + path + ")"); }
+
+void writeFile(const std::string& path, std::int64_t bytes) {
+    int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    check(fd >= 0, "open(" + path + ")");
+    std::vector<char> block(65536, 'x');
+    for (std::int64_t left = bytes; left > 0;) {
+        auto chunk = static_cast<std::size_t>(std::min<std::int64_t>(left, static_cast<std::int64_t>(block.size())));
+        ssize_t written = write(fd, block.data(), chunk);
+        check(written > 0, "write(" + path + ")");
+        left -= written;
+    }
+    check(fsync(fd) == 0, "fsync(" + path + ")");
+    close(fd);
+}
+
+void writeSparseFile(const std::string& path, std::int64_t logicalBytes) {
+    int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    check(fd >= 0, "open(" + path + ")");
+    check(pwrite(fd, "x", 1, logicalBytes - 1) == 1, "pwrite(" + path + ")");
+    check(fsync(fd) == 0, "fsync(" + path + ")");
+    close(fd);
+}
+
+void makeHardLink(const std::string& existing, const std::string& link) {
+    check(::link(existing.c_str(), link.c_str()) == 0, "link(" + link + ")");
+}
+
+void makeSymlink(const std::string& target, const std::string& link) {
+    check(symlink(target.c_str(), link.c_str()) == 0, "symlink(" + link + ")");
+}
+
+int makeDeepChain(const std::string& base, const std::string& name, int levels) {
+    int fd = open(base.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    check(fd >= 0, "open(" + base + ")");
+    int made = 0;
+    for (; made < levels; ++made) {
+        if (mkdirat(fd, name.c_str(), 0755) != 0) break;
+        int next = openat(fd, name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        close(fd);
+        fd = next;
+        if (fd < 0) break;
+    }
+    if (fd >= 0) {
+        // One file at the bottom, so the depth carries bytes.
+        int file = openat(fd, "bottom", O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+        if (file >= 0) {
+            std::vector<char> bytes(10000, 'b');
+            if (write(file, bytes.data(), bytes.size()) < 0) made = -1;
+            fsync(file);
+            close(file);
+        }
+        close(fd);
+    }
+    return made;
+}
+
+std::int64_t allocatedOf(const std::string& path) {
+    struct stat info {};
+    check(lstat(path.c_str(), &info) == 0, "lstat(" + path + ")");
+    return static_cast<std::int64_t>(info.st_blocks) * 512;
+}
+
+IndependentCount independentCount(const std::string& root) {
+    std::string command = "find " + quoted(root) + " -xdev -printf '%y %D %i %n %b\\n'";
+    std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+    check(pipe != nullptr, "popen(find)");
+    IndependentCount count;
+    std::set<std::pair<unsigned long long, unsigned long long>> seen;
+    char type = 0;
+    unsigned long long device = 0, inode = 0, links = 0, blocks = 0;
+    while (std::fscanf(pipe.get(), " %c %llu %llu %llu %llu", &type, &device, &inode, &links, &blocks) == 5) {
+        if (type == 'd') {
+            ++count.folders;
+            continue;
+        }
+        ++count.entries;
+        if (links > 1 && !seen.insert({device, inode}).second) continue;
+        count.bytes += static_cast<std::int64_t>(blocks) * 512;
+    }
+    return count;
+}
+
+FileNode* findNode(FileNode& root, const std::string& relative) {
+    FileNode* node = &root;
+    std::size_t start = 0;
+    while (node != nullptr && start <= relative.size()) {
+        std::size_t slash = relative.find('/', start);
+        std::string name = relative.substr(start, slash == std::string::npos ? std::string::npos : slash - start);
+        FileNode* next = nullptr;
+        for (FileNode* child : node->children())
+            if (child->name() == name) next = child;
+        node = next;
+        if (slash == std::string::npos) break;
+        start = slash + 1;
+    }
+    return node;
+}
+
+bool totalsAddUp(const FileNode& root) {
+    std::vector<const FileNode*> stack{&root};
+    while (!stack.empty()) {
+        const FileNode* node = stack.back();
+        stack.pop_back();
+        if (!node->isDirectory()) continue;
+        std::int64_t sum = node->aggregatedFileBytes();
+        for (const FileNode* child : node->children()) {
+            sum += child->totalBytes();
+            stack.push_back(child);
+        }
+        if (sum != node->totalBytes()) return false;
+    }
+    return true;
+}
+
+} // namespace tessel::test

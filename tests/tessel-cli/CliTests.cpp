@@ -1,0 +1,424 @@
+// The real tool, run the way a person or a script runs it: its exit status and
+// what it writes on each stream, against folders built on disk for each test.
+
+#include <fcntl.h>
+#include <grp.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <set>
+#include <sstream>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "TerminalText.h"
+
+namespace tessel::cli {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using PathSet = std::set<std::string>;
+
+constexpr std::int64_t defaultThreshold = 1048576;
+
+[[noreturn]] void fail(const char* call) { throw std::system_error(errno, std::generic_category(), call); }
+
+struct Outcome {
+    int status = -1;
+    std::string out, err;
+};
+
+std::string drain(int fd) {
+    std::string text;
+    char buffer[65536];
+    for (ssize_t got; (got = read(fd, buffer, sizeof buffer)) != 0;) {
+        if (got > 0) text.append(buffer, static_cast<std::size_t>(got));
+        else if (errno != EINTR) break; // EIO: a terminal whose far side has closed
+    }
+    close(fd);
+    return text;
+}
+
+// Standard input is /dev/null and standard output a file. Standard error is a pipe, or a
+// pseudo-terminal for `terminal`. `nobody` loses root's power to read any folder, so it
+// needs a temporary folder that everyone may pass through.
+enum class As { usual, nobody, terminal };
+
+Outcome runTessel(std::vector<std::string> words, As as = As::usual) {
+    words.insert(words.begin(), TESSEL_BINARY);
+    std::vector<char*> argv;
+    for (std::string& word : words) argv.push_back(word.data());
+    argv.push_back(nullptr);
+
+    const int out = memfd_create("tessel-stdout", MFD_CLOEXEC);
+    int err[2];
+    if (out < 0) fail("memfd_create");
+    if (as != As::terminal) {
+        if (pipe2(err, O_CLOEXEC) != 0) fail("pipe2");
+    } else {
+        // Opened here, not in the child: a master whose far side was never open reads as hung up.
+        err[0] = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+        if (err[0] < 0 || grantpt(err[0]) != 0 || unlockpt(err[0]) != 0) fail("posix_openpt");
+        if ((err[1] = open(ptsname(err[0]), O_WRONLY | O_NOCTTY | O_CLOEXEC)) < 0) fail("open pts");
+    }
+    const pid_t child = fork();
+    if (child < 0) fail("fork");
+    if (child == 0) {
+        // Nothing but async-signal-safe calls between fork and exec in a threaded process.
+        const int in = open("/dev/null", O_RDONLY);
+        if (in < 0 || dup2(in, 0) < 0 || dup2(out, 1) < 0 || dup2(err[1], 2) < 0) _exit(126);
+        if (as == As::nobody && (setgroups(0, nullptr) != 0 || setgid(65534) != 0 || setuid(65534) != 0))
+            _exit(126);
+        execv(argv[0], argv.data());
+        _exit(127);
+    }
+    close(err[1]);
+    Outcome run;
+    run.err = drain(err[0]);
+    int status = 0;
+    if (waitpid(child, &status, 0) != child) fail("waitpid");
+    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    lseek(out, 0, SEEK_SET);
+    run.out = drain(out);
+    return run;
+}
+
+// A folder of its own for one test, removed with all it holds afterwards.
+class Tree {
+public:
+    Tree() {
+        const char* tmp = std::getenv("TMPDIR");
+        std::string pattern = tmp != nullptr && *tmp != '\0' ? tmp : "/tmp";
+        while (pattern.size() > 1 && pattern.back() == '/') pattern.pop_back();
+        pattern += "/tessel-cli-XXXXXX";
+        if (mkdtemp(pattern.data()) == nullptr) fail("mkdtemp");
+        root_ = pattern;
+    }
+    ~Tree() {
+        for (const std::string& where : locked_) chmod(where.c_str(), 0755);
+        std::error_code ignored;
+        fs::remove_all(root_, ignored);
+    }
+    Tree(const Tree&) = delete;
+    Tree& operator=(const Tree&) = delete;
+
+    const std::string& root() const { return root_; }
+    std::string path(const std::string& name) const { return root_ + "/" + name; }
+    std::string folder(const std::string& name) const {
+        if (mkdir(path(name).c_str(), 0755) != 0) fail("mkdir");
+        return path(name);
+    }
+    // Real contents, so that blocks are allocated.
+    std::string file(const std::string& name, std::size_t bytes) const {
+        std::ofstream stream(path(name), std::ios::binary);
+        if (!(stream << std::string(bytes, 'x')).flush()) fail("write");
+        return path(name);
+    }
+    void lock(const std::string& where) {
+        if (chmod(where.c_str(), 0) != 0) fail("chmod");
+        locked_.push_back(where);
+    }
+
+private:
+    std::string root_;
+    std::vector<std::string> locked_;
+};
+
+std::int64_t allocated(const std::string& path) {
+    struct stat info {};
+    if (lstat(path.c_str(), &info) != 0) fail("lstat");
+    return static_cast<std::int64_t>(info.st_blocks) * 512;
+}
+
+struct Census {
+    std::int64_t bytes = 0, files = 0, folders = 1;
+};
+
+// What a scan should find, asked of the kernel directly: every inode once, folders' own
+// blocks left out.
+Census census(const std::string& root) {
+    Census found;
+    std::set<std::pair<dev_t, ino_t>> seen;
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root)) {
+        struct stat info {};
+        if (lstat(entry.path().c_str(), &info) != 0) fail("lstat");
+        if (S_ISDIR(info.st_mode)) {
+            ++found.folders;
+            continue;
+        }
+        ++found.files;
+        if (seen.emplace(info.st_dev, info.st_ino).second) found.bytes += allocated(entry.path());
+    }
+    return found;
+}
+
+json scanJson(std::vector<std::string> words) {
+    words.insert(words.begin(), {"scan", "--json"});
+    const Outcome run = runTessel(words);
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.err, "") << "nothing but failures belongs on a standard error that is a pipe";
+    return json::parse(run.out); // throws on anything that is not valid JSON
+}
+
+PathSet paths(const json& items) {
+    PathSet found;
+    for (const json& item : items) found.insert(item.at("path").get<std::string>());
+    return found;
+}
+
+// A failure is one line on standard error and nothing on standard output.
+void expectOneErrorLine(const Outcome& run, int status, const std::string& mention) {
+    EXPECT_EQ(run.status, status);
+    EXPECT_EQ(run.out, "");
+    EXPECT_TRUE(run.err.starts_with("tessel: ")) << run.err;
+    EXPECT_TRUE(run.err.ends_with('\n')) << run.err;
+    EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+    EXPECT_NE(run.err.find(mention), std::string::npos) << run.err;
+}
+
+TEST(CliScan, JsonCountsAllocatedBlocksOfEachInodeOnce) {
+    Tree tree;
+    tree.folder("a");
+    tree.folder("b");
+    const std::string data = tree.file("a/data", 3 << 20);
+    const std::string small = tree.file("a/small", 10000);
+    ASSERT_EQ(link(data.c_str(), tree.path("b/link").c_str()), 0);
+    {
+        std::ofstream sparse(tree.path("sparse"), std::ios::binary);
+        sparse.seekp((64 << 20) - 1);
+        sparse.put('x');
+    }
+    if (allocated(tree.path("sparse")) >= defaultThreshold)
+        GTEST_SKIP() << "This file system allocates holes, so no sparse file can be made here.";
+
+    const Census expected = census(tree.root());
+    const json report = scanJson({tree.root()});
+    std::set<std::string> keys;
+    for (const auto& item : report.items()) keys.insert(item.key());
+    EXPECT_EQ(keys, (std::set<std::string>{"root", "bytes", "files", "directories", "hardLinksSkipped",
+                             "hardLinkBytesSkipped", "unreadableDirectories", "cloudOnlyDirectories",
+                             "stalledPaths", "duration", "largestFolders", "largestFiles"}));
+    EXPECT_EQ(report.at("root"), tree.root());
+    EXPECT_EQ(report.at("bytes"), expected.bytes);
+    EXPECT_EQ(report.at("files"), expected.files);
+    EXPECT_EQ(report.at("directories"), expected.folders);
+    EXPECT_EQ(report.at("hardLinksSkipped"), 1);
+    EXPECT_EQ(report.at("hardLinkBytesSkipped"), allocated(data));
+    EXPECT_EQ(report.at("unreadableDirectories"), 0);
+    EXPECT_EQ(report.at("cloudOnlyDirectories"), 0);
+    EXPECT_EQ(report.at("stalledPaths"), json::array());
+    EXPECT_TRUE(report.at("duration").is_number() && report.at("duration") >= 0);
+
+    // Either name of the linked file may be the one counted, never both; the sparse file is
+    // far longer than the threshold but holds a single block.
+    const json& files = report.at("largestFiles");
+    ASSERT_EQ(files.size(), 1u);
+    EXPECT_TRUE(files[0].at("path") == data || files[0].at("path") == tree.path("b/link")) << files;
+    EXPECT_EQ(files[0].at("bytes"), allocated(data));
+    const json& folders = report.at("largestFolders");
+    ASSERT_EQ(folders.size(), 2u);
+    EXPECT_EQ(paths(folders), (PathSet{tree.path("a"), tree.path("b")}));
+    EXPECT_GE(folders[0].at("bytes"), folders[1].at("bytes"));
+    EXPECT_EQ(folders[0].at("bytes").get<std::int64_t>() + folders[1].at("bytes").get<std::int64_t>(),
+              allocated(data) + allocated(small));
+
+    // These change how a scan runs, not what a plain tree on one device holds.
+    const json tuned = scanJson({"--workers", "1", "--cross-devices", "--include-trash",
+                                 "--stall-timeout=2.5", tree.root()});
+    EXPECT_EQ(tuned.at("bytes"), expected.bytes);
+    EXPECT_EQ(tuned.at("files"), expected.files);
+}
+
+TEST(CliScan, ThresholdListsAFileOfExactlyThatAllocatedSize) {
+    Tree tree;
+    const std::string larger = tree.file("larger", 300000);
+    const std::string smaller = tree.file("smaller", 100000);
+    const std::int64_t threshold = allocated(larger);
+    ASSERT_GT(threshold, allocated(smaller));
+    const Census expected = census(tree.root());
+    auto listed = [&](std::vector<std::string> words) {
+        words.push_back(tree.root());
+        const json report = scanJson(words);
+        // Files too small to be listed still count.
+        EXPECT_EQ(report.at("bytes"), expected.bytes);
+        EXPECT_EQ(report.at("files"), 2);
+        return paths(report.at("largestFiles"));
+    };
+    EXPECT_EQ(listed({"--threshold=" + std::to_string(threshold)}), PathSet{larger});
+    EXPECT_EQ(listed({"--threshold", std::to_string(threshold + 1)}), PathSet{});
+    EXPECT_EQ(listed({"--threshold", "0"}), (PathSet{larger, smaller}));
+}
+
+TEST(CliScan, DefaultThresholdListsAFileOfExactlyOneMebibyte) {
+    Tree tree;
+    const std::string exact = tree.file("exact", static_cast<std::size_t>(defaultThreshold));
+    const std::string under = tree.file("under", static_cast<std::size_t>(defaultThreshold / 2));
+    if (allocated(exact) != defaultThreshold || allocated(under) >= defaultThreshold)
+        GTEST_SKIP() << "This file system does not allocate 1 MiB for 1 MiB of data.";
+    EXPECT_EQ(paths(scanJson({tree.root()}).at("largestFiles")), PathSet{exact});
+}
+
+TEST(CliScan, HostileNamesGiveValidJsonAndOneTextLineEach) {
+    struct Name {
+        std::string onDisk, inJson, inText;
+    };
+    const std::vector<Name> names{
+        {"new\nline", "new\nline", "new\\nline"},
+        {"tab\there", "tab\there", "tab\\there"},
+        {"esc\x1b[2J", "esc\x1b[2J", "esc\\x1b[2J"},
+        {"bad\xff", "bad\xef\xbf\xbd", "bad\\xff"},
+        {"csi\xc2\x9b" "2J", "csi\xc2\x9b" "2J", "csi\\xc2\\x9b2J"},
+        {"-rf", "-rf", "-rf"},
+        {" with  spaces ", " with  spaces ", " with  spaces "},
+        {"back\\slash", "back\\slash", "back\\\\slash"},
+        {"dir\nx/inside", "dir\nx/inside", "dir\\nx/inside"},
+    };
+    Tree tree;
+    tree.folder("dir\nx");
+    PathSet inJson;
+    for (const Name& name : names) {
+        tree.file(name.onDisk, 5000);
+        inJson.insert(tree.path(name.inJson));
+    }
+    const json report = scanJson({"--threshold", "0", tree.root()});
+    EXPECT_EQ(paths(report.at("largestFiles")), inJson);
+    EXPECT_EQ(paths(report.at("largestFolders")), PathSet{tree.path("dir\nx")});
+
+    const Outcome text = runTessel({"scan", "--threshold", "0", tree.root()});
+    ASSERT_EQ(text.status, 0) << text.err;
+    EXPECT_EQ(text.err, "");
+    auto raw = std::find_if(text.out.begin(), text.out.end(), [](char c) {
+        auto byte = static_cast<unsigned char>(c);
+        return (byte < 0x20 && byte != '\n') || byte == 0x7f || byte == 0xff;
+    });
+    EXPECT_EQ(raw, text.out.end()) << "raw byte at " << (raw - text.out.begin()) << " of\n" << text.out;
+    EXPECT_EQ(text.out.find("\xc2\x9b"), std::string::npos);
+
+    std::vector<std::string> shown;
+    std::istringstream stream(text.out);
+    for (std::string line; std::getline(stream, line);) shown.push_back(line);
+    ASSERT_FALSE(shown.empty());
+    EXPECT_EQ(shown[0], tree.root());
+    // The rows under the title, up to the blank line that ends the section.
+    std::vector<std::string> files;
+    auto row = std::find(shown.begin(), shown.end(), "Largest files");
+    if (row != shown.end())
+        for (++row; row != shown.end() && !row->empty(); ++row) files.push_back(*row);
+    EXPECT_EQ(files.size(), names.size()) << text.out;
+    for (const Name& name : names) {
+        const std::string ending = "  " + tree.path(name.inText);
+        auto endsSo = [&](const std::string& line) { return line.ends_with(ending); };
+        EXPECT_EQ(std::count_if(files.begin(), files.end(), endsSo), 1) << ending << " in\n" << text.out;
+    }
+    EXPECT_NE(text.out.find("  " + tree.path("dir\\nx") + "\n"), std::string::npos) << text.out;
+}
+
+TEST(CliScan, UnreadableFolderIsCountedAndWarnedAbout) {
+    Tree tree;
+    const std::string kept = tree.file("kept", 5000);
+    const std::string locked = tree.folder("locked");
+    tree.file("locked/hidden", 2 << 20);
+    tree.lock(locked);
+    // Root reads any folder whatever its mode, so there the tool runs as nobody.
+    const As as = geteuid() == 0 ? As::nobody : As::usual;
+    if (as == As::nobody)
+        ASSERT_EQ(chmod(tree.root().c_str(), 0755), 0);
+    else if (access(locked.c_str(), R_OK) == 0)
+        GTEST_SKIP() << "This process may read a folder of mode 000, so none can be unreadable to it.";
+
+    const Outcome run = runTessel({"scan", "--json", tree.root()}, as);
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.err, "");
+    const json report = json::parse(run.out);
+    EXPECT_EQ(report.at("unreadableDirectories"), 1);
+    EXPECT_EQ(report.at("bytes"), allocated(kept));
+
+    const Outcome text = runTessel({"scan", tree.root()}, as);
+    EXPECT_EQ(text.status, 0) << text.err;
+    EXPECT_NE(text.out.find("\nWarnings\n  1 folder could not be read"), std::string::npos) << text.out;
+}
+
+TEST(CliScan, ProgressOnATerminalIsWipedBeforeTheReport) {
+    Tree tree;
+    tree.folder("a");
+    tree.file("a/f", 5000);
+    Outcome shown;
+    try {
+        shown = runTessel({"scan", tree.root()}, As::terminal);
+    } catch (const std::system_error& error) {
+        GTEST_SKIP() << "No pseudo-terminal can be opened here (" << error.what() << ").";
+    }
+    EXPECT_EQ(shown.status, 0);
+    EXPECT_TRUE(shown.out.starts_with(tree.root() + "\n")) << shown.out;
+    EXPECT_NE(shown.err.find("\rScanning: "), std::string::npos) << printable(shown.err);
+    EXPECT_TRUE(shown.err.ends_with("\r\x1b[K")) << printable(shown.err);
+}
+
+TEST(CliErrors, RootThatIsNotAFolderFailsWithStatusOne) {
+    Tree tree;
+    tree.folder("real");
+    const std::string file = tree.file("file", 100);
+    ASSERT_EQ(symlink(tree.path("real").c_str(), tree.path("link").c_str()), 0);
+    const std::vector<std::pair<std::string, std::string>> roots{
+        {tree.path("missing"), tree.path("missing")},
+        {file, file},
+        {tree.path("link"), tree.path("link")},
+        {tree.path("no\nsuch\x1b[2J"), tree.path("no\\nsuch\\x1b[2J")},
+    };
+    for (const auto& [root, shown] : roots) {
+        SCOPED_TRACE(shown);
+        expectOneErrorLine(runTessel({"scan", root}), 1, shown);
+        expectOneErrorLine(runTessel({"scan", "--json", root}), 1, shown);
+    }
+}
+
+TEST(CliErrors, UsageMistakesFailWithStatusTwo) {
+    Tree tree;
+    const std::string root = tree.root();
+    const std::vector<std::vector<std::string>> mistakes{
+        {"scan"}, {"scan", root, root}, {"scan", "--bogus", root}, {"scan", "--workers", "0", root},
+        {"scan", "--workers", "abc", root}, {"scan", "--stall-timeout", "-1", root},
+        {"scan", "--json=yes", root}, {"scan", root, "--threshold"}, {"scan", "--bad\noption", root},
+        {"frobnicate", root}, {"frob\nnicate"},
+    };
+    for (const std::vector<std::string>& words : mistakes) {
+        std::string joined;
+        for (const std::string& word : words) joined += word + " ";
+        SCOPED_TRACE(printable(joined));
+        expectOneErrorLine(runTessel(words), 2, "");
+    }
+}
+
+TEST(CliHelp, HelpGoesToStandardOutputWithStatusZero) {
+    const Outcome general = runTessel({"--help"});
+    EXPECT_EQ(general.status, 0);
+    EXPECT_EQ(general.err, "");
+    EXPECT_NE(general.out.find("scan"), std::string::npos) << general.out;
+
+    const Outcome scan = runTessel({"scan", "--help"});
+    EXPECT_EQ(scan.status, 0);
+    EXPECT_EQ(scan.err, "");
+    for (const char* option : {"--json", "--workers", "--threshold", "--cross-devices", "--include-trash",
+                               "--stall-timeout"})
+        EXPECT_NE(scan.out.find(option), std::string::npos) << option;
+
+    // After "--" it is the name of a folder, here one that does not exist.
+    expectOneErrorLine(runTessel({"scan", "--", "--help"}), 1, "--help");
+}
+
+} // namespace
+} // namespace tessel::cli
