@@ -130,19 +130,23 @@ void ScanRun::startWorker() {
 }
 
 bool ScanRun::workerLoop(Worker& worker) {
+    Ticket& ticket = *worker.ticket;
     while (std::optional<PendingDirectory> job = takeWork()) {
-        auto ticket = std::make_shared<Ticket>(Ticket{job->path, job->node, uptime()});
         {
             std::lock_guard guard(ticketLock_);
-            reading_.emplace(ticket.get(), ticket);
+            ticket.path = &job->path;
+            ticket.node = job->node;
+            ticket.lastActivity = uptime();
+            reading_.push_back(worker.ticket);
         }
-        DirectoryOutcome outcome = scanDirectory(*job, *ticket, worker);
+        bool stillOurs = scanDirectory(*job, ticket, worker);
         {
             std::lock_guard guard(ticketLock_);
             // Replaced while reading: the watchdog has already stood in for this folder.
-            if (ticket->released) return false;
-            reading_.erase(ticket.get());
+            if (!stillOurs || ticket.released) return false;
+            std::erase(reading_, worker.ticket);
         }
+        DirectoryOutcome& outcome = worker.outcome;
         commit(outcome, job->node, worker.cursor);
         {
             std::lock_guard guard(workLock_);
@@ -174,43 +178,45 @@ std::optional<ScanRun::PendingDirectory> ScanRun::takeWork() {
     }
 }
 
-ScanRun::DirectoryOutcome ScanRun::scanDirectory(PendingDirectory& job, Ticket& ticket,
-                                                 Worker& worker) {
-    DirectoryOutcome outcome;
+bool ScanRun::scanDirectory(PendingDirectory& job, Ticket& ticket, Worker& worker) {
+    DirectoryOutcome& outcome = worker.outcome;
+    outcome.subdirectories.clear();
+    outcome.childNodes.clear();
+    outcome.ownBytes = outcome.files = outcome.aggregatedBytes = outcome.aggregatedFiles = 0;
+    outcome.hardLinksSkipped = outcome.hardLinkBytesSkipped = 0;
+    outcome.unreadable = outcome.onlyInTheCloud = false;
     if (options_.beforeReading) options_.beforeReading(job.path);
 
     std::optional<DirectoryReader> reader;
     try {
         const int parentFd = job.parent ? job.parent->fd : -1;
         reader.emplace(job.path, std::span(worker.buffer.get(), worker.bufferSize),
-                       options_.retainFileNames, parentFd, job.node->name());
+                       options_.retainFileNames, parentFd, job.node->nameCString());
     } catch (const DirectoryReaderError& error) {
         if (std::optional<PendingDirectory> trash = ownTrashFolder(job.path, job.node, worker.cursor)) {
             outcome.childNodes.push_back(trash->node);
             outcome.subdirectories.push_back(std::move(*trash));
-            return outcome;
+            return true;
         }
         (error.code() == cloudOnlyCode ? outcome.onlyInTheCloud : outcome.unreadable) = true;
-        return outcome;
+        return true;
     }
     // Once this folder is open its parent's descriptor is no longer needed by it.
     job.parent.reset();
 
-    const std::string prefix = job.path == "/" ? "/" : job.path + "/";
-    const std::function<void(const RawEntry&)> sink = [&](const RawEntry& entry) {
-        consume(entry, prefix, job.node, outcome, worker);
-    };
+    const std::size_t prefixLength = job.path == "/" ? 1 : job.path.size() + 1;
+    auto consumeEntry = [&](const RawEntry& entry) { consume(entry, job.path, prefixLength, job.node, worker); };
     for (;;) {
         int count = 0;
         try {
-            count = reader->readBatch(sink);
+            count = reader->readBatch(EntrySink(consumeEntry));
         } catch (const DirectoryReaderError& error) {
             (error.code() == cloudOnlyCode ? outcome.onlyInTheCloud : outcome.unreadable) = true;
             break;
         }
         {
             std::lock_guard guard(ticketLock_);
-            if (ticket.released) return outcome;
+            if (ticket.released) return false;
             ticket.lastActivity = uptime();
         }
         if (count == 0) break;
@@ -221,14 +227,18 @@ ScanRun::DirectoryOutcome ScanRun::scanDirectory(PendingDirectory& job, Ticket& 
         auto handle = std::make_shared<DirectoryHandle>(reader->releaseDescriptor());
         for (PendingDirectory& subdirectory : outcome.subdirectories) subdirectory.parent = handle;
     }
-    return outcome;
+    return true;
 }
 
-void ScanRun::consume(const RawEntry& entry, const std::string& prefix, FileNode* parent,
-                      DirectoryOutcome& outcome, Worker& worker) {
+void ScanRun::consume(const RawEntry& entry, const std::string& folderPath, std::size_t prefixLength,
+                      FileNode* parent, Worker& worker) {
+    DirectoryOutcome& outcome = worker.outcome;
     if (entry.objectType == ObjectType::directory) {
         if (options_.skippedNames.contains(entry.name)) return;
-        std::string path = prefix;
+        // The folder's path, a "/" unless the folder is the root, and the name.
+        std::string path;
+        path.reserve(prefixLength + entry.name.size());
+        path.append(folderPath, 0, prefixLength - 1).push_back('/');
         path += entry.name;
         if (options_.skippedPaths.contains(path)) return;
         if (!options_.crossDeviceBoundaries && entry.deviceID != rootDevice_) return;
@@ -322,26 +332,27 @@ void ScanRun::mergeStatistics(const DirectoryOutcome& outcome) {
 std::pair<int, int> ScanRun::releaseStalledFolders() {
     const double now = uptime();
     const bool cancelled = cancelledNow();
-    std::vector<std::shared_ptr<Ticket>> collected;
+    struct Released {
+        std::string path;
+        FileNode* node;
+    };
+    std::vector<Released> collected;
     {
         std::lock_guard guard(ticketLock_);
-        for (auto it = reading_.begin(); it != reading_.end();) {
-            Ticket& ticket = *it->second;
-            if (cancelled || now - ticket.lastActivity >= options_.stallTimeout) {
-                ticket.released = true;
-                collected.push_back(std::move(it->second));
-                it = reading_.erase(it);
-            } else {
-                ++it;
-            }
-        }
+        std::erase_if(reading_, [&](const std::shared_ptr<Ticket>& ticket) {
+            if (!cancelled && now - ticket->lastActivity < options_.stallTimeout) return false;
+            ticket->released = true;
+            // Copied now: once released, the stuck worker may drop its job at any moment.
+            collected.push_back({*ticket->path, ticket->node});
+            return true;
+        });
     }
-    for (const std::shared_ptr<Ticket>& ticket : collected) {
+    for (const Released& released : collected) {
         if (!cancelled) {
             std::lock_guard guard(statsLock_);
-            stalledPaths_.push_back(ticket->path);
+            stalledPaths_.push_back(released.path);
         }
-        commit(DirectoryOutcome{}, ticket->node, watchdogCursor_);
+        commit(DirectoryOutcome{}, released.node, watchdogCursor_);
         {
             std::lock_guard guard(workLock_);
             --activeWorkers_;

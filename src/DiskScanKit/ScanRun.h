@@ -9,7 +9,6 @@
 #include <optional>
 #include <semaphore>
 #include <string>
-#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -54,9 +53,10 @@ private:
     };
 
     struct Ticket {
-        std::string path;
-        FileNode* node;
-        double lastActivity;
+        // The job's path, which lives as long as the worker is on the job.
+        const std::string* path = nullptr;
+        FileNode* node = nullptr;
+        double lastActivity = 0;
         bool released = false;
     };
 
@@ -73,12 +73,15 @@ private:
         bool onlyInTheCloud = false;
     };
 
-    // What each thread keeps to itself: its place in the arena and its read buffer.
+    // What each thread keeps to itself and reuses from folder to folder: its
+    // place in the arena, its read buffer, its outcome's arrays and its ticket.
     struct Worker {
         explicit Worker(Arena& arena, std::size_t bufferSize);
         ArenaCursor cursor;
         std::unique_ptr<std::byte[]> buffer;
         std::size_t bufferSize;
+        DirectoryOutcome outcome;
+        std::shared_ptr<Ticket> ticket = std::make_shared<Ticket>();
     };
 
     struct LinkedFile {
@@ -95,9 +98,10 @@ private:
     void startWorker();
     bool workerLoop(Worker& worker);
     std::optional<PendingDirectory> takeWork();
-    DirectoryOutcome scanDirectory(PendingDirectory& job, Ticket& ticket, Worker& worker);
-    void consume(const RawEntry& entry, const std::string& prefix, FileNode* parent,
-                 DirectoryOutcome& outcome, Worker& worker);
+    // Fills `worker.outcome`; returns false when the ticket was released meanwhile.
+    bool scanDirectory(PendingDirectory& job, Ticket& ticket, Worker& worker);
+    void consume(const RawEntry& entry, const std::string& folderPath, std::size_t prefixLength,
+                 FileNode* parent, Worker& worker);
     std::optional<PendingDirectory> ownTrashFolder(const std::string& path, FileNode* node,
                                                    ArenaCursor& cursor);
     void commit(const DirectoryOutcome& outcome, FileNode* node, ArenaCursor& cursor);
@@ -135,7 +139,8 @@ private:
     double lastProgressReport_ = 0;
 
     std::mutex ticketLock_;
-    std::unordered_map<Ticket*, std::shared_ptr<Ticket>> reading_;
+    // The reads in flight, one per worker at most: a short array beats a hash table.
+    std::vector<std::shared_ptr<Ticket>> reading_;
 
     // Written only by the thread that runs execute().
     std::counting_semaphore<> finished_{0};

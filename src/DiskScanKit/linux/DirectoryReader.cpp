@@ -56,12 +56,11 @@ DirectoryReaderError::DirectoryReaderError(Kind kind, std::string path, int code
       message_(std::string(kind == Kind::open ? "open(" : "getdents64(") + path_ +
                "): " + std::strerror(code)) {}
 
-DirectoryReader::DirectoryReader(std::string path, std::span<std::byte> buffer,
-                                 bool retainFileNames, int parentFd, std::string_view nameInParent)
-    : path_(std::move(path)), buffer_(buffer), retainFileNames_(retainFileNames) {
-    if (parentFd >= 0 && !nameInParent.empty()) {
-        std::string name(nameInParent);
-        fd_ = openat(parentFd, name.c_str(), openFlags | O_NOFOLLOW);
+DirectoryReader::DirectoryReader(const std::string& path, std::span<std::byte> buffer,
+                                 bool retainFileNames, int parentFd, const char* nameInParent)
+    : path_(path), buffer_(buffer), retainFileNames_(retainFileNames) {
+    if (parentFd >= 0 && nameInParent != nullptr && nameInParent[0] != '\0') {
+        fd_ = openat(parentFd, nameInParent, openFlags | O_NOFOLLOW);
         // Out of descriptors: the whole path still works where it fits.
         if (fd_ < 0 && (errno == EMFILE || errno == ENFILE) && path_.size() < PATH_MAX)
             fd_ = open(path_.c_str(), openFlags | O_NOFOLLOW);
@@ -81,7 +80,7 @@ int DirectoryReader::releaseDescriptor() {
     return fd;
 }
 
-int DirectoryReader::readBatch(const std::function<void(const RawEntry&)>& consume) {
+int DirectoryReader::readBatch(EntrySink consume) {
     long length = syscall(SYS_getdents64, fd_, buffer_.data(), buffer_.size());
     if (length < 0) throw DirectoryReaderError(DirectoryReaderError::Kind::read, path_, errno);
     int records = 0;

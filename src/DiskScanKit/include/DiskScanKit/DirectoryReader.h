@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <exception>
-#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -54,14 +53,29 @@ private:
     std::string message_;
 };
 
+// A callable borrowed for the length of one call: no allocation, one indirect
+// call per entry.
+class EntrySink {
+public:
+    template <class Consume>
+    explicit EntrySink(Consume& consume)
+        : context_(&consume),
+          call_([](void* context, const RawEntry& entry) { (*static_cast<Consume*>(context))(entry); }) {}
+    void operator()(const RawEntry& entry) const { call_(context_, entry); }
+
+private:
+    void* context_;
+    void (*call_)(void*, const RawEntry&);
+};
+
 class DirectoryReader {
 public:
     // Opens the folder at `path`, or, when `parentFd` is an open folder, the
     // entry `nameInParent` inside it: a folder's name always fits the kernel's
     // limit where its whole path may not. Throws DirectoryReaderError::open.
-    // `buffer` is the caller's and must outlive the reader.
-    DirectoryReader(std::string path, std::span<std::byte> buffer, bool retainFileNames,
-                    int parentFd = -1, std::string_view nameInParent = {});
+    // `path` and `buffer` are the caller's and must outlive the reader.
+    DirectoryReader(const std::string& path, std::span<std::byte> buffer, bool retainFileNames,
+                    int parentFd = -1, const char* nameInParent = nullptr);
     ~DirectoryReader();
     DirectoryReader(const DirectoryReader&) = delete;
     DirectoryReader& operator=(const DirectoryReader&) = delete;
@@ -70,7 +84,7 @@ public:
     // records the batch held; 0 means the folder is done. An entry that can't
     // be examined (gone since it was listed) is skipped without a word.
     // Throws DirectoryReaderError::read.
-    int readBatch(const std::function<void(const RawEntry&)>& consume);
+    int readBatch(EntrySink consume);
 
     const std::string& path() const { return path_; }
     int fd() const { return fd_; }
@@ -78,7 +92,7 @@ public:
     int releaseDescriptor();
 
 private:
-    std::string path_;
+    const std::string& path_;
     int fd_ = -1;
     std::span<std::byte> buffer_;
     bool retainFileNames_;

@@ -33,6 +33,8 @@ public:
     FileNode& operator=(const FileNode&) = delete;
 
     std::string_view name() const { return name_; }
+    // The same name, NUL-terminated, for system calls.
+    const char* nameCString() const { return name_; }
     bool isDirectory() const { return isDirectory_; }
     std::int64_t totalBytes() const { return totalBytes_; }
     std::span<FileNode* const> children() const { return {children_, childCount_}; }
