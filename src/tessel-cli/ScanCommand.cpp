@@ -65,28 +65,24 @@ void printList(const char* title, const std::vector<FileNode*>& nodes) {
                     printable(node->path()).c_str());
 }
 
-std::string plural(std::int64_t count, const char* one, const char* many) {
-    return groupDigits(count) + " " + (count == 1 ? one : many);
-}
-
 void printText(const ScanResult& result, const ScanReport::Inventory& inventory) {
     std::printf("%s\n", printable(result.root->path()).c_str());
     std::printf("  %s in %s and %s, scanned in %s\n", ByteFormat::string(result.bytes).c_str(),
-                plural(result.files, "file", "files").c_str(),
-                plural(result.directories, "folder", "folders").c_str(), seconds(result.duration).c_str());
+                counted(result.files, "file", "files").c_str(),
+                counted(result.directories, "folder", "folders").c_str(), seconds(result.duration).c_str());
     if (result.hardLinksSkipped > 0)
         std::printf("  %s counted once (%s not counted twice)\n",
-                    plural(result.hardLinksSkipped, "extra hard link", "extra hard links").c_str(),
+                    counted(result.hardLinksSkipped, "extra hard link", "extra hard links").c_str(),
                     ByteFormat::string(result.hardLinkBytesSkipped).c_str());
     printList("Largest folders", inventory.folders);
     printList("Largest files", inventory.files);
 
     std::vector<std::string> warnings;
     if (result.unreadableDirectories > 0)
-        warnings.push_back(plural(result.unreadableDirectories, "folder", "folders") +
+        warnings.push_back(counted(result.unreadableDirectories, "folder", "folders") +
                            " could not be read; the total leaves out what they hold.");
     if (result.cloudOnlyDirectories > 0)
-        warnings.push_back(plural(result.cloudOnlyDirectories, "folder is", "folders are") +
+        warnings.push_back(counted(result.cloudOnlyDirectories, "folder is", "folders are") +
                            " only in the cloud and were not downloaded.");
     for (const std::string& path : result.stalledPaths)
         warnings.push_back("Skipped a folder that did not respond: " + printable(path));
@@ -107,8 +103,8 @@ int runScan(const std::vector<std::string>& words) {
     DiskScanner::Progress progress;
     if (line.shown()) {
         progress = [&line](const ScanProgress& now) {
-            line.update("Scanning: " + groupDigits(now.directories) + " folders, " +
-                        groupDigits(now.files) + " files, " + ByteFormat::string(now.bytes) + ", " +
+            line.update("Scanning: " + counted(now.directories, "folder", "folders") + ", " +
+                        counted(now.files, "file", "files") + ", " + ByteFormat::string(now.bytes) + ", " +
                         seconds(line.elapsed()));
         };
     }

@@ -69,6 +69,10 @@ std::string groupDigits(std::int64_t number) {
     return number < 0 ? "-" + grouped : grouped;
 }
 
+std::string counted(std::int64_t count, const char* one, const char* many) {
+    return groupDigits(count) + " " + (count == 1 ? one : many);
+}
+
 std::string seconds(double value) {
     char text[32];
     std::snprintf(text, sizeof text, value < 10 ? "%.2f s" : "%.1f s", value);

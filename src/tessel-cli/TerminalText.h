@@ -13,6 +13,8 @@ namespace tessel::cli {
 std::string printable(std::string_view text);
 // 1234567 -> "1,234,567"
 std::string groupDigits(std::int64_t number);
+// "1 folder", "2,003 folders"
+std::string counted(std::int64_t count, const char* one, const char* many);
 std::string seconds(double value);
 
 } // namespace tessel::cli

@@ -12,7 +12,6 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -24,12 +23,12 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "Fixture.h"
 #include "TerminalText.h"
 
 namespace tessel::cli {
 namespace {
 
-namespace fs = std::filesystem;
 using nlohmann::json;
 using PathSet = std::set<std::string>;
 
@@ -97,73 +96,14 @@ Outcome runTessel(std::vector<std::string> words, As as = As::usual) {
     return run;
 }
 
-// A folder of its own for one test, removed with all it holds afterwards.
-class Tree {
-public:
-    Tree() {
-        const char* tmp = std::getenv("TMPDIR");
-        std::string pattern = tmp != nullptr && *tmp != '\0' ? tmp : "/tmp";
-        while (pattern.size() > 1 && pattern.back() == '/') pattern.pop_back();
-        pattern += "/tessel-cli-XXXXXX";
-        if (mkdtemp(pattern.data()) == nullptr) fail("mkdtemp");
-        root_ = pattern;
-    }
-    ~Tree() {
-        for (const std::string& where : locked_) chmod(where.c_str(), 0755);
-        std::error_code ignored;
-        fs::remove_all(root_, ignored);
-    }
-    Tree(const Tree&) = delete;
-    Tree& operator=(const Tree&) = delete;
-
-    const std::string& root() const { return root_; }
-    std::string path(const std::string& name) const { return root_ + "/" + name; }
-    std::string folder(const std::string& name) const {
-        if (mkdir(path(name).c_str(), 0755) != 0) fail("mkdir");
-        return path(name);
-    }
-    // Real contents, so that blocks are allocated.
-    std::string file(const std::string& name, std::size_t bytes) const {
-        std::ofstream stream(path(name), std::ios::binary);
-        if (!(stream << std::string(bytes, 'x')).flush()) fail("write");
-        return path(name);
-    }
-    void lock(const std::string& where) {
-        if (chmod(where.c_str(), 0) != 0) fail("chmod");
-        locked_.push_back(where);
-    }
-
-private:
-    std::string root_;
-    std::vector<std::string> locked_;
-};
-
-std::int64_t allocated(const std::string& path) {
-    struct stat info {};
-    if (lstat(path.c_str(), &info) != 0) fail("lstat");
-    return static_cast<std::int64_t>(info.st_blocks) * 512;
+std::string folder(const test::TempFolder& tree, const std::string& name) {
+    test::makeFolder(tree / name);
+    return tree / name;
 }
 
-struct Census {
-    std::int64_t bytes = 0, files = 0, folders = 1;
-};
-
-// What a scan should find, asked of the kernel directly: every inode once, folders' own
-// blocks left out.
-Census census(const std::string& root) {
-    Census found;
-    std::set<std::pair<dev_t, ino_t>> seen;
-    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root)) {
-        struct stat info {};
-        if (lstat(entry.path().c_str(), &info) != 0) fail("lstat");
-        if (S_ISDIR(info.st_mode)) {
-            ++found.folders;
-            continue;
-        }
-        ++found.files;
-        if (seen.emplace(info.st_dev, info.st_ino).second) found.bytes += allocated(entry.path());
-    }
-    return found;
+std::string file(const test::TempFolder& tree, const std::string& name, std::int64_t bytes) {
+    test::writeFile(tree / name, bytes);
+    return tree / name;
 }
 
 json scanJson(std::vector<std::string> words) {
@@ -191,33 +131,33 @@ void expectOneErrorLine(const Outcome& run, int status, const std::string& menti
 }
 
 TEST(CliScan, JsonCountsAllocatedBlocksOfEachInodeOnce) {
-    Tree tree;
-    tree.folder("a");
-    tree.folder("b");
-    const std::string data = tree.file("a/data", 3 << 20);
-    const std::string small = tree.file("a/small", 10000);
-    ASSERT_EQ(link(data.c_str(), tree.path("b/link").c_str()), 0);
+    test::TempFolder tree;
+    folder(tree, "a");
+    folder(tree, "b");
+    const std::string data = file(tree, "a/data", 3 << 20);
+    const std::string small = file(tree, "a/small", 10000);
+    ASSERT_EQ(link(data.c_str(), (tree / "b/link").c_str()), 0);
     {
-        std::ofstream sparse(tree.path("sparse"), std::ios::binary);
+        std::ofstream sparse((tree / "sparse"), std::ios::binary);
         sparse.seekp((64 << 20) - 1);
         sparse.put('x');
     }
-    if (allocated(tree.path("sparse")) >= defaultThreshold)
+    if (test::allocatedOf((tree / "sparse")) >= defaultThreshold)
         GTEST_SKIP() << "This file system allocates holes, so no sparse file can be made here.";
 
-    const Census expected = census(tree.root());
-    const json report = scanJson({tree.root()});
+    const test::IndependentCount expected = test::independentCount(tree.path());
+    const json report = scanJson({tree.path()});
     std::set<std::string> keys;
     for (const auto& item : report.items()) keys.insert(item.key());
     EXPECT_EQ(keys, (std::set<std::string>{"root", "bytes", "files", "directories", "hardLinksSkipped",
                              "hardLinkBytesSkipped", "unreadableDirectories", "cloudOnlyDirectories",
                              "stalledPaths", "duration", "largestFolders", "largestFiles"}));
-    EXPECT_EQ(report.at("root"), tree.root());
+    EXPECT_EQ(report.at("root"), tree.path());
     EXPECT_EQ(report.at("bytes"), expected.bytes);
-    EXPECT_EQ(report.at("files"), expected.files);
+    EXPECT_EQ(report.at("files"), expected.entries);
     EXPECT_EQ(report.at("directories"), expected.folders);
     EXPECT_EQ(report.at("hardLinksSkipped"), 1);
-    EXPECT_EQ(report.at("hardLinkBytesSkipped"), allocated(data));
+    EXPECT_EQ(report.at("hardLinkBytesSkipped"), test::allocatedOf(data));
     EXPECT_EQ(report.at("unreadableDirectories"), 0);
     EXPECT_EQ(report.at("cloudOnlyDirectories"), 0);
     EXPECT_EQ(report.at("stalledPaths"), json::array());
@@ -227,49 +167,20 @@ TEST(CliScan, JsonCountsAllocatedBlocksOfEachInodeOnce) {
     // far longer than the threshold but holds a single block.
     const json& files = report.at("largestFiles");
     ASSERT_EQ(files.size(), 1u);
-    EXPECT_TRUE(files[0].at("path") == data || files[0].at("path") == tree.path("b/link")) << files;
-    EXPECT_EQ(files[0].at("bytes"), allocated(data));
+    EXPECT_TRUE(files[0].at("path") == data || files[0].at("path") == (tree / "b/link")) << files;
+    EXPECT_EQ(files[0].at("bytes"), test::allocatedOf(data));
     const json& folders = report.at("largestFolders");
     ASSERT_EQ(folders.size(), 2u);
-    EXPECT_EQ(paths(folders), (PathSet{tree.path("a"), tree.path("b")}));
+    EXPECT_EQ(paths(folders), (PathSet{(tree / "a"), (tree / "b")}));
     EXPECT_GE(folders[0].at("bytes"), folders[1].at("bytes"));
     EXPECT_EQ(folders[0].at("bytes").get<std::int64_t>() + folders[1].at("bytes").get<std::int64_t>(),
-              allocated(data) + allocated(small));
+              test::allocatedOf(data) + test::allocatedOf(small));
 
     // These change how a scan runs, not what a plain tree on one device holds.
     const json tuned = scanJson({"--workers", "1", "--cross-devices", "--include-trash",
-                                 "--stall-timeout=2.5", tree.root()});
+                                 "--stall-timeout=2.5", tree.path()});
     EXPECT_EQ(tuned.at("bytes"), expected.bytes);
-    EXPECT_EQ(tuned.at("files"), expected.files);
-}
-
-TEST(CliScan, ThresholdListsAFileOfExactlyThatAllocatedSize) {
-    Tree tree;
-    const std::string larger = tree.file("larger", 300000);
-    const std::string smaller = tree.file("smaller", 100000);
-    const std::int64_t threshold = allocated(larger);
-    ASSERT_GT(threshold, allocated(smaller));
-    const Census expected = census(tree.root());
-    auto listed = [&](std::vector<std::string> words) {
-        words.push_back(tree.root());
-        const json report = scanJson(words);
-        // Files too small to be listed still count.
-        EXPECT_EQ(report.at("bytes"), expected.bytes);
-        EXPECT_EQ(report.at("files"), 2);
-        return paths(report.at("largestFiles"));
-    };
-    EXPECT_EQ(listed({"--threshold=" + std::to_string(threshold)}), PathSet{larger});
-    EXPECT_EQ(listed({"--threshold", std::to_string(threshold + 1)}), PathSet{});
-    EXPECT_EQ(listed({"--threshold", "0"}), (PathSet{larger, smaller}));
-}
-
-TEST(CliScan, DefaultThresholdListsAFileOfExactlyOneMebibyte) {
-    Tree tree;
-    const std::string exact = tree.file("exact", static_cast<std::size_t>(defaultThreshold));
-    const std::string under = tree.file("under", static_cast<std::size_t>(defaultThreshold / 2));
-    if (allocated(exact) != defaultThreshold || allocated(under) >= defaultThreshold)
-        GTEST_SKIP() << "This file system does not allocate 1 MiB for 1 MiB of data.";
-    EXPECT_EQ(paths(scanJson({tree.root()}).at("largestFiles")), PathSet{exact});
+    EXPECT_EQ(tuned.at("files"), expected.entries);
 }
 
 TEST(CliScan, HostileNamesGiveValidJsonAndOneTextLineEach) {
@@ -287,18 +198,18 @@ TEST(CliScan, HostileNamesGiveValidJsonAndOneTextLineEach) {
         {"back\\slash", "back\\slash", "back\\\\slash"},
         {"dir\nx/inside", "dir\nx/inside", "dir\\nx/inside"},
     };
-    Tree tree;
-    tree.folder("dir\nx");
+    test::TempFolder tree;
+    folder(tree, "dir\nx");
     PathSet inJson;
     for (const Name& name : names) {
-        tree.file(name.onDisk, 5000);
-        inJson.insert(tree.path(name.inJson));
+        file(tree, name.onDisk, 5000);
+        inJson.insert((tree / name.inJson));
     }
-    const json report = scanJson({"--threshold", "0", tree.root()});
+    const json report = scanJson({"--threshold", "0", tree.path()});
     EXPECT_EQ(paths(report.at("largestFiles")), inJson);
-    EXPECT_EQ(paths(report.at("largestFolders")), PathSet{tree.path("dir\nx")});
+    EXPECT_EQ(paths(report.at("largestFolders")), PathSet{(tree / "dir\nx")});
 
-    const Outcome text = runTessel({"scan", "--threshold", "0", tree.root()});
+    const Outcome text = runTessel({"scan", "--threshold", "0", tree.path()});
     ASSERT_EQ(text.status, 0) << text.err;
     EXPECT_EQ(text.err, "");
     auto raw = std::find_if(text.out.begin(), text.out.end(), [](char c) {
@@ -312,7 +223,7 @@ TEST(CliScan, HostileNamesGiveValidJsonAndOneTextLineEach) {
     std::istringstream stream(text.out);
     for (std::string line; std::getline(stream, line);) shown.push_back(line);
     ASSERT_FALSE(shown.empty());
-    EXPECT_EQ(shown[0], tree.root());
+    EXPECT_EQ(shown[0], tree.path());
     // The rows under the title, up to the blank line that ends the section.
     std::vector<std::string> files;
     auto row = std::find(shown.begin(), shown.end(), "Largest files");
@@ -320,64 +231,64 @@ TEST(CliScan, HostileNamesGiveValidJsonAndOneTextLineEach) {
         for (++row; row != shown.end() && !row->empty(); ++row) files.push_back(*row);
     EXPECT_EQ(files.size(), names.size()) << text.out;
     for (const Name& name : names) {
-        const std::string ending = "  " + tree.path(name.inText);
+        const std::string ending = "  " + (tree / name.inText);
         auto endsSo = [&](const std::string& line) { return line.ends_with(ending); };
         EXPECT_EQ(std::count_if(files.begin(), files.end(), endsSo), 1) << ending << " in\n" << text.out;
     }
-    EXPECT_NE(text.out.find("  " + tree.path("dir\\nx") + "\n"), std::string::npos) << text.out;
+    EXPECT_NE(text.out.find("  " + (tree / "dir\\nx") + "\n"), std::string::npos) << text.out;
 }
 
 TEST(CliScan, UnreadableFolderIsCountedAndWarnedAbout) {
-    Tree tree;
-    const std::string kept = tree.file("kept", 5000);
-    const std::string locked = tree.folder("locked");
-    tree.file("locked/hidden", 2 << 20);
-    tree.lock(locked);
+    test::TempFolder tree;
+    const std::string kept = file(tree, "kept", 5000);
+    const std::string locked = folder(tree, "locked");
+    file(tree, "locked/hidden", 2 << 20);
+    ASSERT_EQ(chmod(locked.c_str(), 0), 0);
     // Root reads any folder whatever its mode, so there the tool runs as nobody.
     const As as = geteuid() == 0 ? As::nobody : As::usual;
     if (as == As::nobody)
-        ASSERT_EQ(chmod(tree.root().c_str(), 0755), 0);
+        ASSERT_EQ(chmod(tree.path().c_str(), 0755), 0);
     else if (access(locked.c_str(), R_OK) == 0)
         GTEST_SKIP() << "This process may read a folder of mode 000, so none can be unreadable to it.";
 
-    const Outcome run = runTessel({"scan", "--json", tree.root()}, as);
+    const Outcome run = runTessel({"scan", "--json", tree.path()}, as);
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.err, "");
     const json report = json::parse(run.out);
     EXPECT_EQ(report.at("unreadableDirectories"), 1);
-    EXPECT_EQ(report.at("bytes"), allocated(kept));
+    EXPECT_EQ(report.at("bytes"), test::allocatedOf(kept));
 
-    const Outcome text = runTessel({"scan", tree.root()}, as);
+    const Outcome text = runTessel({"scan", tree.path()}, as);
     EXPECT_EQ(text.status, 0) << text.err;
     EXPECT_NE(text.out.find("\nWarnings\n  1 folder could not be read"), std::string::npos) << text.out;
 }
 
 TEST(CliScan, ProgressOnATerminalIsWipedBeforeTheReport) {
-    Tree tree;
-    tree.folder("a");
-    tree.file("a/f", 5000);
+    test::TempFolder tree;
+    folder(tree, "a");
+    file(tree, "a/f", 5000);
     Outcome shown;
     try {
-        shown = runTessel({"scan", tree.root()}, As::terminal);
+        shown = runTessel({"scan", tree.path()}, As::terminal);
     } catch (const std::system_error& error) {
         GTEST_SKIP() << "No pseudo-terminal can be opened here (" << error.what() << ").";
     }
     EXPECT_EQ(shown.status, 0);
-    EXPECT_TRUE(shown.out.starts_with(tree.root() + "\n")) << shown.out;
+    EXPECT_TRUE(shown.out.starts_with(tree.path() + "\n")) << shown.out;
     EXPECT_NE(shown.err.find("\rScanning: "), std::string::npos) << printable(shown.err);
     EXPECT_TRUE(shown.err.ends_with("\r\x1b[K")) << printable(shown.err);
 }
 
 TEST(CliErrors, RootThatIsNotAFolderFailsWithStatusOne) {
-    Tree tree;
-    tree.folder("real");
-    const std::string file = tree.file("file", 100);
-    ASSERT_EQ(symlink(tree.path("real").c_str(), tree.path("link").c_str()), 0);
+    test::TempFolder tree;
+    folder(tree, "real");
+    const std::string plain = file(tree, "file", 100);
+    ASSERT_EQ(symlink((tree / "real").c_str(), (tree / "link").c_str()), 0);
     const std::vector<std::pair<std::string, std::string>> roots{
-        {tree.path("missing"), tree.path("missing")},
-        {file, file},
-        {tree.path("link"), tree.path("link")},
-        {tree.path("no\nsuch\x1b[2J"), tree.path("no\\nsuch\\x1b[2J")},
+        {(tree / "missing"), (tree / "missing")},
+        {plain, plain},
+        {(tree / "link"), (tree / "link")},
+        {(tree / "no\nsuch\x1b[2J"), (tree / "no\\nsuch\\x1b[2J")},
     };
     for (const auto& [root, shown] : roots) {
         SCOPED_TRACE(shown);
@@ -387,8 +298,8 @@ TEST(CliErrors, RootThatIsNotAFolderFailsWithStatusOne) {
 }
 
 TEST(CliErrors, UsageMistakesFailWithStatusTwo) {
-    Tree tree;
-    const std::string root = tree.root();
+    test::TempFolder tree;
+    const std::string root = tree.path();
     const std::vector<std::vector<std::string>> mistakes{
         {"scan"}, {"scan", root, root}, {"scan", "--bogus", root}, {"scan", "--workers", "0", root},
         {"scan", "--workers", "abc", root}, {"scan", "--stall-timeout", "-1", root},
