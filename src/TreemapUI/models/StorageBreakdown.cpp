@@ -1,0 +1,1 @@
+#include "StorageBreakdown.h"
