@@ -36,7 +36,7 @@ std::string standardized(std::string_view path, std::string_view home) {
         if (i > 0) normal += '/';
         normal += parts[i];
     }
-    if (normal.empty()) normal = ".";
+    if (normal.empty()) return std::string(1, '.');
     return normal;
 }
 

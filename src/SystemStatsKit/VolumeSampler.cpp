@@ -2,17 +2,12 @@
 
 #include <sys/statvfs.h>
 
+#include "DiskScanKit/Platform.h"
 #include "SystemStatsKit/MountTable.h"
 
 namespace tessel {
 
-const char* VolumeSampler::unnamedVolume() {
-#if defined(__APPLE__)
-    return "Macintosh HD";
-#else
-    return "Startup Disk";
-#endif
-}
+const char* VolumeSampler::unnamedVolume() { return unnamedStartupDisk(); }
 
 std::optional<VolumeCapacity> VolumeSampler::sample() const {
     struct statvfs info {};

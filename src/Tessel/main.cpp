@@ -1,12 +1,79 @@
+// tessel-app: the desktop application.
+
+#include <QCommandLineParser>
+#include <QDateTime>
+#include <QDir>
+#include <QFontDatabase>
 #include <QGuiApplication>
-#include <QQmlApplicationEngine>
+#include <QQuickStyle>
+#include <QQuickWindow>
+#include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QtQml/qqmlextensionplugin.h>
+
+#include <cstdio>
+#include <memory>
+
+#include "Drive.h"
+#include "DiskScanKit/ProcessLimits.h"
+#include "FixtureFolder.h"
+#include "QuietLaunch.h"
+#include "ScanCoordinator.h"
+#include "TesselApp.h"
 
 Q_IMPORT_QML_PLUGIN(Tessel_UIPlugin)
 
 int main(int argc, char** argv) {
+    using namespace tessel;
+    // The translucent-window setting needs an alpha channel from the start.
+    QQuickWindow::setDefaultAlphaBuffer(true);
     QGuiApplication app(argc, argv);
-    QQmlApplicationEngine engine;
-    engine.load(QUrl(QStringLiteral("qrc:/Tessel/UI/qml/Main.qml")));
-    return engine.rootObjects().isEmpty() ? 1 : app.exec();
+    QGuiApplication::setOrganizationName("Tessel");
+    QGuiApplication::setApplicationName("Tessel");
+    QGuiApplication::setApplicationDisplayName("Tessel");
+    QGuiApplication::setDesktopFileName("tessel");
+    QQuickStyle::setStyle("Basic");
+    if (QFontDatabase::families().contains("Inter")) QGuiApplication::setFont(QFont("Inter", 10));
+    raiseOpenFileLimit();
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription("See where a disk's space goes, and win it back safely.");
+    parser.addHelpOption();
+    parser.addPositionalArgument("path", "The folder or disk to scan first (default: the whole disk).", "[PATH]");
+    QCommandLineOption selfTest("self-test", "Load every room offscreen on a small fixture scan, then quit.");
+    QCommandLineOption screenshots("screenshots", "Save a picture of every room, light and dark, into FOLDER.", "FOLDER");
+    QCommandLineOption reportStalls("report-stalls", "Scan PATH and print the longest main-thread stall.");
+    parser.addOptions({selfTest, screenshots, reportStalls});
+    parser.process(app);
+
+    const bool driven = parser.isSet(selfTest) || parser.isSet(screenshots);
+    if (driven) {
+        // Nothing of the user's is read or written: settings, autostart and data go to test folders.
+        QStandardPaths::setTestModeEnabled(true);
+        Drive::watchMessages();
+    }
+    std::unique_ptr<FixtureFolder> fixture;
+    std::string initialPath = ScanCoordinator::initialPath(app.arguments());
+    if (driven && parser.positionalArguments().isEmpty()) {
+        fixture = std::make_unique<FixtureFolder>();
+        initialPath = fixture->path().toStdString();
+    }
+    QTemporaryDir privateSettings;
+    auto settings = driven ? std::make_unique<QSettings>(privateSettings.filePath("settings.ini"), QSettings::IniFormat)
+                           : std::make_unique<QSettings>();
+    const bool quiet = !driven && QuietLaunch::begin(*settings, QDateTime::currentDateTime());
+
+    std::optional<std::string> home;
+    if (fixture) home = fixture->path().toStdString();
+    TesselApp tessel(std::move(settings), initialPath, ThemeModel::desktopPrefersDark(), home);
+    if (!tessel.load(quiet)) {
+        std::fprintf(stderr, "tessel-app: the window could not be loaded: %s\n", qPrintable(Drive::firstProblem()));
+        return 1;
+    }
+    tessel.session().launch();
+    if (parser.isSet(selfTest)) return Drive::selfTest(tessel);
+    if (parser.isSet(screenshots)) return Drive::screenshots(tessel, parser.value(screenshots));
+    if (parser.isSet(reportStalls)) return Drive::reportStalls(tessel);
+    if (!quiet) tessel.guide().startIfUnseen();
+    return QGuiApplication::exec();
 }

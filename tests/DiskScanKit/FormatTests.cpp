@@ -49,7 +49,7 @@ TEST(Paths, WithinMeansAtAComponentBoundary) {
 TEST(ScanOptions, SkippedPathsFollowThePlatform) {
     EXPECT_TRUE(ScanOptions::skippedPathsOn(Platform::macOS).contains("/home"));
     EXPECT_TRUE(ScanOptions::skippedPathsOn(Platform::macOS).contains("/System/Volumes/Data"));
-    EXPECT_EQ(ScanOptions::skippedPathsOn(Platform::linux), (NameSet{"/proc", "/sys", "/dev", "/run"}));
+    EXPECT_EQ(ScanOptions::skippedPathsOn(Platform::linuxOS), (NameSet{"/proc", "/sys", "/dev", "/run"}));
     EXPECT_FALSE(ScanOptions::defaultSkippedPaths().contains("/home"));
 }
 

@@ -4,14 +4,19 @@
 
 namespace tessel {
 
-enum class Platform { macOS, linux };
+enum class Platform { macOS, linuxOS };
 
 constexpr Platform currentPlatform() {
 #if defined(__APPLE__)
     return Platform::macOS;
 #else
-    return Platform::linux;
+    return Platform::linuxOS;
 #endif
+}
+
+// What the startup disk is called when it has no name of its own.
+constexpr const char* unnamedStartupDisk(Platform platform = currentPlatform()) {
+    return platform == Platform::macOS ? "Macintosh HD" : "Startup Disk";
 }
 
 } // namespace tessel

@@ -1,0 +1,185 @@
+#include "Drive.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QImage>
+#include <QMutex>
+#include <QQuickWindow>
+#include <QStringList>
+#include <QTimer>
+
+#include <cstdio>
+
+#include "TesselApp.h"
+
+namespace tessel::Drive {
+
+namespace {
+
+QMutex problemsLock;
+QStringList problems;
+QtMessageHandler previousHandler = nullptr;
+
+void collect(QtMsgType type, const QMessageLogContext& context, const QString& message) {
+    const bool fromQml = (context.file != nullptr && QString::fromUtf8(context.file).contains(".qml")) ||
+                         message.contains(".qml");
+    if (type != QtDebugMsg && type != QtInfoMsg && fromQml) {
+        QMutexLocker locker(&problemsLock);
+        problems.append(message);
+    }
+    if (previousHandler != nullptr) previousHandler(type, context, message);
+}
+
+QQuickWindow* settingsWindow(TesselApp& app) {
+    for (QQuickWindow* candidate : app.window()->findChildren<QQuickWindow*>())
+        if (candidate->title() == "Settings") return candidate;
+    return nullptr;
+}
+
+bool save(QQuickWindow* window, const QString& path) {
+    QImage image = window->grabWindow();
+    if (image.isNull() || !image.save(path)) {
+        std::fprintf(stderr, "tessel-app: could not save %s\n", qPrintable(path));
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+void watchMessages() { previousHandler = qInstallMessageHandler(collect); }
+
+QString firstProblem() {
+    QMutexLocker locker(&problemsLock);
+    return problems.isEmpty() ? QString() : problems.first();
+}
+
+void settle(int milliseconds) {
+    QElapsedTimer clock;
+    clock.start();
+    while (clock.elapsed() < milliseconds) QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+}
+
+bool waitForScan(TesselApp& app, int seconds) {
+    QElapsedTimer clock;
+    clock.start();
+    while (clock.elapsed() < seconds * 1000) {
+        const QString phase = app.session().scan()->phaseName();
+        if (phase == "ready" || phase == "failed") return true;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+    }
+    return false;
+}
+
+int selfTest(TesselApp& app) {
+    if (!waitForScan(app, 60)) {
+        std::fprintf(stderr, "tessel-app: the self-test's scan did not finish\n");
+        return 1;
+    }
+    settle(300);
+    for (const QString& room : app.shell().roomIds()) {
+        app.shell().setRoom(room);
+        settle(80);
+    }
+    app.shell().setRoom("overview");
+    app.guide().start();
+    for (int step = 0; step < app.guide().count(); ++step) {
+        settle(60);
+        app.guide().next();
+    }
+    if (QQuickWindow* settings = settingsWindow(app)) {
+        settings->show();
+        settle(150);
+        settings->hide();
+    } else {
+        std::fprintf(stderr, "tessel-app: the settings window is missing\n");
+        return 1;
+    }
+    for (const char* choice : {"dark", "light"}) {
+        app.theme().setChoice(choice);
+        settle(100);
+    }
+    app.session().permissions()->receive(FullDiskAccessStatus::denied);
+    settle(100);
+    app.session().permissions()->answer();
+    app.session().scan()->scan(QDir::tempPath() + "/tessel-self-test-missing-folder");
+    waitForScan(app, 10);
+    settle(150);
+    if (app.session().scan()->phaseName() != "failed") {
+        std::fprintf(stderr, "tessel-app: a missing folder did not fail the scan\n");
+        return 1;
+    }
+    if (QString problem = firstProblem(); !problem.isEmpty()) {
+        std::fprintf(stderr, "tessel-app: %s\n", qPrintable(problem));
+        return 1;
+    }
+    std::printf("tessel-app: self-test passed: %lld rooms, the tour, the settings, both themes and the failure screen\n",
+                static_cast<long long>(app.shell().roomIds().size()));
+    return 0;
+}
+
+int screenshots(TesselApp& app, const QString& folder) {
+    if (!QDir().mkpath(folder)) {
+        std::fprintf(stderr, "tessel-app: could not make %s\n", qPrintable(folder));
+        return 1;
+    }
+    if (!waitForScan(app, 60)) return 1;
+    app.guide().finish();
+    QQuickWindow* window = app.window();
+    int saved = 0;
+    for (const char* theme : {"light", "dark"}) {
+        app.theme().setChoice(theme);
+        settle(250);
+        for (const QString& room : app.shell().roomIds()) {
+            app.shell().setRoom(room);
+            settle(room == "overview" ? 500 : 150);
+            saved += save(window, QStringLiteral("%1/%2-%3.png").arg(folder, room, theme)) ? 1 : 0;
+        }
+        app.shell().setRoom("overview");
+        app.guide().start();
+        app.guide().next();
+        settle(400);
+        saved += save(window, QStringLiteral("%1/tour-%2.png").arg(folder, theme)) ? 1 : 0;
+        app.guide().finish();
+        if (QQuickWindow* settings = settingsWindow(app)) {
+            settings->show();
+            settle(300);
+            saved += save(settings, QStringLiteral("%1/settings-%2.png").arg(folder, theme)) ? 1 : 0;
+            settings->hide();
+        }
+    }
+    std::printf("tessel-app: saved %d screenshots in %s\n", saved, qPrintable(folder));
+    return firstProblem().isEmpty() ? 0 : 1;
+}
+
+int reportStalls(TesselApp& app) {
+    // A timer that should fire every 2 ms: any longer gap is time the main thread spent elsewhere.
+    QElapsedTimer clock;
+    clock.start();
+    qint64 last = clock.elapsed();
+    qint64 worst = 0;
+    qint64 ticks = 0;
+    QTimer probe;
+    probe.setTimerType(Qt::PreciseTimer);
+    probe.setInterval(2);
+    QObject::connect(&probe, &QTimer::timeout, [&] {
+        const qint64 now = clock.elapsed();
+        worst = std::max(worst, now - last);
+        last = now;
+        ++ticks;
+    });
+    probe.start();
+    const qint64 started = clock.elapsed();
+    if (!waitForScan(app, 600)) return 1;
+    const qint64 scanned = clock.elapsed() - started;
+    settle(1500); // the completion steps and the overview's figures
+    probe.stop();
+    std::printf("scan of %s took %lld ms; longest main-thread stall %lld ms over %lld ticks\n",
+                qPrintable(app.session().scan()->source()), static_cast<long long>(scanned),
+                static_cast<long long>(worst), static_cast<long long>(ticks));
+    return 0;
+}
+
+} // namespace tessel::Drive

@@ -1,0 +1,20 @@
+#pragma once
+// A small home-like folder for the self-test and the screenshots: documents,
+// downloads, pictures, a cache and a project, with real bytes in them.
+
+#include <QString>
+#include <QTemporaryDir>
+
+namespace tessel {
+
+class FixtureFolder {
+public:
+    FixtureFolder();
+    bool isValid() const { return folder_.isValid(); }
+    QString path() const { return folder_.path(); }
+
+private:
+    QTemporaryDir folder_;
+};
+
+} // namespace tessel

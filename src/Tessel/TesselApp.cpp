@@ -1,0 +1,48 @@
+#include "TesselApp.h"
+
+#include <QUrl>
+
+#include "IconProvider.h"
+
+namespace tessel {
+
+namespace {
+AppSession::Dependencies dependencies(QSettings* settings, const std::string& initialPath,
+                                      const std::optional<std::string>& home) {
+    AppSession::Dependencies chosen = AppSession::Dependencies::system(settings, initialPath);
+    if (home) chosen.home = chosen.scanEnvironment.home = *home;
+    return chosen;
+}
+} // namespace
+
+TesselApp::TesselApp(std::unique_ptr<QSettings> settings, const std::string& initialPath, bool systemPrefersDark,
+                     const std::optional<std::string>& home)
+    : settings_(std::move(settings)),
+      session_(std::make_unique<AppSession>(dependencies(settings_.get(), initialPath, home))),
+      guide_(std::make_unique<GuideModel>(settings_.get())),
+      theme_(std::make_unique<ThemeModel>(settings_.get(), systemPrefersDark)),
+      preferences_(std::make_unique<PreferencesModel>(settings_.get())) {
+    // The QML module lives in the resources under :/Tessel/UI.
+    engine_.addImportPath(QStringLiteral("qrc:/"));
+    engine_.addImageProvider(QStringLiteral("icon"), new IconProvider);
+}
+
+bool TesselApp::load(bool quiet) {
+    engine_.setInitialProperties({
+        {"session", QVariant::fromValue(session_.get())},
+        {"shell", QVariant::fromValue(&shell_)},
+        {"guide", QVariant::fromValue(guide_.get())},
+        {"theme", QVariant::fromValue(theme_.get())},
+        {"preferences", QVariant::fromValue(preferences_.get())},
+        {"quiet", quiet},
+    });
+    engine_.load(QUrl(QStringLiteral("qrc:/Tessel/UI/qml/Main.qml")));
+    return window() != nullptr;
+}
+
+QQuickWindow* TesselApp::window() const {
+    const QList<QObject*> roots = engine_.rootObjects();
+    return roots.isEmpty() ? nullptr : qobject_cast<QQuickWindow*>(roots.first());
+}
+
+} // namespace tessel

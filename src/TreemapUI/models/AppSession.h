@@ -1,0 +1,83 @@
+#pragma once
+// Everything the window shows, created once and kept for the life of the app:
+// the scan, the tools, the overview, the map, the uninstaller and the
+// permission gate, in that order. When a scan completes, the session tells
+// each of them, in a fixed order, exactly once.
+
+#include <QObject>
+#include <QSettings>
+#include <QUuid>
+#include <QtQml/qqmlregistration.h>
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "AppNotifications.h"
+#include "MainThreadRelay.h"
+#include "OverviewModel.h"
+#include "PermissionsGate.h"
+#include "ScanCoordinator.h"
+#include "SpaceMapModel.h"
+#include "ToolModels.h"
+
+namespace tessel {
+
+class AppSession : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The app creates the session")
+    Q_PROPERTY(tessel::ScanCoordinator* scan READ scan CONSTANT)
+    Q_PROPERTY(tessel::ToolModels* tools READ tools CONSTANT)
+    Q_PROPERTY(tessel::OverviewModel* overview READ overview CONSTANT)
+    Q_PROPERTY(tessel::SpaceMapModel* spaceMap READ spaceMap CONSTANT)
+    Q_PROPERTY(tessel::UninstallModel* uninstall READ uninstall CONSTANT)
+    Q_PROPERTY(tessel::PermissionsGate* permissions READ permissions CONSTANT)
+    Q_PROPERTY(tessel::AppNotifications* notifications READ notifications CONSTANT)
+
+public:
+    struct Dependencies {
+        QSettings* settings = nullptr;
+        std::string home;
+        std::string initialPath = "/";
+        ScanCoordinator::Environment scanEnvironment;
+        std::function<FullDiskAccessStatus()> accessStatus;
+        std::function<void()> openAccessSettings;
+        static Dependencies system(QSettings* settings, std::string initialPath);
+    };
+
+    explicit AppSession(Dependencies dependencies, QObject* parent = nullptr);
+    ~AppSession() override;
+
+    ScanCoordinator* scan() { return &scan_; }
+    ToolModels* tools() { return &tools_; }
+    OverviewModel* overview() { return &overview_; }
+    SpaceMapModel* spaceMap() { return &spaceMap_; }
+    UninstallModel* uninstall() { return &uninstall_; }
+    PermissionsGate* permissions() { return &permissions_; }
+    AppNotifications* notifications() { return &notifications_; }
+    std::optional<QUuid> handledScan() const { return handledScan_; }
+
+    // The launch: read the disk-access status once, then start the work it allows.
+    Q_INVOKABLE void launch();
+    Q_INVOKABLE void startWork();
+    // The completion steps, once per completed scan however often it is called.
+    Q_INVOKABLE void handleCompletedScan();
+
+private:
+    void recordSummary(const ScanResult& result);
+    void postCompletionNotices(const ScanResult& result);
+
+    Dependencies dependencies_;
+    ScanCoordinator scan_;
+    ToolModels tools_;
+    OverviewModel overview_;
+    SpaceMapModel spaceMap_;
+    UninstallModel uninstall_;
+    std::optional<QUuid> handledScan_;
+    PermissionsGate permissions_;
+    AppNotifications notifications_;
+    std::shared_ptr<MainThreadRelay> relay_ = MainThreadRelay::make(this);
+};
+
+} // namespace tessel

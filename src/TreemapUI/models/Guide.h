@@ -1,0 +1,24 @@
+#pragma once
+// The first-run tour: eight steps, six of them pointing at a control.
+
+#include <optional>
+#include <string_view>
+#include <vector>
+
+namespace tessel {
+
+enum class GuideTarget { scan, optimize, source, spaceMap, cleanUp, disk };
+
+struct GuideStep {
+    std::optional<GuideTarget> target;
+    std::string_view symbol;
+    std::string_view title;
+    std::string_view text;
+};
+
+namespace Guide {
+const std::vector<GuideStep>& steps();
+std::string_view targetName(GuideTarget target);
+} // namespace Guide
+
+} // namespace tessel
