@@ -24,5 +24,7 @@ const std::vector<Command>& commands();
 void printError(const std::string& sentence);
 
 int runScan(const std::vector<std::string>& words);
+int runLargest(const std::vector<std::string>& words);
+int runSearch(const std::vector<std::string>& words);
 
 } // namespace tessel::cli

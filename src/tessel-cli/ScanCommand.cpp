@@ -1,13 +1,13 @@
 #include <cstdio>
-#include <iostream>
 #include <nlohmann/json.hpp>
 
 #include "Arguments.h"
 #include "Command.h"
-#include "ProgressLine.h"
+#include "Listing.h"
+#include "ScanStep.h"
 #include "TerminalText.h"
 #include "DiskScanKit/ByteFormat.h"
-#include "DiskScanKit/DiskScanner.h"
+#include "DiskScanKit/FileNode.h"
 #include "DiskScanKit/ScanReport.h"
 
 namespace tessel::cli {
@@ -16,23 +16,9 @@ namespace {
 
 constexpr int listedItems = 10;
 
-const std::vector<OptionSpec> scanOptions{
-    {"json", false},          {"workers", true},      {"threshold", true},
-    {"cross-devices", false}, {"include-trash", false}, {"stall-timeout", true},
-};
+const std::vector<OptionSpec> scanOptions = withScanOptions({{"json", false}});
 
-ScanOptions optionsFrom(const Arguments& arguments) {
-    ScanOptions options;
-    options.progressInterval = 0.25;
-    if (auto workers = arguments.integer("workers", 1)) options.workerCount = static_cast<int>(*workers);
-    if (auto threshold = arguments.integer("threshold", 0)) options.fileNodeThreshold = *threshold;
-    if (auto stall = arguments.seconds("stall-timeout")) options.stallTimeout = *stall;
-    options.crossDeviceBoundaries = arguments.has("cross-devices");
-    if (arguments.has("include-trash")) options = options.includingVolumeTrash();
-    return options;
-}
-
-void printJson(const ScanResult& result, const ScanReport::Inventory& inventory) {
+void printReport(const ScanResult& result, const ScanReport::Inventory& inventory) {
     auto items = [](const std::vector<FileNode*>& nodes) {
         nlohmann::ordered_json list = nlohmann::ordered_json::array();
         for (const FileNode* node : nodes)
@@ -53,16 +39,13 @@ void printJson(const ScanResult& result, const ScanReport::Inventory& inventory)
         {"largestFolders", items(inventory.folders)},
         {"largestFiles", items(inventory.files)},
     };
-    // Names that are not UTF-8 can't travel in JSON as they are; their bad bytes become U+FFFD.
-    std::cout << report.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
+    printJson(report);
 }
 
 void printList(const char* title, const std::vector<FileNode*>& nodes) {
     if (nodes.empty()) return;
     std::printf("\n%s\n", title);
-    for (const FileNode* node : nodes)
-        std::printf("  %s  %s\n", ByteFormat::padded(node->totalBytes(), 9).c_str(),
-                    printable(node->path()).c_str());
+    printRows(nodes, "  ");
 }
 
 void printText(const ScanResult& result, const ScanReport::Inventory& inventory) {
@@ -97,33 +80,14 @@ void printText(const ScanResult& result, const ScanReport::Inventory& inventory)
 int runScan(const std::vector<std::string>& words) {
     Arguments arguments = parseArguments(words, scanOptions);
     if (arguments.positionals.size() != 1) throw UsageError("scan wants one folder");
-    ScanOptions options = optionsFrom(arguments);
+    std::optional<ScanResult> result = scanWithProgress(arguments.positionals.front(), scanOptionsFrom(arguments));
+    if (!result) return exitFailure;
 
-    ProgressLine line;
-    DiskScanner::Progress progress;
-    if (line.shown()) {
-        progress = [&line](const ScanProgress& now) {
-            line.update("Scanning: " + counted(now.directories, "folder", "folders") + ", " +
-                        counted(now.files, "file", "files") + ", " + ByteFormat::string(now.bytes) + ", " +
-                        seconds(line.elapsed()));
-        };
-    }
-    ScanResult result;
-    try {
-        result = DiskScanner::scan(arguments.positionals.front(), options, progress);
-    } catch (const DiskScanError& error) {
-        line.clear();
-        // The sentence holds the path as typed, which may hold a newline or an escape.
-        printError(printable(error.what()));
-        return exitFailure;
-    }
-    line.clear();
-
-    ScanReport::Inventory inventory = ScanReport::inventory(*result.root, listedItems);
+    ScanReport::Inventory inventory = ScanReport::inventory(*result->root, listedItems);
     if (arguments.has("json"))
-        printJson(result, inventory);
+        printReport(*result, inventory);
     else
-        printText(result, inventory);
+        printText(*result, inventory);
     return exitSuccess;
 }
 

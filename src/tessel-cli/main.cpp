@@ -29,6 +29,48 @@ const std::vector<Command>& commands() {
          "  --include-trash        enter volume trash folders too\n"
          "  --stall-timeout SECS   give up on a folder silent this long (default 30)\n",
          runScan},
+        {"largest", "List the largest files or folders under a folder",
+         "usage: tessel largest [options] PATH\n"
+         "\n"
+         "Scans PATH and lists its largest files, or with --folders its largest\n"
+         "folders, one a line: the size, then the path. Files below the listing size\n"
+         "(--threshold, 1048576 bytes by default) have no entry of their own and are\n"
+         "never listed; their bytes count in their folder.\n"
+         "\n"
+         "  --limit N              how many to list (default 20)\n"
+         "  --folders              list folders instead of files\n"
+         "  --json                 print {\"items\": [{\"path\", \"bytes\", \"isDirectory\"}]}\n"
+         "  --workers N            reading threads (default: processors, 2 to 8)\n"
+         "  --threshold BYTES      smallest file that is listed on its own (default 1048576)\n"
+         "  --cross-devices        enter other file systems mounted inside PATH\n"
+         "  --include-trash        enter volume trash folders too\n"
+         "  --stall-timeout SECS   give up on a folder silent this long (default 30)\n",
+         runLargest},
+        {"search", "Find files and folders under a folder by name and size",
+         "usage: tessel search [options] PATH TEXT\n"
+         "\n"
+         "Scans PATH and lists the files and folders below it whose names hold every\n"
+         "word of TEXT, in any order, with case ignored. Put words in double quotes\n"
+         "to find them side by side; an empty TEXT matches every name. The last line\n"
+         "gives how many matched and their sizes added up.\n"
+         "\n"
+         "Files below the listing size (1 MiB unless --threshold says otherwise) have\n"
+         "no entry of their own, so they can't be found by name; use --threshold 0 to\n"
+         "find every file, at the cost of a larger and slower scan.\n"
+         "\n"
+         "  --min BYTES            only items of at least this many bytes\n"
+         "  --max BYTES            only items of at most this many bytes\n"
+         "  --kind files|folders   only files, or only folders\n"
+         "  --sort largest|smallest|name\n"
+         "                         order of the list (default largest)\n"
+         "  --limit N              how many to list (default 20); the totals count all\n"
+         "  --json                 print {\"totalMatched\", \"totalBytes\", \"truncated\", \"matches\"}\n"
+         "  --workers N            reading threads (default: processors, 2 to 8)\n"
+         "  --threshold BYTES      smallest file that is listed on its own (default 1048576)\n"
+         "  --cross-devices        enter other file systems mounted inside PATH\n"
+         "  --include-trash        enter volume trash folders too\n"
+         "  --stall-timeout SECS   give up on a folder silent this long (default 30)\n",
+         runSearch},
     };
     return list;
 }

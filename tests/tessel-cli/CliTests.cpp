@@ -1,17 +1,11 @@
 // The real tool, run the way a person or a script runs it: its exit status and
 // what it writes on each stream, against folders built on disk for each test.
 
-#include <fcntl.h>
-#include <grp.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdint>
-#include <cstdlib>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -25,6 +19,7 @@
 
 #include "Fixture.h"
 #include "TerminalText.h"
+#include "ToolRun.h"
 
 namespace tessel::cli {
 namespace {
@@ -33,68 +28,6 @@ using nlohmann::json;
 using PathSet = std::set<std::string>;
 
 constexpr std::int64_t defaultThreshold = 1048576;
-
-[[noreturn]] void fail(const char* call) { throw std::system_error(errno, std::generic_category(), call); }
-
-struct Outcome {
-    int status = -1;
-    std::string out, err;
-};
-
-std::string drain(int fd) {
-    std::string text;
-    char buffer[65536];
-    for (ssize_t got; (got = read(fd, buffer, sizeof buffer)) != 0;) {
-        if (got > 0) text.append(buffer, static_cast<std::size_t>(got));
-        else if (errno != EINTR) break; // EIO: a terminal whose far side has closed
-    }
-    close(fd);
-    return text;
-}
-
-// Standard input is /dev/null and standard output a file. Standard error is a pipe, or a
-// pseudo-terminal for `terminal`. `nobody` loses root's power to read any folder, so it
-// needs a temporary folder that everyone may pass through.
-enum class As { usual, nobody, terminal };
-
-Outcome runTessel(std::vector<std::string> words, As as = As::usual) {
-    words.insert(words.begin(), TESSEL_BINARY);
-    std::vector<char*> argv;
-    for (std::string& word : words) argv.push_back(word.data());
-    argv.push_back(nullptr);
-
-    const int out = memfd_create("tessel-stdout", MFD_CLOEXEC);
-    int err[2];
-    if (out < 0) fail("memfd_create");
-    if (as != As::terminal) {
-        if (pipe2(err, O_CLOEXEC) != 0) fail("pipe2");
-    } else {
-        // Opened here, not in the child: a master whose far side was never open reads as hung up.
-        err[0] = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-        if (err[0] < 0 || grantpt(err[0]) != 0 || unlockpt(err[0]) != 0) fail("posix_openpt");
-        if ((err[1] = open(ptsname(err[0]), O_WRONLY | O_NOCTTY | O_CLOEXEC)) < 0) fail("open pts");
-    }
-    const pid_t child = fork();
-    if (child < 0) fail("fork");
-    if (child == 0) {
-        // Nothing but async-signal-safe calls between fork and exec in a threaded process.
-        const int in = open("/dev/null", O_RDONLY);
-        if (in < 0 || dup2(in, 0) < 0 || dup2(out, 1) < 0 || dup2(err[1], 2) < 0) _exit(126);
-        if (as == As::nobody && (setgroups(0, nullptr) != 0 || setgid(65534) != 0 || setuid(65534) != 0))
-            _exit(126);
-        execv(argv[0], argv.data());
-        _exit(127);
-    }
-    close(err[1]);
-    Outcome run;
-    run.err = drain(err[0]);
-    int status = 0;
-    if (waitpid(child, &status, 0) != child) fail("waitpid");
-    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    lseek(out, 0, SEEK_SET);
-    run.out = drain(out);
-    return run;
-}
 
 std::string folder(const test::TempFolder& tree, const std::string& name) {
     test::makeFolder(tree / name);
@@ -118,16 +51,6 @@ PathSet paths(const json& items) {
     PathSet found;
     for (const json& item : items) found.insert(item.at("path").get<std::string>());
     return found;
-}
-
-// A failure is one line on standard error and nothing on standard output.
-void expectOneErrorLine(const Outcome& run, int status, const std::string& mention) {
-    EXPECT_EQ(run.status, status);
-    EXPECT_EQ(run.out, "");
-    EXPECT_TRUE(run.err.starts_with("tessel: ")) << run.err;
-    EXPECT_TRUE(run.err.ends_with('\n')) << run.err;
-    EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
-    EXPECT_NE(run.err.find(mention), std::string::npos) << run.err;
 }
 
 TEST(CliScan, JsonCountsAllocatedBlocksOfEachInodeOnce) {

@@ -1,0 +1,55 @@
+#include "ScanStep.h"
+
+#include "Command.h"
+#include "ProgressLine.h"
+#include "TerminalText.h"
+#include "DiskScanKit/ByteFormat.h"
+#include "DiskScanKit/DiskScanner.h"
+
+namespace tessel::cli {
+
+std::vector<OptionSpec> withScanOptions(std::vector<OptionSpec> own) {
+    own.insert(own.end(), {
+                              {"workers", true},
+                              {"threshold", true},
+                              {"cross-devices", false},
+                              {"include-trash", false},
+                              {"stall-timeout", true},
+                          });
+    return own;
+}
+
+ScanOptions scanOptionsFrom(const Arguments& arguments) {
+    ScanOptions options;
+    options.progressInterval = 0.25;
+    if (auto workers = arguments.integer("workers", 1)) options.workerCount = static_cast<int>(*workers);
+    if (auto threshold = arguments.integer("threshold", 0)) options.fileNodeThreshold = *threshold;
+    if (auto stall = arguments.seconds("stall-timeout")) options.stallTimeout = *stall;
+    options.crossDeviceBoundaries = arguments.has("cross-devices");
+    if (arguments.has("include-trash")) options = options.includingVolumeTrash();
+    return options;
+}
+
+std::optional<ScanResult> scanWithProgress(const std::string& path, const ScanOptions& options) {
+    ProgressLine line;
+    DiskScanner::Progress progress;
+    if (line.shown()) {
+        progress = [&line](const ScanProgress& now) {
+            line.update("Scanning: " + counted(now.directories, "folder", "folders") + ", " +
+                        counted(now.files, "file", "files") + ", " + ByteFormat::string(now.bytes) + ", " +
+                        seconds(line.elapsed()));
+        };
+    }
+    try {
+        ScanResult result = DiskScanner::scan(path, options, progress);
+        line.clear();
+        return result;
+    } catch (const DiskScanError& error) {
+        line.clear();
+        // The sentence holds the path as typed, which may hold a newline or an escape.
+        printError(printable(error.what()));
+        return std::nullopt;
+    }
+}
+
+} // namespace tessel::cli

@@ -1,0 +1,83 @@
+#include "ToolRun.h"
+
+#include <fcntl.h>
+#include <grp.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <system_error>
+
+#include <gtest/gtest.h>
+
+namespace tessel::cli {
+
+namespace {
+
+[[noreturn]] void fail(const char* call) { throw std::system_error(errno, std::generic_category(), call); }
+
+std::string drain(int fd) {
+    std::string text;
+    char buffer[65536];
+    for (ssize_t got; (got = read(fd, buffer, sizeof buffer)) != 0;) {
+        if (got > 0) text.append(buffer, static_cast<std::size_t>(got));
+        else if (errno != EINTR) break; // EIO: a terminal whose far side has closed
+    }
+    close(fd);
+    return text;
+}
+
+} // namespace
+
+Outcome runTessel(std::vector<std::string> words, As as) {
+    words.insert(words.begin(), TESSEL_BINARY);
+    std::vector<char*> argv;
+    for (std::string& word : words) argv.push_back(word.data());
+    argv.push_back(nullptr);
+
+    const int out = memfd_create("tessel-stdout", MFD_CLOEXEC);
+    int err[2];
+    if (out < 0) fail("memfd_create");
+    if (as != As::terminal) {
+        if (pipe2(err, O_CLOEXEC) != 0) fail("pipe2");
+    } else {
+        // Opened here, not in the child: a master whose far side was never open reads as hung up.
+        err[0] = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+        if (err[0] < 0 || grantpt(err[0]) != 0 || unlockpt(err[0]) != 0) fail("posix_openpt");
+        if ((err[1] = open(ptsname(err[0]), O_WRONLY | O_NOCTTY | O_CLOEXEC)) < 0) fail("open pts");
+    }
+    const pid_t child = fork();
+    if (child < 0) fail("fork");
+    if (child == 0) {
+        // Nothing but async-signal-safe calls between fork and exec in a threaded process.
+        const int in = open("/dev/null", O_RDONLY);
+        if (in < 0 || dup2(in, 0) < 0 || dup2(out, 1) < 0 || dup2(err[1], 2) < 0) _exit(126);
+        if (as == As::nobody && (setgroups(0, nullptr) != 0 || setgid(65534) != 0 || setuid(65534) != 0))
+            _exit(126);
+        execv(argv[0], argv.data());
+        _exit(127);
+    }
+    close(err[1]);
+    Outcome run;
+    run.err = drain(err[0]);
+    int status = 0;
+    if (waitpid(child, &status, 0) != child) fail("waitpid");
+    run.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    lseek(out, 0, SEEK_SET);
+    run.out = drain(out);
+    return run;
+}
+
+void expectOneErrorLine(const Outcome& run, int status, const std::string& mention) {
+    EXPECT_EQ(run.status, status);
+    EXPECT_EQ(run.out, "");
+    EXPECT_TRUE(run.err.starts_with("tessel: ")) << run.err;
+    EXPECT_TRUE(run.err.ends_with('\n')) << run.err;
+    EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+    EXPECT_NE(run.err.find(mention), std::string::npos) << run.err;
+}
+
+} // namespace tessel::cli

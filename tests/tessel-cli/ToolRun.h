@@ -1,0 +1,26 @@
+#pragma once
+// The real tool, run the way a person or a script runs it: its exit status and
+// what it writes on each stream.
+
+#include <string>
+#include <vector>
+
+namespace tessel::cli {
+
+struct Outcome {
+    int status = -1;
+    std::string out, err;
+};
+
+// Standard input is /dev/null and standard output a file. Standard error is a pipe, or a
+// pseudo-terminal for `terminal`. `nobody` loses root's power to read any folder, so it
+// needs a temporary folder that everyone may pass through.
+enum class As { usual, nobody, terminal };
+
+// Throws std::system_error when the machinery around the tool fails.
+Outcome runTessel(std::vector<std::string> words, As as = As::usual);
+
+// A failure is one line on standard error, holding `mention`, and nothing on standard output.
+void expectOneErrorLine(const Outcome& run, int status, const std::string& mention);
+
+} // namespace tessel::cli
