@@ -83,6 +83,11 @@ int selfTest(TesselApp& app) {
         app.shell().setRoom(room);
         settle(80);
     }
+    app.shell().setRoom("map");
+    for (const char* style : {"treemap", "list", "columns", "cards"}) {
+        app.session().spaceMap()->setStyle(style);
+        settle(80);
+    }
     app.shell().setRoom("overview");
     app.guide().start();
     for (int step = 0; step < app.guide().count(); ++step) {
@@ -137,6 +142,13 @@ int screenshots(TesselApp& app, const QString& folder) {
             settle(room == "overview" ? 500 : 150);
             saved += save(window, QStringLiteral("%1/%2-%3.png").arg(folder, room, theme)) ? 1 : 0;
         }
+        app.shell().setRoom("map");
+        for (const char* style : {"treemap", "list", "columns"}) {
+            app.session().spaceMap()->setStyle(style);
+            settle(200);
+            saved += save(window, QStringLiteral("%1/map-%2-%3.png").arg(folder, style, theme)) ? 1 : 0;
+        }
+        app.session().spaceMap()->setStyle("cards");
         app.shell().setRoom("overview");
         app.guide().start();
         app.guide().next();

@@ -14,16 +14,20 @@ constexpr int exitUsage = 2;
 struct Command {
     const char* name;
     const char* summary;
-    const char* help;
+    std::string help;
     int (*run)(const std::vector<std::string>& words);
 };
 
 const std::vector<Command>& commands();
 
+// The options every scanning command takes, as its help lists them.
+extern const char* const scanOptionsHelp;
+
 // "tessel: " and the sentence, on standard error.
 void printError(const std::string& sentence);
 
 int runScan(const std::vector<std::string>& words);
+int runMap(const std::vector<std::string>& words);
 int runLargest(const std::vector<std::string>& words);
 int runSearch(const std::vector<std::string>& words);
 

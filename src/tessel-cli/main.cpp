@@ -13,24 +13,27 @@
 
 namespace tessel::cli {
 
+const char* const scanOptionsHelp =
+    "  --workers N            reading threads (default: processors, 2 to 8)\n"
+    "  --threshold BYTES      smallest file that is listed on its own (default 1048576)\n"
+    "  --cross-devices        enter other file systems mounted inside PATH\n"
+    "  --include-trash        enter volume trash folders too\n"
+    "  --stall-timeout SECS   give up on a folder silent this long (default 30)\n";
+
 const std::vector<Command>& commands() {
     static const std::vector<Command> list{
         {"scan", "Scan a folder and show where its space goes",
-         "usage: tessel scan [options] PATH\n"
+         std::string("usage: tessel scan [options] PATH\n"
          "\n"
          "Scans PATH into a tree of allocated sizes and prints the total, the numbers\n"
          "of files and folders, the time taken, and the 10 largest folders and files.\n"
          "Hard links count once; other disks mounted inside PATH are not entered.\n"
          "\n"
-         "  --json                 print one JSON object instead of text\n"
-         "  --workers N            reading threads (default: processors, 2 to 8)\n"
-         "  --threshold BYTES      smallest file that is listed on its own (default 1048576)\n"
-         "  --cross-devices        enter other file systems mounted inside PATH\n"
-         "  --include-trash        enter volume trash folders too\n"
-         "  --stall-timeout SECS   give up on a folder silent this long (default 30)\n",
+         "  --json                 print one JSON object instead of text\n")
+             + scanOptionsHelp,
          runScan},
         {"largest", "List the largest files or folders under a folder",
-         "usage: tessel largest [options] PATH\n"
+         std::string("usage: tessel largest [options] PATH\n"
          "\n"
          "Scans PATH and lists its largest files, or with --folders its largest\n"
          "folders, one a line: the size, then the path. Files below the listing size\n"
@@ -39,15 +42,11 @@ const std::vector<Command>& commands() {
          "\n"
          "  --limit N              how many to list (default 20)\n"
          "  --folders              list folders instead of files\n"
-         "  --json                 print {\"items\": [{\"path\", \"bytes\", \"isDirectory\"}]}\n"
-         "  --workers N            reading threads (default: processors, 2 to 8)\n"
-         "  --threshold BYTES      smallest file that is listed on its own (default 1048576)\n"
-         "  --cross-devices        enter other file systems mounted inside PATH\n"
-         "  --include-trash        enter volume trash folders too\n"
-         "  --stall-timeout SECS   give up on a folder silent this long (default 30)\n",
+         "  --json                 print {\"items\": [{\"path\", \"bytes\", \"isDirectory\"}]}\n")
+             + scanOptionsHelp,
          runLargest},
         {"search", "Find files and folders under a folder by name and size",
-         "usage: tessel search [options] PATH TEXT\n"
+         std::string("usage: tessel search [options] PATH TEXT\n"
          "\n"
          "Scans PATH and lists the files and folders below it whose names hold every\n"
          "word of TEXT, in any order, with case ignored. Put words in double quotes\n"
@@ -64,13 +63,23 @@ const std::vector<Command>& commands() {
          "  --sort largest|smallest|name\n"
          "                         order of the list (default largest)\n"
          "  --limit N              how many to list (default 20); the totals count all\n"
-         "  --json                 print {\"totalMatched\", \"totalBytes\", \"truncated\", \"matches\"}\n"
-         "  --workers N            reading threads (default: processors, 2 to 8)\n"
-         "  --threshold BYTES      smallest file that is listed on its own (default 1048576)\n"
-         "  --cross-devices        enter other file systems mounted inside PATH\n"
-         "  --include-trash        enter volume trash folders too\n"
-         "  --stall-timeout SECS   give up on a folder silent this long (default 30)\n",
+         "  --json                 print {\"totalMatched\", \"totalBytes\", \"truncated\", \"matches\"}\n")
+             + scanOptionsHelp,
          runSearch},
+        {"map", "Draw a folder's map as an SVG picture",
+         std::string("usage: tessel map [options] PATH --svg FILE\n"
+         "\n"
+         "Scans PATH and writes its map to FILE as a standalone SVG picture: cards by\n"
+         "default, the way the app first shows a folder, or a treemap. Names and sizes\n"
+         "are written on the shapes where they fit.\n"
+         "\n"
+         "  --svg FILE             where to write the picture (replaced if it exists)\n"
+         "  --width W              width in points (default 1200)\n"
+         "  --height H             height in points (default 800)\n"
+         "  --style cards|treemap  how to draw it (default cards)\n"
+         "  --theme light|dark     the colours (default light)\n")
+             + scanOptionsHelp,
+         runMap},
     };
     return list;
 }
@@ -101,7 +110,7 @@ int main(int argc, char** argv) {
         for (const std::string& word : words) {
             if (word == "--") break;
             if (word == "--help") {
-                std::fputs(command.help, stdout);
+                std::fputs(command.help.c_str(), stdout);
                 return exitSuccess;
             }
         }

@@ -169,7 +169,7 @@ TEST(ScanCoordinatorRules, LaunchPathIsTheFirstArgumentThatIsNotAnOption) {
 
 TEST_F(ScanRoad, CompletionIsHandledOnceHoweverOftenItIsAsked) {
     AppSession session(dependencies("/home/me"));
-    QSignalSpy mapStarted(session.spaceMap(), &SpaceMapModel::treeChanged);
+    QSignalSpy mapStarted(session.spaceMap(), &SpaceMapModel::rootChanged);
     session.launch();
     fake.release("/home/me");
     ASSERT_TRUE(waitUntil([&] { return session.handledScan().has_value(); }));

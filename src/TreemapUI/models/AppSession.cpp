@@ -26,7 +26,7 @@ AppSession::Dependencies AppSession::Dependencies::system(QSettings* settings, s
 AppSession::AppSession(Dependencies dependencies, QObject* parent)
     : QObject(parent), dependencies_(std::move(dependencies)),
       scan_(dependencies_.scanEnvironment, dependencies_.initialPath, this), tools_(this),
-      overview_(dependencies_.settings, dependencies_.home, this), spaceMap_(this), uninstall_(this),
+      overview_(dependencies_.settings, dependencies_.home, this), spaceMap_(dependencies_.settings, this), uninstall_(this),
       permissions_(this), notifications_(this) {
     connect(&scan_, &ScanCoordinator::completedScanIDChanged, this, &AppSession::handleCompletedScan);
     connect(&permissions_, &PermissionsGate::answered, this, &AppSession::startWork);

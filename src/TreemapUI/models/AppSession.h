@@ -20,6 +20,7 @@
 #include "ScanCoordinator.h"
 #include "SpaceMapModel.h"
 #include "ToolModels.h"
+#include "UninstallModel.h"
 
 namespace tessel {
 

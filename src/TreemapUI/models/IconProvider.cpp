@@ -135,18 +135,22 @@ QImage IconProvider::requestImage(const QString& id, QSize* size, const QSize& r
     const QSize target = targetSize(requestedSize);
     if (size)
         *size = target;
+    return render(request.symbol, request.colour, target);
+}
 
+QImage IconProvider::render(const QString& symbol, const QColor& colour, QSize size) {
+    const QSize target = targetSize(size);
     QImage image(target, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
 
-    std::optional<QByteArray> text = IconTexts::instance().text(request.symbol);
+    std::optional<QByteArray> text = IconTexts::instance().text(symbol);
     if (!text)
         return image;
-    text->replace(inkColour, request.colour.name(QColor::HexRgb).toLatin1());
+    text->replace(inkColour, colour.name(QColor::HexRgb).toLatin1());
 
     QSvgRenderer renderer(*text);
     if (!renderer.isValid()) {
-        qWarning("IconProvider: icon \"%s\" could not be read", qUtf8Printable(request.symbol));
+        qWarning("IconProvider: icon \"%s\" could not be read", qUtf8Printable(symbol));
         return image;
     }
     renderer.setAspectRatioMode(Qt::KeepAspectRatio);
@@ -156,9 +160,9 @@ QImage IconProvider::requestImage(const QString& id, QSize* size, const QSize& r
     renderer.render(&painter, QRectF(image.rect()));
     // The alpha goes on afterwards, over the whole icon: were it in the SVG,
     // the places where two strokes overlap would come out darker.
-    if (request.colour.alpha() < 255) {
+    if (colour.alpha() < 255) {
         painter.setCompositionMode(QPainter::CompositionMode_DestinationIn);
-        painter.fillRect(image.rect(), QColor(0, 0, 0, request.colour.alpha()));
+        painter.fillRect(image.rect(), QColor(0, 0, 0, colour.alpha()));
     }
     painter.end();
     return image;

@@ -8,6 +8,7 @@
 // The colour is #rrggbb or #aarrggbb (a literal '#' or "%23"); without one the
 // icon comes out black. Without a sourceSize it is 24×24.
 
+#include <QColor>
 #include <QImage>
 #include <QQuickImageProvider>
 #include <QSize>
@@ -26,6 +27,8 @@ public:
 
     // Whether an icon of that name ships with the app.
     static bool has(const QString& symbol);
+    // The icon drawn in `colour` at `size`, for views that paint themselves.
+    static QImage render(const QString& symbol, const QColor& colour, QSize size);
 };
 
 } // namespace tessel

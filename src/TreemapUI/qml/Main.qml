@@ -101,6 +101,7 @@ ApplicationWindow {
                 if (window.session.permissions.asking) return accessView
                 if (window.session.scan.phase === "failed") return failureView
                 if (window.shell.room === "overview") return overviewRoom
+                if (window.shell.room === "map") return mapRoom
                 return comingRoom
             }
         }
@@ -111,6 +112,13 @@ ApplicationWindow {
         OverviewRoom {
             session: window.session
             shell: window.shell
+        }
+    }
+    Component {
+        id: mapRoom
+        MapRoom {
+            session: window.session
+            theme: window.theme
         }
     }
     Component {

@@ -1,0 +1,164 @@
+// Lenses over the tree.
+//
+// Apps: a walk that stops at every application and never enters the system's
+// own areas, so "/" shows the apps a person installed, not libraries.
+//
+// Folders: a best-first split. Start from the folders directly below the
+// focus; while fewer than `target` stand, replace the largest that has
+// subfolders by those subfolders (its loose files stay behind, unshown). So
+// with a target of 4 and
+//
+//     /a (90: /a/x 60, /a/y 30)   /b (50)   /c (10)
+//
+// the first round splits /a, giving /a/x 60, /b 50, /a/y 30, /c 10: the four
+// biggest places, none inside another.
+//
+// Types: one pass over every file node, summing by kind; a package counts as
+// its bundle's kind (a photo library is images) and is not entered.
+
+#include "TreemapLayout/MapLens.h"
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <queue>
+#include <string>
+
+#include "DiskScanKit/CheckedSize.h"
+
+namespace tessel::MapLens {
+
+namespace {
+
+bool endsWith(std::string_view text, std::string_view ending) {
+    return text.size() >= ending.size() && text.substr(text.size() - ending.size()) == ending;
+}
+
+void largestFirst(std::vector<MapItem>& items) {
+    std::stable_sort(items.begin(), items.end(), [](const MapItem& a, const MapItem& b) { return a.bytes > b.bytes; });
+}
+
+} // namespace
+
+bool isNotForApps(std::string_view name) {
+    static constexpr std::array<std::string_view, 9> names{"Library", "System", "private", "usr", "opt",
+                                                           "cores", ".Trash", "node_modules", "Caches"};
+    return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+bool isApplication(const FileNode& node, Platform platform) {
+    const std::string_view name = node.name();
+    if (node.isDirectory() && endsWith(name, ".app")) return true;
+    if (platform != Platform::linuxOS) return false;
+    if (!node.isDirectory()) return endsWith(name, ".AppImage");
+    // Flatpak keeps each app in .../flatpak/app/<id>; snapd keeps each snap in /snap/<name>.
+    const FileNode* parent = node.parent();
+    if (parent == nullptr) return false;
+    if (parent->name() == "app" && parent->parent() != nullptr && parent->parent()->name() == "flatpak") return true;
+    return parent->name() == "snap" && parent->parent() != nullptr && parent->parent()->parent() == nullptr &&
+           parent->parent()->name().empty();
+}
+
+std::vector<MapItem> apps(FileNode* root, Platform platform) {
+    std::vector<MapItem> found;
+    std::vector<FileNode*> stack{root};
+    while (!stack.empty()) {
+        FileNode* node = stack.back();
+        stack.pop_back();
+        for (FileNode* child : node->children()) {
+            if (child->totalBytes() <= 0) continue;
+            if (isApplication(*child, platform)) {
+                MapItem item = MapItem::fromNode(child);
+                item.kind = MapItem::Kind::app();
+                found.push_back(std::move(item));
+            } else if (child->isDirectory() && !isNotForApps(child->name())) {
+                stack.push_back(child);
+            }
+        }
+    }
+    largestFirst(found);
+    return found;
+}
+
+std::vector<MapItem> folders(FileNode* root, int target) {
+    auto smaller = [](const FileNode* a, const FileNode* b) { return a->totalBytes() < b->totalBytes(); };
+    std::priority_queue<FileNode*, std::vector<FileNode*>, decltype(smaller)> splittable(smaller);
+    std::vector<FileNode*> standing;
+    auto place = [&](FileNode* folder) {
+        for (FileNode* child : folder->children()) {
+            if (!child->isDirectory() || child->totalBytes() <= 0) continue;
+            bool hasSubfolders = std::any_of(child->children().begin(), child->children().end(),
+                                             [](const FileNode* grandchild) { return grandchild->isDirectory(); });
+            (hasSubfolders ? splittable.push(child) : standing.push_back(child));
+        }
+    };
+    place(root);
+    while (!splittable.empty() &&
+           static_cast<int>(splittable.size() + standing.size()) < target) {
+        FileNode* largest = splittable.top();
+        // Splitting a folder that is smaller than one already standing would hide a bigger place.
+        auto biggestStanding = std::max_element(standing.begin(), standing.end(), smaller);
+        if (biggestStanding != standing.end() && (*biggestStanding)->totalBytes() > largest->totalBytes()) break;
+        splittable.pop();
+        place(largest);
+    }
+    while (!splittable.empty()) {
+        standing.push_back(splittable.top());
+        splittable.pop();
+    }
+    std::vector<MapItem> items;
+    items.reserve(standing.size());
+    for (FileNode* folder : standing) items.push_back(MapItem::fromNode(folder));
+    largestFirst(items);
+    if (static_cast<int>(items.size()) > target && target > 0) {
+        std::vector<MapItem> rest(std::make_move_iterator(items.begin() + target), std::make_move_iterator(items.end()));
+        items.resize(static_cast<std::size_t>(target));
+        items.push_back(MapItem::more(std::move(rest)));
+    }
+    return items;
+}
+
+std::vector<MapItem> types(FileNode* root) {
+    struct Bucket {
+        std::int64_t bytes = 0;
+        std::vector<FileNode*> members;
+    };
+    std::map<FileKind, Bucket> buckets;
+    std::int64_t smallBytes = root->aggregatedFileBytes();
+    std::int64_t smallCount = root->aggregatedFileCount();
+    std::vector<FileNode*> stack{root};
+    while (!stack.empty()) {
+        FileNode* node = stack.back();
+        stack.pop_back();
+        for (FileNode* child : node->children()) {
+            if (child->totalBytes() <= 0) continue;
+            std::optional<FileKind> kind;
+            if (!child->isDirectory()) kind = FileKinds::of(child->name());
+            else if (std::optional<FileKind> bundle = FileKinds::bundle(child->name())) kind = bundle;
+            if (kind) {
+                Bucket& bucket = buckets[*kind];
+                bucket.bytes = checkedAdd(bucket.bytes, child->totalBytes());
+                bucket.members.push_back(child);
+                continue;
+            }
+            smallBytes = checkedAdd(smallBytes, child->aggregatedFileBytes());
+            smallCount += child->aggregatedFileCount();
+            stack.push_back(child);
+        }
+    }
+    std::vector<MapItem> items;
+    for (auto& [kind, bucket] : buckets) items.push_back(MapItem::group(std::move(bucket.members), kind, bucket.bytes, root));
+    if (smallBytes > 0) {
+        MapItem small;
+        small.id = root->path() + "/$small-all";
+        small.container = root;
+        small.bytes = smallBytes;
+        small.kind = MapItem::Kind::smallFiles(smallCount);
+        small.name = smallCount == 1 ? std::string("1 smaller file") : std::to_string(smallCount) + " smaller files";
+        items.push_back(std::move(small));
+    }
+    largestFirst(items);
+    return items;
+}
+
+} // namespace tessel::MapLens

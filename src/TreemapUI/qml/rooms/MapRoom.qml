@@ -1,0 +1,205 @@
+import QtQuick
+import QtQuick.Controls
+import Tessel.UI
+
+// The space map: where the space went, as cards, a treemap, a list or columns.
+Item {
+    id: room
+    required property AppSession session
+    required property ThemeModel theme
+    readonly property SpaceMapModel map: session.spaceMap
+    readonly property string style: map.style
+
+    // Until a scan stands there is nothing to map.
+    Column {
+        visible: !room.map.hasTree
+        anchors.centerIn: parent
+        width: Math.min(room.width - 80, 440)
+        spacing: 12
+        Icon {
+            anchors.horizontalCenter: parent.horizontalCenter
+            symbol: "square.grid.2x2"
+            size: 40
+            color: Style.theme.secondaryText
+        }
+        Text {
+            width: parent.width
+            horizontalAlignment: Text.AlignHCenter
+            text: room.session.scan.isScanning
+                  ? "The map appears as soon as the scan of " + room.session.scan.sourceLabel + " is done."
+                  : "Scan a disk or a folder to see where its space went."
+            color: Style.theme.secondaryText
+            font.pixelSize: Style.bodySize + 1
+            wrapMode: Text.Wrap
+        }
+    }
+
+    Item {
+        id: header
+        visible: room.map.hasTree
+        x: 20
+        width: parent.width - 40
+        height: 52
+
+        Row {
+            id: crumbs
+            anchors.verticalCenter: parent.verticalCenter
+            spacing: 4
+            width: Math.min(implicitWidth, header.width - switches.width - 16)
+            clip: true
+            ActionButton {
+                symbol: "chevron.left"
+                text: "Back"
+                enabled: room.map.canGoBack
+                implicitHeight: 28
+                onClicked: room.map.back()
+            }
+            Item { width: 6; height: 1 }
+            Repeater {
+                model: room.map.path
+                Row {
+                    id: crumb
+                    required property var modelData
+                    required property int index
+                    spacing: 4
+                    anchors.verticalCenter: parent ? parent.verticalCenter : undefined
+                    Icon {
+                        visible: crumb.index > 0
+                        symbol: "chevron.right"
+                        size: 10
+                        color: Style.theme.secondaryText
+                        anchors.verticalCenter: parent.verticalCenter
+                    }
+                    AbstractButton {
+                        id: crumbButton
+                        readonly property bool last: crumb.index === room.map.path.length - 1
+                        hoverEnabled: true
+                        enabled: !last && crumb.modelData.index >= 0
+                        implicitHeight: 26
+                        implicitWidth: crumbText.implicitWidth + 12
+                        onClicked: room.map.goToPathIndex(crumb.modelData.index)
+                        background: Rectangle {
+                            radius: Style.smallRadius
+                            color: crumbButton.hovered ? Style.theme.highlight : "transparent"
+                        }
+                        contentItem: Text {
+                            id: crumbText
+                            text: crumb.modelData.name
+                            color: crumbButton.last ? Style.theme.text : Style.theme.secondaryText
+                            font.pixelSize: Style.bodySize
+                            font.weight: crumbButton.last ? Font.DemiBold : Font.Normal
+                            horizontalAlignment: Text.AlignHCenter
+                            verticalAlignment: Text.AlignVCenter
+                            elide: Text.ElideMiddle
+                        }
+                    }
+                }
+            }
+        }
+
+        Row {
+            id: switches
+            anchors.right: parent.right
+            anchors.verticalCenter: parent.verticalCenter
+            spacing: 10
+            Segmented {
+                options: room.map.lenses.map(lens => [lens.key, lens.title])
+                value: room.map.lens
+                onPicked: function(value) { room.map.lens = value }
+            }
+            Segmented {
+                options: [["cards", "Cards"], ["treemap", "Treemap"], ["list", "List"], ["columns", "Columns"]]
+                value: room.style
+                onPicked: function(value) { room.map.style = value }
+            }
+        }
+    }
+
+    Item {
+        id: body
+        visible: room.map.hasTree
+        anchors.top: header.bottom
+        anchors.bottom: footer.top
+        x: 20
+        width: parent.width - 40
+
+        MapCanvas {
+            id: canvas
+            anchors.fill: parent
+            visible: room.style === "cards" || room.style === "treemap"
+            model: room.map
+            theme: room.theme
+            style: room.style === "treemap" ? "treemap" : "cards"
+        }
+        BusyIndicator {
+            anchors.centerIn: parent
+            running: room.map.isWorking
+            visible: running
+        }
+        // What the pointer is over: name, size and share.
+        Rectangle {
+            id: tip
+            visible: canvas.visible && canvas.hoverName.length > 0
+            x: Math.min(canvas.hoverPoint.x + 16, body.width - width - 4)
+            y: Math.min(canvas.hoverPoint.y + 18, body.height - height - 4)
+            width: tipColumn.implicitWidth + 20
+            height: tipColumn.implicitHeight + 14
+            radius: Style.smallRadius + 2
+            color: Style.theme.surface
+            border.width: 1
+            border.color: Style.theme.outline
+            Column {
+                id: tipColumn
+                x: 10
+                y: 7
+                spacing: 2
+                Text {
+                    text: canvas.hoverName
+                    color: Style.theme.text
+                    font.pixelSize: Style.bodySize
+                    font.weight: Font.DemiBold
+                    width: Math.min(implicitWidth, 360)
+                    elide: Text.ElideMiddle
+                }
+                Text {
+                    text: canvas.hoverDetail
+                    color: Style.theme.secondaryText
+                    font.pixelSize: Style.captionSize + 1
+                }
+            }
+        }
+
+        MapList {
+            anchors.fill: parent
+            visible: room.style === "list"
+            map: room.map
+        }
+        MapColumns {
+            anchors.fill: parent
+            visible: room.style === "columns"
+            map: room.map
+        }
+    }
+
+    Item {
+        id: footer
+        visible: room.map.hasTree
+        anchors.bottom: parent.bottom
+        x: 20
+        width: parent.width - 40
+        height: 40
+        Text {
+            anchors.verticalCenter: parent.verticalCenter
+            color: Style.theme.secondaryText
+            font.pixelSize: Style.captionSize + 1
+            text: room.map.chosenCount > 1
+                  ? room.map.chosenCount + " items selected, " + Style.bytes(room.map.chosenBytes) + " in all."
+                  : room.map.chosenCount === 1
+                  ? room.map.selectionName + ", " + Style.bytes(room.map.selectionBytes) + "."
+                  : room.map.placeTitle + ": " + Style.bytes(room.map.placeBytes)
+                    + ". Double-click to go in; Back comes out. Ctrl-click or Shift-click selects more than one."
+            elide: Text.ElideRight
+            width: parent.width
+        }
+    }
+}
