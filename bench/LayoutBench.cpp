@@ -100,7 +100,8 @@ std::unique_ptr<Synthetic> deep() {
         for (FileNode* parent : level) {
             for (int i = 0; i < 10; ++i) {
                 const bool folder = depth < 6;
-                FileNode* child = made->tree->makeNode("n" + std::to_string(i), folder, parent);
+                const std::string name = std::string(1, 'n') + std::to_string(i);
+                FileNode* child = made->tree->makeNode(name, folder, parent);
                 made->tree->appendChild(parent, child);
                 if (folder) {
                     const std::int64_t loose = sizes.next() / 16;

@@ -11,6 +11,7 @@
 #include <QTimer>
 
 #include <cstdio>
+#include <functional>
 
 #include "TesselApp.h"
 
@@ -182,15 +183,36 @@ int reportStalls(TesselApp& app) {
         last = now;
         ++ticks;
     });
+    auto measure = [&](const char* what, const std::function<void()>& work) {
+        worst = 0;
+        ticks = 0;
+        last = clock.elapsed();
+        const qint64 started = clock.elapsed();
+        work();
+        std::printf("%s: %lld ms; longest main-thread stall %lld ms over %lld ticks\n", what,
+                    static_cast<long long>(clock.elapsed() - started), static_cast<long long>(worst),
+                    static_cast<long long>(ticks));
+    };
     probe.start();
-    const qint64 started = clock.elapsed();
-    if (!waitForScan(app, 600)) return 1;
-    const qint64 scanned = clock.elapsed() - started;
-    settle(1500); // the completion steps and the overview's figures
-    probe.stop();
-    std::printf("scan of %s took %lld ms; longest main-thread stall %lld ms over %lld ticks\n",
-                qPrintable(app.session().scan()->source()), static_cast<long long>(scanned),
-                static_cast<long long>(worst), static_cast<long long>(ticks));
+    bool scanned = false;
+    measure("scan", [&] {
+        scanned = waitForScan(app, 600);
+        settle(1500); // the completion steps and the overview's figures
+    });
+    if (!scanned) return 1;
+    QQuickWindow* window = app.window();
+    app.shell().setRoom("map");
+    for (const char* style : {"cards", "treemap"}) {
+        app.session().spaceMap()->setStyle(style);
+        measure(style, [&] {
+            settle(300);
+            // Dragging the window's corner: a new size every few frames.
+            for (int step = 0; step < 12; ++step) {
+                window->resize(1000 + 40 * (step % 6), 700 + 25 * (step % 4));
+                settle(40);
+            }
+        });
+    }
     return 0;
 }
 

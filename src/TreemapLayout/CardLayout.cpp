@@ -205,7 +205,8 @@ std::vector<Choice> chooseFrom(const std::vector<MapItem>& items, Take take, Rec
 }
 
 // `place`, from a first frame holding the choices or borrowing them.
-void placeFrom(Frame first, Rect rect, int depth, int palette, int paletteCount, std::vector<Card>& into) {
+void placeFrom(Frame first, Rect rect, int depth, int palette, int paletteCount, std::vector<Card>& into,
+               ContentsCache* cache) {
     const auto& table = levels();
     if (depth < 0 || static_cast<std::size_t>(depth) >= table.size()) return;
 
@@ -250,7 +251,8 @@ void placeFrom(Frame first, Rect rect, int depth, int palette, int paletteCount,
             inside = contentsRect(box, level);
             if (atLeast(inside, next.smallest)) {
                 if (choice.item.kind.tag != MapItem::Kind::Tag::more) {
-                    inner = choose(choice.item.contents(), inside, next, &choice.item, false, glimpseCoverage);
+                    inner = cache != nullptr ? choose(cache->of(choice.item), inside, next, &choice.item, false, glimpseCoverage)
+                                             : choose(choice.item.contents(), inside, next, &choice.item, false, glimpseCoverage);
                 } else if (choice.item.memberItems.size() <= capacity(inside, next, false)) {
                     // A fold opens only to show all it holds: another "N more
                     // items" inside it would repeat it, smaller.
@@ -340,17 +342,17 @@ Rect contentsRect(Rect card, const Level& level) {
 }
 
 void place(const std::vector<Choice>& choices, Rect rect, int depth, int palette, int paletteCount,
-           std::vector<Card>& into) {
+           std::vector<Card>& into, ContentsCache* cache) {
     Frame first;
     first.borrowed = &choices;
-    placeFrom(std::move(first), rect, depth, palette, paletteCount, into);
+    placeFrom(std::move(first), rect, depth, palette, paletteCount, into, cache);
 }
 
 void place(std::vector<Choice>&& choices, Rect rect, int depth, int palette, int paletteCount,
-           std::vector<Card>& into) {
+           std::vector<Card>& into, ContentsCache* cache) {
     Frame first;
     first.owned = std::move(choices);
-    placeFrom(std::move(first), rect, depth, palette, paletteCount, into);
+    placeFrom(std::move(first), rect, depth, palette, paletteCount, into, cache);
 }
 
 int distinctPalette(const MapItem& item, Rect rect, const std::vector<Card>& cards, double gap, int count) {
@@ -369,16 +371,16 @@ int distinctPalette(const MapItem& item, Rect rect, const std::vector<Card>& car
     return preferred;
 }
 
-std::vector<Card> cards(const std::vector<MapItem>& items, Rect rect, int paletteCount) {
+std::vector<Card> cards(const std::vector<MapItem>& items, Rect rect, int paletteCount, ContentsCache* cache) {
     std::vector<Card> placed;
-    place(choose(items, rect, levels()[0], nullptr, true, groundCoverage), rect, 0, 0, paletteCount, placed);
+    place(choose(items, rect, levels()[0], nullptr, true, groundCoverage), rect, 0, 0, paletteCount, placed, cache);
     return placed;
 }
 
-std::vector<Card> cards(std::vector<MapItem>&& items, Rect rect, int paletteCount) {
+std::vector<Card> cards(std::vector<MapItem>&& items, Rect rect, int paletteCount, ContentsCache* cache) {
     std::vector<Card> placed;
     place(choose(std::move(items), rect, levels()[0], nullptr, true, groundCoverage), rect, 0, 0, paletteCount,
-          placed);
+          placed, cache);
     return placed;
 }
 

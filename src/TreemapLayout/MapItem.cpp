@@ -4,6 +4,7 @@
 
 #include "DiskScanKit/CheckedSize.h"
 #include "DiskScanKit/Packages.h"
+#include "DiskScanKit/Paths.h"
 #include "DiskScanKit/Platform.h"
 
 namespace tessel {
@@ -20,9 +21,18 @@ std::string countedFiles(std::int64_t count, const char* one, const char* many) 
 
 } // namespace
 
-MapItem MapItem::fromNode(FileNode* node) {
+MapItem MapItem::fromNode(FileNode* node) { return fromNode(node, node->parent() != nullptr ? node->parent()->path() : std::string()); }
+
+MapItem MapItem::fromNode(FileNode* node, const std::string& folderPath) {
     MapItem item;
-    item.id = node->path();
+    if (node->parent() == nullptr) {
+        item.id = node->path();
+    } else {
+        item.id.reserve(folderPath.size() + node->name().size() + 1);
+        item.id = folderPath;
+        if (item.id.empty() || item.id.back() != '/') item.id += '/';
+        item.id += node->name();
+    }
     item.node = node;
     item.name = displayName(*node);
     item.bytes = node->totalBytes();
@@ -30,7 +40,8 @@ MapItem MapItem::fromNode(FileNode* node) {
         const std::string_view name = node->name();
         if (name.size() > 4 && name.substr(name.size() - 4) == ".app") {
             item.kind = Kind::app();
-        } else if (std::optional<FileKind> kind = FileKinds::bundle(name); kind && Packages::isPackage(name)) {
+        } else if (std::optional<FileKind> kind = FileKinds::bundle(name)) {
+            // A bundle of a known kind is one thing, as the File Types lens counts it.
             item.kind = Kind::package(*kind);
         } else if (Packages::isPackage(name)) {
             item.kind = Kind::package(FileKind::other);
@@ -46,7 +57,7 @@ MapItem MapItem::fromNode(FileNode* node) {
 std::optional<MapItem> MapItem::smallFiles(FileNode* folder) {
     if (folder->aggregatedFileBytes() <= 0) return std::nullopt;
     MapItem item;
-    item.id = folder->path() + "/$small";
+    item.id = Paths::join(folder->path(), "$small");
     item.container = folder;
     item.bytes = folder->aggregatedFileBytes();
     item.kind = Kind::smallFiles(folder->aggregatedFileCount());
@@ -84,8 +95,9 @@ std::string MapItem::displayName(const FileNode& node) {
 std::vector<MapItem> MapItem::contents(FileNode* folder) {
     std::vector<MapItem> items;
     items.reserve(folder->children().size() + 1);
+    const std::string folderPath = folder->path();
     for (FileNode* child : folder->children())
-        if (child->totalBytes() > 0) items.push_back(fromNode(child));
+        if (child->totalBytes() > 0) items.push_back(fromNode(child, folderPath));
     if (std::optional<MapItem> small = smallFiles(folder)) items.push_back(std::move(*small));
     sortLargestFirst(items);
     return items;
@@ -127,6 +139,12 @@ bool MapItem::opens() const {
         return false;
     }
     return false;
+}
+
+const std::vector<MapItem>& ContentsCache::of(const MapItem& item) {
+    auto found = cached_.find(item.id);
+    if (found == cached_.end()) found = cached_.emplace(item.id, item.contents()).first;
+    return found->second;
 }
 
 } // namespace tessel

@@ -25,6 +25,7 @@
 #include <string>
 
 #include "DiskScanKit/CheckedSize.h"
+#include "DiskScanKit/Paths.h"
 
 namespace tessel::MapLens {
 
@@ -52,11 +53,14 @@ bool isApplication(const FileNode& node, Platform platform) {
     if (platform != Platform::linuxOS) return false;
     if (!node.isDirectory()) return endsWith(name, ".AppImage");
     // Flatpak keeps each app in .../flatpak/app/<id>; snapd keeps each snap in /snap/<name>.
+    // By path, not by the names above: a scan's root is named by its whole path,
+    // so a scan of /snap itself has no folder called "snap".
     const FileNode* parent = node.parent();
     if (parent == nullptr) return false;
-    if (parent->name() == "app" && parent->parent() != nullptr && parent->parent()->name() == "flatpak") return true;
-    return parent->name() == "snap" && parent->parent() != nullptr && parent->parent()->parent() == nullptr &&
-           parent->parent()->name().empty();
+    const std::string_view above = Paths::lastComponent(parent->name());
+    if (above != "app" && above != "snap") return false;
+    const std::string folder = parent->path();
+    return folder == "/snap" || endsWith(folder, "/flatpak/app");
 }
 
 std::vector<MapItem> apps(FileNode* root, Platform platform) {
@@ -88,7 +92,11 @@ std::vector<MapItem> folders(FileNode* root, int target) {
         for (FileNode* child : folder->children()) {
             if (!child->isDirectory() || child->totalBytes() <= 0) continue;
             bool hasSubfolders = std::any_of(child->children().begin(), child->children().end(),
-                                             [](const FileNode* grandchild) { return grandchild->isDirectory(); });
+                                             [](const FileNode* grandchild) {
+                                                 // An empty subfolder is never placed, so splitting
+                                                 // for it alone would drop the folder altogether.
+                                                 return grandchild->isDirectory() && grandchild->totalBytes() > 0;
+                                             });
             (hasSubfolders ? splittable.push(child) : standing.push_back(child));
         }
     };

@@ -32,7 +32,7 @@ TEST(Screenshots, EveryRoomInBothThemesShowsSomething) {
 
     const QStringList rooms{"overview", "map", "search", "large", "junk", "aiData", "systemData", "leftovers",
                             "duplicates", "hidden", "unused", "apps", "startup", "receipts", "monitor", "report",
-                            "tour", "settings"};
+                            "tour", "settings", "map-treemap", "map-list", "map-columns"};
     for (const char* theme : {"light", "dark"}) {
         for (const QString& room : rooms) {
             const QString path = QStringLiteral("%1/%2-%3.png").arg(out.path(), room, theme);

@@ -25,9 +25,10 @@ AppSession::Dependencies AppSession::Dependencies::system(QSettings* settings, s
 
 AppSession::AppSession(Dependencies dependencies, QObject* parent)
     : QObject(parent), dependencies_(std::move(dependencies)),
-      scan_(dependencies_.scanEnvironment, dependencies_.initialPath, this), tools_(this),
+      scan_(dependencies_.scanEnvironment, dependencies_.initialPath, this), tools_(dependencies_.settings, this),
       overview_(dependencies_.settings, dependencies_.home, this), spaceMap_(dependencies_.settings, this), uninstall_(this),
-      permissions_(this), notifications_(this) {
+      permissions_(this), notifications_(this), largeFiles_(dependencies_.settings, this),
+      search_(dependencies_.settings, this) {
     connect(&scan_, &ScanCoordinator::completedScanIDChanged, this, &AppSession::handleCompletedScan);
     connect(&permissions_, &PermissionsGate::answered, this, &AppSession::startWork);
 }
@@ -58,6 +59,8 @@ void AppSession::handleCompletedScan() {
     tools_.scanCompleted(result->root, true);
     overview_.scanCompleted(result->root, rootPath);
     spaceMap_.start(result->root);
+    largeFiles_.scanCompleted(result->root);
+    search_.scanCompleted(result->root);
     postCompletionNotices(*result);
 }
 

@@ -35,6 +35,8 @@ class AppSession : public QObject {
     Q_PROPERTY(tessel::UninstallModel* uninstall READ uninstall CONSTANT)
     Q_PROPERTY(tessel::PermissionsGate* permissions READ permissions CONSTANT)
     Q_PROPERTY(tessel::AppNotifications* notifications READ notifications CONSTANT)
+    Q_PROPERTY(tessel::LargeFilesModel* largeFiles READ largeFiles CONSTANT)
+    Q_PROPERTY(tessel::SearchModel* search READ search CONSTANT)
 
 public:
     struct Dependencies {
@@ -57,6 +59,8 @@ public:
     UninstallModel* uninstall() { return &uninstall_; }
     PermissionsGate* permissions() { return &permissions_; }
     AppNotifications* notifications() { return &notifications_; }
+    LargeFilesModel* largeFiles() { return &largeFiles_; }
+    SearchModel* search() { return &search_; }
     std::optional<QUuid> handledScan() const { return handledScan_; }
 
     // The launch: read the disk-access status once, then start the work it allows.
@@ -78,6 +82,8 @@ private:
     std::optional<QUuid> handledScan_;
     PermissionsGate permissions_;
     AppNotifications notifications_;
+    LargeFilesModel largeFiles_;
+    SearchModel search_;
     std::shared_ptr<MainThreadRelay> relay_ = MainThreadRelay::make(this);
 };
 

@@ -79,6 +79,7 @@ private:
     QString style_ = QStringLiteral("cards");
     bool dirty_ = true;
     std::vector<CardLayout::Card> cards_;
+    ContentsCache contents_;
     std::vector<TreemapTile> tiles_;
     std::string hoveredId_;
     const FileNode* hoveredNode_ = nullptr;

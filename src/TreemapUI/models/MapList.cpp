@@ -1,6 +1,7 @@
 #include "MapList.h"
 
 #include <QCollator>
+#include <QLocale>
 #include <QString>
 
 #include <algorithm>
@@ -12,7 +13,11 @@ namespace {
 QCollator& naturalOrder() {
     // Numbers compare as numbers and case is ignored, as a file manager sorts names.
     thread_local QCollator collator = [] {
-        QCollator made;
+        // Qt collates the C locale (LANG=C, C.UTF-8) by code point and ignores
+        // numeric mode there, which would put "file10" before "file2".
+        QLocale locale;
+        if (locale.language() == QLocale::C) locale = QLocale(QLocale::English);
+        QCollator made(locale);
         made.setNumericMode(true);
         made.setCaseSensitivity(Qt::CaseInsensitive);
         return made;
@@ -48,24 +53,26 @@ std::optional<MapListOrder> MapListOrder::fromRawValue(const std::string& raw) {
 }
 
 void MapListOrder::sort(std::vector<MapItem>& items) const {
-    auto before = [this](const MapItem& a, const MapItem& b) {
-        int comparison = 0;
-        switch (key) {
-        case Key::name:
-            comparison = compareNames(a, b);
-            break;
-        case Key::kind:
-            comparison = kindTitle(a).compare(kindTitle(b));
-            if (comparison == 0) comparison = compareNames(a, b);
-            break;
-        case Key::size:
-            comparison = a.bytes < b.bytes ? -1 : a.bytes > b.bytes ? 1 : 0;
-            if (comparison == 0) comparison = ascending ? compareNames(a, b) : -compareNames(a, b);
-            break;
-        }
-        return ascending ? comparison < 0 : comparison > 0;
-    };
-    std::stable_sort(items.begin(), items.end(), before);
+    std::stable_sort(items.begin(), items.end(), [this](const MapItem& a, const MapItem& b) { return before(a, b); });
+}
+
+bool MapListOrder::before(const MapItem& a, const MapItem& b) const {
+    int comparison = 0;
+    switch (key) {
+    case Key::name:
+        comparison = compareNames(a, b);
+        break;
+    case Key::kind:
+        comparison = kindTitle(a).compare(kindTitle(b));
+        if (comparison == 0) comparison = compareNames(a, b);
+        break;
+    case Key::size:
+        comparison = a.bytes < b.bytes ? -1 : a.bytes > b.bytes ? 1 : 0;
+        // Equal sizes fall back to the name, A before Z whichever way the sizes run.
+        if (comparison == 0) comparison = ascending ? compareNames(a, b) : -compareNames(a, b);
+        break;
+    }
+    return ascending ? comparison < 0 : comparison > 0;
 }
 
 std::string kindTitle(const MapItem& item) {

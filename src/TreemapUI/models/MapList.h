@@ -22,6 +22,8 @@ struct MapListOrder {
     std::string rawValue() const;
     static std::optional<MapListOrder> fromRawValue(const std::string& raw);
     void sort(std::vector<MapItem>& items) const;
+    // Whether `a` comes before `b` in this order.
+    bool before(const MapItem& a, const MapItem& b) const;
     bool operator==(const MapListOrder&) const = default;
 };
 

@@ -205,6 +205,9 @@ void SpaceMapModel::treeChanged() {
     place_->group.reset();
     if (selection_ && gone(*selection_)) selection_.reset();
     std::erase_if(chosen_, gone);
+    // Until a lens working in the background answers, what is shown must not offer what went.
+    std::erase_if(items_, gone);
+    list_->reset(items_, placeBytes(), order());
     cache_.clear();
     ++treeRevision_;
     emit rootChanged();

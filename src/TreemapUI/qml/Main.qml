@@ -102,6 +102,9 @@ ApplicationWindow {
                 if (window.session.scan.phase === "failed") return failureView
                 if (window.shell.room === "overview") return overviewRoom
                 if (window.shell.room === "map") return mapRoom
+                if (window.shell.room === "large") return largeFilesRoom
+                if (window.shell.room === "search") return searchRoom
+                if (window.shell.room === "hidden") return hiddenFilesRoom
                 return comingRoom
             }
         }
@@ -120,6 +123,18 @@ ApplicationWindow {
             session: window.session
             theme: window.theme
         }
+    }
+    Component {
+        id: largeFilesRoom
+        LargeFilesRoom { session: window.session }
+    }
+    Component {
+        id: searchRoom
+        SearchRoom { session: window.session }
+    }
+    Component {
+        id: hiddenFilesRoom
+        HiddenFilesRoom { session: window.session }
     }
     Component {
         id: comingRoom

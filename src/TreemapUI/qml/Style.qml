@@ -31,6 +31,10 @@ QtObject {
         }
         return (scaled >= 100 ? scaled.toFixed(0) : scaled.toFixed(1)) + " " + units[unit]
     }
+    // "1 file", "2,003 files"
+    function counted(value, one, many) {
+        return count(value) + " " + (value === 1 ? one : many)
+    }
     function count(value) {
         return Number(value).toLocaleString(Qt.locale(), "f", 0)
     }

@@ -84,12 +84,12 @@ std::vector<Choice> choose(std::vector<MapItem>&& items, Rect rect, const Level&
 // Lays `choices` out in `rect` as cards of `depth` and appends them to `into`,
 // each open card followed by its own contents, down to depth 2. At depth 0
 // each card takes a palette index of its own from `paletteCount`; deeper
-// cards take `palette`.
+// cards take `palette`. With a `cache`, what open cards hold is read from it.
 void place(const std::vector<Choice>& choices, Rect rect, int depth, int palette, int paletteCount,
-           std::vector<Card>& into);
+           std::vector<Card>& into, ContentsCache* cache = nullptr);
 // The same, moving the items of `choices` into the cards instead of copying them.
 void place(std::vector<Choice>&& choices, Rect rect, int depth, int palette, int paletteCount,
-           std::vector<Card>& into);
+           std::vector<Card>& into, ContentsCache* cache = nullptr);
 
 // A palette index from 0 to `count` - 1 for `item` at `rect`, the one its
 // name picks unless a card of depth 0 within `gap` of `rect` already has it.
@@ -99,9 +99,10 @@ int distinctPalette(const MapItem& item, Rect rect, const std::vector<Card>& car
 Rect contentsRect(Rect card, const Level& level);
 
 // The whole map of `items` (a folder's `MapItem::contents`) on the ground of `rect`.
-std::vector<Card> cards(const std::vector<MapItem>& items, Rect rect, int paletteCount);
+std::vector<Card> cards(const std::vector<MapItem>& items, Rect rect, int paletteCount,
+                        ContentsCache* cache = nullptr);
 // The same, for a list that is not kept: the fold of a large folder takes its
 // items instead of copying them.
-std::vector<Card> cards(std::vector<MapItem>&& items, Rect rect, int paletteCount);
+std::vector<Card> cards(std::vector<MapItem>&& items, Rect rect, int paletteCount, ContentsCache* cache = nullptr);
 
 } // namespace tessel::CardLayout

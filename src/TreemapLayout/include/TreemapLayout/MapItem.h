@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "DiskScanKit/FileNode.h"
@@ -43,6 +44,9 @@ struct MapItem {
     std::optional<std::string> hint;
 
     static MapItem fromNode(FileNode* node);
+    // The same, for a child of the folder whose path is `folderPath`: a folder's
+    // contents name their children without walking up the tree for each one.
+    static MapItem fromNode(FileNode* node, const std::string& folderPath);
     // The files of `folder` that have no node of their own, as one item; none if there are none.
     static std::optional<MapItem> smallFiles(FileNode* folder);
     // "1 more item" or "N more items", standing for `rest`.
@@ -62,6 +66,18 @@ struct MapItem {
     // A folder one can go into.
     bool isNavigable() const { return node != nullptr && node->isDirectory(); }
     bool operator==(const MapItem& other) const { return id == other.id; }
+};
+
+// What items hold, worked out once and kept while the same place is shown: a
+// view lays the same folders out again at every new size, and a folder of
+// thousands of entries is costly to turn into items each time.
+class ContentsCache {
+public:
+    const std::vector<MapItem>& of(const MapItem& item);
+    void clear() { cached_.clear(); }
+
+private:
+    std::unordered_map<std::string, std::vector<MapItem>> cached_;
 };
 
 } // namespace tessel

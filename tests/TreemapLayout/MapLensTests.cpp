@@ -1,0 +1,230 @@
+// What a name says a file is, the items the map is made of, and the three
+// lenses that regroup a whole tree: apps, biggest folders and file kinds.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "DiskScanKit/FileNode.h"
+#include "TreemapLayout/FileKind.h"
+#include "TreemapLayout/MapItem.h"
+#include "TreemapLayout/MapLens.h"
+
+using namespace tessel;
+using Tag = MapItem::Kind::Tag;
+
+namespace {
+
+// Trees whose totals add up as a scan's do: every size is pushed up to the root.
+struct TreeFixture : testing::Test {
+    std::shared_ptr<FileTree> tree = std::make_shared<FileTree>();
+    FileNode* root = tree->makeNode("/r", true, nullptr);
+
+    FileNode* folder(FileNode* parent, const char* name, std::int64_t looseBytes = 0, std::int64_t looseCount = 1) {
+        FileNode* node = tree->makeNode(name, true, parent);
+        tree->appendChild(parent, node);
+        if (looseBytes > 0) node->setAggregatedFiles(looseBytes, looseCount);
+        addUp(node, looseBytes);
+        return node;
+    }
+    FileNode* file(FileNode* parent, const char* name, std::int64_t bytes) {
+        FileNode* node = tree->makeNode(name, false, parent);
+        tree->appendChild(parent, node);
+        addUp(node, bytes);
+        return node;
+    }
+    static void addUp(FileNode* node, std::int64_t bytes) {
+        for (FileNode* n = node; n != nullptr; n = n->parent()) n->addTotalBytes(bytes);
+    }
+    static std::vector<std::string> names(const std::vector<MapItem>& items) {
+        std::vector<std::string> result;
+        for (const MapItem& item : items) result.push_back(item.name);
+        return result;
+    }
+    static const MapItem* named(const std::vector<MapItem>& items, const std::string& name) {
+        auto found = std::find_if(items.begin(), items.end(), [&](const MapItem& item) { return item.name == name; });
+        return found == items.end() ? nullptr : &*found;
+    }
+};
+
+struct MapItemMaking : TreeFixture {};
+struct MapLensApps : TreeFixture {};
+struct MapLensFolders : TreeFixture {};
+struct MapLensTypes : TreeFixture {};
+
+} // namespace
+
+TEST(FileKindLookup, TheExtensionDecidesInAnyCaseAndUnknownOrMissingIsOther) {
+    EXPECT_EQ(FileKinds::of("HOLIDAY.MP4"), FileKind::videos);
+    EXPECT_EQ(FileKinds::of("Report.Pdf"), FileKind::documents);
+    EXPECT_EQ(FileKinds::of("backup.tar.gz"), FileKind::archives);
+    EXPECT_EQ(FileKinds::of("notes.qqq"), FileKind::other);
+    EXPECT_EQ(FileKinds::of("Makefile"), FileKind::other);
+    EXPECT_EQ(FileKinds::of("trailing."), FileKind::other);
+}
+
+TEST(FileKindLookup, ATsFileIsAVideo) { EXPECT_EQ(FileKinds::of("app.ts"), FileKind::videos); }
+
+TEST(FileKindLookup, BundleFoldersHaveTheirKindAndOtherNamesNone) {
+    EXPECT_EQ(FileKinds::bundle("Photos Library.photoslibrary"), FileKind::images);
+    EXPECT_EQ(FileKinds::bundle("Safari.APP"), FileKind::apps);
+    EXPECT_EQ(FileKinds::bundle("Song.logicx"), FileKind::audio);
+    EXPECT_FALSE(FileKinds::bundle("clip.mp4"));
+    EXPECT_FALSE(FileKinds::bundle("Projects"));
+}
+
+TEST(FileKindLookup, EveryKindHasATitleAndARawValueThatComesBack) {
+    for (FileKind kind : FileKinds::all()) {
+        EXPECT_FALSE(FileKinds::title(kind).empty());
+        EXPECT_EQ(FileKinds::fromRawValue(FileKinds::rawValue(kind)), kind);
+    }
+}
+
+TEST_F(MapItemMaking, FoldersAppsPackagesAndFilesAreToldApart) {
+    EXPECT_EQ(MapItem::fromNode(folder(root, "Mail.app", 10)).kind, MapItem::Kind::app());
+    EXPECT_EQ(MapItem::fromNode(folder(root, "Trip.photoslibrary", 10)).kind, MapItem::Kind::package(FileKind::images));
+    EXPECT_EQ(MapItem::fromNode(folder(root, "Tool.xcodeproj", 10)).kind, MapItem::Kind::package(FileKind::other));
+    EXPECT_EQ(MapItem::fromNode(folder(root, "Music", 10)).kind, MapItem::Kind::folder());
+    EXPECT_EQ(MapItem::fromNode(file(root, "a.MOV", 10)).kind, MapItem::Kind::file(FileKind::videos));
+}
+
+TEST_F(MapItemMaking, SmallFilesAreCountedInTheNameAndAbsentWhenThereAreNone) {
+    EXPECT_FALSE(MapItem::smallFiles(folder(root, "empty")));
+    FileNode* one = folder(root, "one", 5, 1);
+    EXPECT_EQ(MapItem::smallFiles(one)->name, "1 smaller file");
+    const MapItem many = *MapItem::smallFiles(folder(root, "many", 30, 7));
+    EXPECT_EQ(many.name, "7 smaller files");
+    EXPECT_EQ(many.bytes, 30);
+    EXPECT_EQ(many.kind, MapItem::Kind::smallFiles(7));
+}
+
+TEST_F(MapItemMaking, MoreSumsWhatItFoldsAndCountsIt) {
+    const MapItem more = MapItem::more({MapItem::fromNode(file(root, "a", 3)), MapItem::fromNode(file(root, "b", 4))});
+    EXPECT_EQ(more.bytes, 7);
+    EXPECT_EQ(more.kind, MapItem::Kind::more(2));
+    EXPECT_EQ(more.name, "2 more items");
+    EXPECT_EQ(MapItem::more({MapItem::fromNode(file(root, "c", 1))}).name, "1 more item");
+    EXPECT_EQ(names(more.contents()), (std::vector<std::string>{"a", "b"}));
+}
+
+TEST_F(MapItemMaking, AFolderHoldsItsSizedChildrenAndSmallFilesLargestFirst) {
+    FileNode* home = folder(root, "home", 20, 4);
+    file(home, "zero", 0);
+    file(home, "small.txt", 5);
+    folder(home, "docs", 40);
+    const MapItem item = MapItem::fromNode(home);
+    EXPECT_EQ(names(item.contents()), (std::vector<std::string>{"docs", "4 smaller files", "small.txt"}));
+    EXPECT_TRUE(item.opens());
+}
+
+TEST_F(MapItemMaking, AGroupHoldsItsMembersLargestFirstAndOpensUnlikeSingleThings) {
+    const MapItem group = MapItem::group({file(root, "a.mp4", 1), file(root, "b.mp4", 9)}, FileKind::videos, 10);
+    EXPECT_EQ(names(group.contents()), (std::vector<std::string>{"b.mp4", "a.mp4"}));
+    EXPECT_TRUE(group.opens());
+    EXPECT_FALSE(MapItem::fromNode(file(root, "c.mp4", 1)).opens());
+    FileNode* app = folder(root, "Big.app");
+    folder(app, "Contents", 5);
+    EXPECT_FALSE(MapItem::fromNode(app).opens());
+}
+
+TEST_F(MapLensApps, FindsAppsAnywhereLargestFirstButNotInSystemAreas) {
+    folder(folder(root, "Applications"), "Small.app", 10);
+    folder(folder(folder(root, "home"), "Tools"), "Big.app", 50);
+    folder(folder(root, "Library"), "Hidden.app", 90);
+    folder(folder(folder(root, "site"), "node_modules"), "Dep.app", 90);
+    folder(folder(root, ".Trash"), "Old.app", 90);
+    const std::vector<MapItem> apps = MapLens::apps(root, Platform::macOS);
+    EXPECT_EQ(names(apps), (std::vector<std::string>{"Big.app", "Small.app"}));
+    EXPECT_EQ(apps.front().kind, MapItem::Kind::app());
+}
+
+TEST_F(MapLensApps, DoesNotLookInsideAnApp) {
+    FileNode* outer = folder(root, "Outer.app");
+    folder(folder(outer, "Contents"), "Helper.app", 30);
+    EXPECT_EQ(names(MapLens::apps(root, Platform::macOS)), (std::vector<std::string>{"Outer.app"}));
+}
+
+TEST_F(MapLensApps, OnLinuxFlatpaksSnapsAndAppImagesAreApps) {
+    FileNode* disk = tree->makeNode("", true, nullptr);
+    folder(folder(folder(folder(folder(disk, "var"), "lib"), "flatpak"), "app"), "org.gimp.GIMP", 40);
+    folder(folder(disk, "snap"), "firefox", 30);
+    FileNode* me = folder(folder(disk, "home"), "me");
+    file(me, "Editor.AppImage", 20);
+    folder(folder(me, "snap"), "firefox", 5); // a snap's data in the home is not the snap
+    folder(folder(me, "app"), "notes", 5);
+    EXPECT_EQ(names(MapLens::apps(disk, Platform::linuxOS)),
+              (std::vector<std::string>{"org.gimp.GIMP", "firefox", "Editor.AppImage"}));
+    EXPECT_TRUE(MapLens::apps(disk, Platform::macOS).empty());
+}
+
+TEST_F(MapLensApps, AScanOfTheSnapOrFlatpakFolderItselfFindsItsApps) {
+    FileNode* snaps = tree->makeNode("/snap", true, nullptr);
+    folder(snaps, "firefox", 30);
+    FileNode* flatpak = tree->makeNode("/var/lib/flatpak", true, nullptr);
+    folder(folder(flatpak, "app"), "org.gimp.GIMP", 40);
+    EXPECT_EQ(names(MapLens::apps(snaps, Platform::linuxOS)), (std::vector<std::string>{"firefox"}));
+    EXPECT_EQ(names(MapLens::apps(flatpak, Platform::linuxOS)), (std::vector<std::string>{"org.gimp.GIMP"}));
+}
+
+TEST_F(MapLensFolders, SplitsTheLargestUntilTheTargetStandsNoneInsideAnother) {
+    FileNode* a = folder(root, "a");
+    folder(a, "x", 60);
+    folder(a, "y", 30);
+    folder(root, "b", 50);
+    folder(root, "c", 10);
+    EXPECT_EQ(names(MapLens::folders(root, 4)), (std::vector<std::string>{"x", "b", "y", "c"}));
+}
+
+TEST_F(MapLensFolders, NeverSplitsAFolderSmallerThanOneStanding) {
+    folder(root, "big", 100);
+    FileNode* split = folder(root, "split");
+    folder(split, "p", 20);
+    folder(split, "q", 20);
+    EXPECT_EQ(names(MapLens::folders(root, 5)), (std::vector<std::string>{"big", "split"}));
+}
+
+TEST_F(MapLensFolders, AFolderWhoseOnlySubfolderIsEmptyStillStands) {
+    folder(folder(root, "photos", 90), "empty");
+    folder(root, "b", 10);
+    EXPECT_EQ(names(MapLens::folders(root, 4)), (std::vector<std::string>{"photos", "b"}));
+}
+
+TEST_F(MapLensFolders, FoldsWhatIsBeyondTheTargetIntoMore) {
+    for (const char* name : {"a", "b", "c", "d", "e"}) folder(root, name, name[0] - 'a' + 1);
+    const std::vector<MapItem> items = MapLens::folders(root, 3);
+    EXPECT_EQ(names(items), (std::vector<std::string>{"e", "d", "c", "2 more items"}));
+    EXPECT_EQ(items.back().bytes, 3);
+}
+
+TEST_F(MapLensTypes, SumsEachKindAcrossTheTree) {
+    file(folder(root, "a"), "x.mp4", 100);
+    file(folder(folder(root, "b"), "c"), "y.MKV", 50);
+    file(root, "z.pdf", 10);
+    const std::vector<MapItem> items = MapLens::types(root);
+    EXPECT_EQ(names(items), (std::vector<std::string>{"Videos", "Documents"}));
+    EXPECT_EQ(items.front().bytes, 150);
+    EXPECT_EQ(items.front().memberNodes.size(), 2u);
+}
+
+TEST_F(MapLensTypes, APackageCountsAsItsBundleKindAndIsNotEntered) {
+    FileNode* library = folder(root, "Trip.photoslibrary", 20, 3);
+    file(library, "clip.mov", 300);
+    const std::vector<MapItem> items = MapLens::types(root);
+    ASSERT_EQ(names(items), (std::vector<std::string>{"Images"}));
+    EXPECT_EQ(items.front().bytes, 320);
+}
+
+TEST_F(MapLensTypes, TheSmallFilesOfEveryFolderMakeOneItem) {
+    root->setAggregatedFiles(5, 1);
+    addUp(root, 5);
+    folder(folder(root, "a", 7, 2), "b", 8, 3);
+    file(root, "song.mp3", 1);
+    const std::vector<MapItem> items = MapLens::types(root);
+    const MapItem* small = named(items, "6 smaller files");
+    ASSERT_NE(small, nullptr);
+    EXPECT_EQ(small->bytes, 20);
+    EXPECT_EQ(small->kind, MapItem::Kind::smallFiles(6));
+}
