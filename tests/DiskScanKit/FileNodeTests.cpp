@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
 #include "DiskScanKit/FileNode.h"
+#include "TreeBuilder.h"
 
 using namespace tessel;
+using test::namesOf;
 
 namespace {
 
@@ -10,26 +12,14 @@ namespace {
 //   a  dir (60): x file 10, y file 50
 //   b  file 30
 //   c  dir (10): aggregated 10
-struct SmallTree : testing::Test {
-    std::shared_ptr<FileTree> tree = std::make_shared<FileTree>();
-    FileNode* root = tree->makeNode("/Users/a", true, nullptr);
+struct SmallTree : testing::Test, test::TreeBuilder {
+    SmallTree() : TreeBuilder("/Users/a") {}
+
     FileNode* a = add(root, "a", true, 0);
     FileNode* x = add(a, "x", false, 10);
     FileNode* y = add(a, "y", false, 50);
     FileNode* b = add(root, "b", false, 30);
     FileNode* c = add(root, "c", true, 10);
-
-    FileNode* add(FileNode* parent, const char* name, bool folder, std::int64_t bytes) {
-        FileNode* node = tree->makeNode(name, folder, parent);
-        tree->appendChild(parent, node);
-        for (FileNode* n = node; n != nullptr; n = n->parent()) n->addTotalBytes(bytes);
-        return node;
-    }
-    std::vector<std::string> names(std::span<FileNode* const> nodes) {
-        std::vector<std::string> list;
-        for (FileNode* node : nodes) list.emplace_back(node->name());
-        return list;
-    }
 };
 
 } // namespace
@@ -59,8 +49,8 @@ TEST_F(SmallTree, NamelessFilesDropOutOfPaths) {
 
 TEST_F(SmallTree, ChildrenBySizeIsStableAndLeavesChildrenAlone) {
     FileNode* d = add(root, "d", false, 30); // same size as b, listed after it
-    EXPECT_EQ(names(root->childrenBySize()), (std::vector<std::string>{"a", "b", "d", "c"}));
-    EXPECT_EQ(names(root->children()), (std::vector<std::string>{"a", "b", "c", "d"}));
+    EXPECT_EQ(namesOf(root->childrenBySize()), (std::vector<std::string>{"a", "b", "d", "c"}));
+    EXPECT_EQ(namesOf(root->children()), (std::vector<std::string>{"a", "b", "c", "d"}));
     (void)d;
 }
 
@@ -74,7 +64,7 @@ TEST_F(SmallTree, DetachThenReattachRestoresOrderAndEveryTotal) {
     EXPECT_EQ(a->totalBytes(), 60) << "the detached node keeps its subtree";
 
     a->reattach(*detachment);
-    EXPECT_EQ(names(root->children()), (std::vector<std::string>{"a", "b", "c"}));
+    EXPECT_EQ(namesOf(root->children()), (std::vector<std::string>{"a", "b", "c"}));
     EXPECT_EQ(root->totalBytes(), 100);
     EXPECT_EQ(a->parent(), root);
 }
@@ -103,9 +93,9 @@ TEST_F(SmallTree, ReattachClampsTheIndexWhenSiblingsWentAway) {
     ASSERT_TRUE(cGone && bGone);
     EXPECT_EQ(cGone->index, 2u);
     c->reattach(*cGone); // only "a" is left: index 2 becomes the end
-    EXPECT_EQ(names(root->children()), (std::vector<std::string>{"a", "c"}));
+    EXPECT_EQ(namesOf(root->children()), (std::vector<std::string>{"a", "c"}));
     b->reattach(*bGone);
-    EXPECT_EQ(names(root->children()), (std::vector<std::string>{"a", "b", "c"}));
+    EXPECT_EQ(namesOf(root->children()), (std::vector<std::string>{"a", "b", "c"}));
     EXPECT_EQ(root->totalBytes(), 100);
 }
 
@@ -127,8 +117,8 @@ TEST_F(SmallTree, RepeatedReattachIsHarmless) {
 }
 
 TEST_F(SmallTree, LargestDescendantsRanksTheWholeSubtree) {
-    EXPECT_EQ(names(root->largestDescendants(3, false)), (std::vector<std::string>{"a", "y", "b"}));
-    EXPECT_EQ(names(root->largestDescendants(5, true)), (std::vector<std::string>{"a", "c"}));
+    EXPECT_EQ(namesOf(root->largestDescendants(3, false)), (std::vector<std::string>{"a", "y", "b"}));
+    EXPECT_EQ(namesOf(root->largestDescendants(5, true)), (std::vector<std::string>{"a", "c"}));
 }
 
 TEST(FileNodeSize, NodeStaysSmall) {

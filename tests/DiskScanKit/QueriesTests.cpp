@@ -9,28 +9,12 @@
 #include "DiskScanKit/LargestNodes.h"
 #include "DiskScanKit/Packages.h"
 #include "DiskScanKit/ScanReport.h"
+#include "TreeBuilder.h"
 
 using namespace tessel;
+using test::TreeBuilder;
 
 namespace {
-
-struct TreeBuilder {
-    std::shared_ptr<FileTree> tree = std::make_shared<FileTree>();
-    FileNode* root = tree->makeNode("/r", true, nullptr);
-
-    FileNode* folder(FileNode* parent, const char* name, std::int64_t aggregatedFiles = 0) {
-        FileNode* node = tree->makeNode(name, true, parent);
-        tree->appendChild(parent, node);
-        node->setAggregatedFiles(0, aggregatedFiles);
-        return node;
-    }
-    FileNode* file(FileNode* parent, const char* name, std::int64_t bytes) {
-        FileNode* node = tree->makeNode(name, false, parent);
-        tree->appendChild(parent, node);
-        for (FileNode* n = node; n != nullptr; n = n->parent()) n->addTotalBytes(bytes);
-        return node;
-    }
-};
 
 std::vector<std::string> paths(const std::vector<FileNode*>& nodes) {
     std::vector<std::string> list;
@@ -96,9 +80,9 @@ TEST(Packages, InsidePackageLooksAboveTheLastComponentOnly) {
 TEST(Inventory, CountsEverythingAndListsTheLargest) {
     TreeBuilder t;
     t.root->setAggregatedFiles(0, 4);
-    FileNode* docs = t.folder(t.root, "docs", 3);
+    FileNode* docs = t.folder(t.root, "docs", 0, 3);
     t.file(docs, "big", 100);
-    FileNode* media = t.folder(t.root, "media", 1);
+    FileNode* media = t.folder(t.root, "media", 0, 1);
     t.file(media, "movie", 300);
     t.file(t.root, "", 500); // a file kept without its name
     ScanReport::Inventory inventory = ScanReport::inventory(*t.root, 10);
@@ -111,7 +95,7 @@ TEST(Inventory, CountsEverythingAndListsTheLargest) {
 
 TEST(Inventory, PackageContentsAreCountedButNotListed) {
     TreeBuilder t;
-    FileNode* app = t.folder(t.root, "Big.app", 2);
+    FileNode* app = t.folder(t.root, "Big.app", 0, 2);
     FileNode* contents = t.folder(app, "Contents");
     t.file(contents, "binary", 900);
     t.file(t.root, "notes", 10);

@@ -12,6 +12,7 @@
 #include "DiskScanKit/FileNode.h"
 #include "TreemapLayout/CardLayout.h"
 #include "TreemapLayout/TreemapTheme.h"
+#include "TreeBuilder.h"
 
 using namespace tessel;
 using namespace tessel::CardLayout;
@@ -51,16 +52,7 @@ std::vector<int> parents(const std::vector<Card>& cards) {
     return result;
 }
 
-struct CardTree : testing::Test {
-    std::shared_ptr<FileTree> tree = std::make_shared<FileTree>();
-    FileNode* root = tree->makeNode("/r", true, nullptr);
-
-    FileNode* add(FileNode* parent, const std::string& name, bool isFolder, std::int64_t bytes = 0) {
-        FileNode* node = tree->makeNode(name, isFolder, parent);
-        tree->appendChild(parent, node);
-        for (FileNode* n = node; n != nullptr; n = n->parent()) n->addTotalBytes(bytes);
-        return node;
-    }
+struct CardTree : testing::Test, test::TreeBuilder {
     // `width` entries in every folder, `levels` deep, files of falling sizes at the bottom.
     void fill(FileNode* folder, int width, int levels) {
         std::vector<std::pair<FileNode*, int>> stack{{folder, 1}};

@@ -12,38 +12,16 @@
 #include "TreemapLayout/FileKind.h"
 #include "TreemapLayout/MapItem.h"
 #include "TreemapLayout/MapLens.h"
+#include "TreeBuilder.h"
 
 using namespace tessel;
 using Tag = MapItem::Kind::Tag;
+using test::namesOf;
 
 namespace {
 
 // Trees whose totals add up as a scan's do: every size is pushed up to the root.
-struct TreeFixture : testing::Test {
-    std::shared_ptr<FileTree> tree = std::make_shared<FileTree>();
-    FileNode* root = tree->makeNode("/r", true, nullptr);
-
-    FileNode* folder(FileNode* parent, const char* name, std::int64_t looseBytes = 0, std::int64_t looseCount = 1) {
-        FileNode* node = tree->makeNode(name, true, parent);
-        tree->appendChild(parent, node);
-        if (looseBytes > 0) node->setAggregatedFiles(looseBytes, looseCount);
-        addUp(node, looseBytes);
-        return node;
-    }
-    FileNode* file(FileNode* parent, const char* name, std::int64_t bytes) {
-        FileNode* node = tree->makeNode(name, false, parent);
-        tree->appendChild(parent, node);
-        addUp(node, bytes);
-        return node;
-    }
-    static void addUp(FileNode* node, std::int64_t bytes) {
-        for (FileNode* n = node; n != nullptr; n = n->parent()) n->addTotalBytes(bytes);
-    }
-    static std::vector<std::string> names(const std::vector<MapItem>& items) {
-        std::vector<std::string> result;
-        for (const MapItem& item : items) result.push_back(item.name);
-        return result;
-    }
+struct TreeFixture : testing::Test, test::TreeBuilder {
     static const MapItem* named(const std::vector<MapItem>& items, const std::string& name) {
         auto found = std::find_if(items.begin(), items.end(), [&](const MapItem& item) { return item.name == name; });
         return found == items.end() ? nullptr : &*found;
@@ -107,7 +85,7 @@ TEST_F(MapItemMaking, MoreSumsWhatItFoldsAndCountsIt) {
     EXPECT_EQ(more.kind, MapItem::Kind::more(2));
     EXPECT_EQ(more.name, "2 more items");
     EXPECT_EQ(MapItem::more({MapItem::fromNode(file(root, "c", 1))}).name, "1 more item");
-    EXPECT_EQ(names(more.contents()), (std::vector<std::string>{"a", "b"}));
+    EXPECT_EQ(namesOf(more.contents()), (std::vector<std::string>{"a", "b"}));
 }
 
 TEST_F(MapItemMaking, AFolderHoldsItsSizedChildrenAndSmallFilesLargestFirst) {
@@ -116,13 +94,13 @@ TEST_F(MapItemMaking, AFolderHoldsItsSizedChildrenAndSmallFilesLargestFirst) {
     file(home, "small.txt", 5);
     folder(home, "docs", 40);
     const MapItem item = MapItem::fromNode(home);
-    EXPECT_EQ(names(item.contents()), (std::vector<std::string>{"docs", "4 smaller files", "small.txt"}));
+    EXPECT_EQ(namesOf(item.contents()), (std::vector<std::string>{"docs", "4 smaller files", "small.txt"}));
     EXPECT_TRUE(item.opens());
 }
 
 TEST_F(MapItemMaking, AGroupHoldsItsMembersLargestFirstAndOpensUnlikeSingleThings) {
     const MapItem group = MapItem::group({file(root, "a.mp4", 1), file(root, "b.mp4", 9)}, FileKind::videos, 10);
-    EXPECT_EQ(names(group.contents()), (std::vector<std::string>{"b.mp4", "a.mp4"}));
+    EXPECT_EQ(namesOf(group.contents()), (std::vector<std::string>{"b.mp4", "a.mp4"}));
     EXPECT_TRUE(group.opens());
     EXPECT_FALSE(MapItem::fromNode(file(root, "c.mp4", 1)).opens());
     FileNode* app = folder(root, "Big.app");
@@ -137,36 +115,36 @@ TEST_F(MapLensApps, FindsAppsAnywhereLargestFirstButNotInSystemAreas) {
     folder(folder(folder(root, "site"), "node_modules"), "Dep.app", 90);
     folder(folder(root, ".Trash"), "Old.app", 90);
     const std::vector<MapItem> apps = MapLens::apps(root, Platform::macOS);
-    EXPECT_EQ(names(apps), (std::vector<std::string>{"Big.app", "Small.app"}));
+    EXPECT_EQ(namesOf(apps), (std::vector<std::string>{"Big.app", "Small.app"}));
     EXPECT_EQ(apps.front().kind, MapItem::Kind::app());
 }
 
 TEST_F(MapLensApps, DoesNotLookInsideAnApp) {
     FileNode* outer = folder(root, "Outer.app");
     folder(folder(outer, "Contents"), "Helper.app", 30);
-    EXPECT_EQ(names(MapLens::apps(root, Platform::macOS)), (std::vector<std::string>{"Outer.app"}));
+    EXPECT_EQ(namesOf(MapLens::apps(root, Platform::macOS)), (std::vector<std::string>{"Outer.app"}));
 }
 
 TEST_F(MapLensApps, OnLinuxFlatpaksSnapsAndAppImagesAreApps) {
-    FileNode* disk = tree->makeNode("", true, nullptr);
+    FileNode* disk = rootAt("/");
     folder(folder(folder(folder(folder(disk, "var"), "lib"), "flatpak"), "app"), "org.gimp.GIMP", 40);
     folder(folder(disk, "snap"), "firefox", 30);
     FileNode* me = folder(folder(disk, "home"), "me");
     file(me, "Editor.AppImage", 20);
     folder(folder(me, "snap"), "firefox", 5); // a snap's data in the home is not the snap
     folder(folder(me, "app"), "notes", 5);
-    EXPECT_EQ(names(MapLens::apps(disk, Platform::linuxOS)),
+    EXPECT_EQ(namesOf(MapLens::apps(disk, Platform::linuxOS)),
               (std::vector<std::string>{"org.gimp.GIMP", "firefox", "Editor.AppImage"}));
     EXPECT_TRUE(MapLens::apps(disk, Platform::macOS).empty());
 }
 
 TEST_F(MapLensApps, AScanOfTheSnapOrFlatpakFolderItselfFindsItsApps) {
-    FileNode* snaps = tree->makeNode("/snap", true, nullptr);
+    FileNode* snaps = rootAt("/snap");
     folder(snaps, "firefox", 30);
-    FileNode* flatpak = tree->makeNode("/var/lib/flatpak", true, nullptr);
+    FileNode* flatpak = rootAt("/var/lib/flatpak");
     folder(folder(flatpak, "app"), "org.gimp.GIMP", 40);
-    EXPECT_EQ(names(MapLens::apps(snaps, Platform::linuxOS)), (std::vector<std::string>{"firefox"}));
-    EXPECT_EQ(names(MapLens::apps(flatpak, Platform::linuxOS)), (std::vector<std::string>{"org.gimp.GIMP"}));
+    EXPECT_EQ(namesOf(MapLens::apps(snaps, Platform::linuxOS)), (std::vector<std::string>{"firefox"}));
+    EXPECT_EQ(namesOf(MapLens::apps(flatpak, Platform::linuxOS)), (std::vector<std::string>{"org.gimp.GIMP"}));
 }
 
 TEST_F(MapLensFolders, SplitsTheLargestUntilTheTargetStandsNoneInsideAnother) {
@@ -175,7 +153,7 @@ TEST_F(MapLensFolders, SplitsTheLargestUntilTheTargetStandsNoneInsideAnother) {
     folder(a, "y", 30);
     folder(root, "b", 50);
     folder(root, "c", 10);
-    EXPECT_EQ(names(MapLens::folders(root, 4)), (std::vector<std::string>{"x", "b", "y", "c"}));
+    EXPECT_EQ(namesOf(MapLens::folders(root, 4)), (std::vector<std::string>{"x", "b", "y", "c"}));
 }
 
 TEST_F(MapLensFolders, NeverSplitsAFolderSmallerThanOneStanding) {
@@ -183,19 +161,19 @@ TEST_F(MapLensFolders, NeverSplitsAFolderSmallerThanOneStanding) {
     FileNode* split = folder(root, "split");
     folder(split, "p", 20);
     folder(split, "q", 20);
-    EXPECT_EQ(names(MapLens::folders(root, 5)), (std::vector<std::string>{"big", "split"}));
+    EXPECT_EQ(namesOf(MapLens::folders(root, 5)), (std::vector<std::string>{"big", "split"}));
 }
 
 TEST_F(MapLensFolders, AFolderWhoseOnlySubfolderIsEmptyStillStands) {
     folder(folder(root, "photos", 90), "empty");
     folder(root, "b", 10);
-    EXPECT_EQ(names(MapLens::folders(root, 4)), (std::vector<std::string>{"photos", "b"}));
+    EXPECT_EQ(namesOf(MapLens::folders(root, 4)), (std::vector<std::string>{"photos", "b"}));
 }
 
 TEST_F(MapLensFolders, FoldsWhatIsBeyondTheTargetIntoMore) {
     for (const char* name : {"a", "b", "c", "d", "e"}) folder(root, name, name[0] - 'a' + 1);
     const std::vector<MapItem> items = MapLens::folders(root, 3);
-    EXPECT_EQ(names(items), (std::vector<std::string>{"e", "d", "c", "2 more items"}));
+    EXPECT_EQ(namesOf(items), (std::vector<std::string>{"e", "d", "c", "2 more items"}));
     EXPECT_EQ(items.back().bytes, 3);
 }
 
@@ -204,7 +182,7 @@ TEST_F(MapLensTypes, SumsEachKindAcrossTheTree) {
     file(folder(folder(root, "b"), "c"), "y.MKV", 50);
     file(root, "z.pdf", 10);
     const std::vector<MapItem> items = MapLens::types(root);
-    EXPECT_EQ(names(items), (std::vector<std::string>{"Videos", "Documents"}));
+    EXPECT_EQ(namesOf(items), (std::vector<std::string>{"Videos", "Documents"}));
     EXPECT_EQ(items.front().bytes, 150);
     EXPECT_EQ(items.front().memberNodes.size(), 2u);
 }
@@ -213,13 +191,12 @@ TEST_F(MapLensTypes, APackageCountsAsItsBundleKindAndIsNotEntered) {
     FileNode* library = folder(root, "Trip.photoslibrary", 20, 3);
     file(library, "clip.mov", 300);
     const std::vector<MapItem> items = MapLens::types(root);
-    ASSERT_EQ(names(items), (std::vector<std::string>{"Images"}));
+    ASSERT_EQ(namesOf(items), (std::vector<std::string>{"Images"}));
     EXPECT_EQ(items.front().bytes, 320);
 }
 
 TEST_F(MapLensTypes, TheSmallFilesOfEveryFolderMakeOneItem) {
-    root->setAggregatedFiles(5, 1);
-    addUp(root, 5);
+    loose(root, 5);
     folder(folder(root, "a", 7, 2), "b", 8, 3);
     file(root, "song.mp3", 1);
     const std::vector<MapItem> items = MapLens::types(root);

@@ -17,6 +17,7 @@
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/FileNode.h"
 #include "TreemapLayout/SvgMap.h"
+#include "TreeBuilder.h"
 
 using namespace tessel;
 
@@ -74,17 +75,9 @@ int pythonParses(const std::string& doc) {
     return WEXITSTATUS(status) == 0 ? 1 : 0;
 }
 
-struct SvgPicture : testing::Test {
-    std::shared_ptr<FileTree> tree = std::make_shared<FileTree>();
-    FileNode* root = tree->makeNode("/r", true, nullptr);
+struct SvgPicture : testing::Test, test::TreeBuilder {
     const TreemapTheme& theme = TreemapTheme::all().front();
 
-    FileNode* add(FileNode* parent, const std::string& name, bool isFolder, std::int64_t bytes = 0) {
-        FileNode* node = tree->makeNode(name, isFolder, parent);
-        tree->appendChild(parent, node);
-        for (FileNode* n = node; n != nullptr; n = n->parent()) n->addTotalBytes(bytes);
-        return node;
-    }
     // Names that break naive XML, as folders (title bands, open cards) and as files.
     void hostile() {
         std::int64_t bytes = 40 * GB;

@@ -10,6 +10,7 @@
 
 #include "DiskScanKit/FileNode.h"
 #include "TreemapLayout/TreemapLayout.h"
+#include "TreeBuilder.h"
 
 using namespace tessel;
 
@@ -30,22 +31,10 @@ bool within(const Rect& inner, const Rect& outer) {
 }
 
 // A tree built by hand; every folder's total is its children's plus its small files'.
-struct TreemapFolder : testing::Test {
-    std::shared_ptr<FileTree> tree = std::make_shared<FileTree>();
-    FileNode* root = tree->makeNode("/r", true, nullptr);
+struct TreemapFolder : testing::Test, test::TreeBuilder {
     TreemapTheme theme = TreemapTheme::all().front();
     TreemapLayout::Configuration flat{3, 3, 0, 18}; // no padding: a lone tile is the whole rectangle
 
-    FileNode* add(FileNode* parent, const std::string& name, bool isFolder, std::int64_t bytes = 0) {
-        FileNode* node = tree->makeNode(name, isFolder, parent);
-        tree->appendChild(parent, node);
-        for (FileNode* n = node; n != nullptr; n = n->parent()) n->addTotalBytes(bytes);
-        return node;
-    }
-    void smallFiles(FileNode* folder, std::int64_t bytes, std::int64_t count) {
-        folder->setAggregatedFiles(bytes, count);
-        for (FileNode* n = folder; n != nullptr; n = n->parent()) n->addTotalBytes(bytes);
-    }
     std::vector<TreemapTile> tiles(Rect rect) { return TreemapLayout::tiles(*root, rect, theme, flat); }
 };
 
@@ -109,7 +98,7 @@ TEST_F(TreemapFolder, ContentsSkipEmptyChildrenAndCountSmallFilesLargestFirst) {
     add(root, "b", false, 10);
     add(root, "c", true, 30);
     add(root, "d", false, 10); // as large as b, and after it
-    smallFiles(root, 20, 3);
+    loose(root, 20, 3);
     const auto entries = TreemapLayout::contents(*root);
     ASSERT_EQ(entries.size(), 4u);
     EXPECT_EQ(entries[0].name, "c");
@@ -141,7 +130,7 @@ TEST_F(TreemapFolder, FolderOfSizeZeroYieldsNoTiles) {
 }
 
 TEST_F(TreemapFolder, SmallFilesAloneMakeOneTileNamedForTheirCount) {
-    smallFiles(root, 4096, 7);
+    loose(root, 4096, 7);
     auto result = tiles({0, 0, 400, 300});
     ASSERT_EQ(result.size(), 1u);
     EXPECT_EQ(result[0].name, "7 smaller files");
@@ -165,7 +154,7 @@ TEST_F(TreemapFolder, FolderOpensFromSixtyPointsWideAndTitleBandPlusSixteenHigh)
 }
 
 TEST_F(TreemapFolder, FolderOfOnlySmallFilesStaysALeafButOneSubfolderOpens) {
-    smallFiles(add(root, "loose", true), 100, 40);
+    loose(add(root, "loose", true), 100, 40);
     EXPECT_EQ(tiles({0, 0, 300, 200}).at(0).label.kind, Kind::corner);
     FileNode* wrapper = add(root, "wrapper", true);
     add(add(wrapper, "only", true), "deep", false, 1000);
@@ -186,7 +175,7 @@ TEST_F(TreemapFolder, CornerLabelFromSixtyEightByTwentyTwo) {
 TEST_F(TreemapFolder, ParentsPrecedeWhatTheyHoldAndIdsFollowThatOrder) {
     for (int i = 0; i < 4; ++i) {
         FileNode* top = add(root, "top" + std::to_string(i), true);
-        smallFiles(top, 200 + i, 3);
+        loose(top, 200 + i, 3);
         for (int j = 0; j < 3; ++j) {
             FileNode* mid = add(top, "mid" + std::to_string(j), true);
             for (int k = 0; k < 3; ++k) add(mid, "leaf" + std::to_string(k), false, 1000 * (k + 1) + 100 * i);

@@ -16,35 +16,19 @@
 
 #include "MapListModel.h"
 #include "SpaceMapModel.h"
+#include "TreeBuilder.h"
 
 using namespace tessel;
+using test::namesOf;
 
 namespace {
 
-struct MapFixture : testing::Test {
-    std::shared_ptr<FileTree> tree = std::make_shared<FileTree>();
-    FileNode* root = tree->makeNode("/r", true, nullptr);
+struct MapFixture : testing::Test, test::TreeBuilder {
     QTemporaryDir dir;
     QSettings settings{dir.filePath("settings.ini"), QSettings::IniFormat};
     SpaceMapModel model{&settings};
 
-    FileNode* folder(FileNode* parent, const char* name, std::int64_t looseBytes = 0) {
-        FileNode* node = tree->makeNode(name, true, parent);
-        tree->appendChild(parent, node);
-        if (looseBytes > 0) node->setAggregatedFiles(looseBytes, 1);
-        addUp(node, looseBytes);
-        return node;
-    }
-    FileNode* file(FileNode* parent, const std::string& name, std::int64_t bytes) {
-        FileNode* node = tree->makeNode(name, false, parent);
-        tree->appendChild(parent, node);
-        addUp(node, bytes);
-        return node;
-    }
-    static void addUp(FileNode* node, std::int64_t bytes) {
-        for (FileNode* n = node; n != nullptr; n = n->parent()) n->addTotalBytes(bytes);
-    }
-    void start() { model.start(FileTree::share(tree, root)); }
+    void start() { model.start(shared()); }
     // Waits for the lens at work and for any older answer still on its way back.
     void settle() {
         ASSERT_TRUE(QTest::qWaitFor([this] { return !model.isWorking(); }, 5000));
@@ -59,11 +43,6 @@ struct MapFixture : testing::Test {
         for (const MapItem& item : model.items())
             if (item.name == name) return item;
         throw std::runtime_error("not shown: " + name);
-    }
-    static std::vector<std::string> names(const std::vector<MapItem>& items) {
-        std::vector<std::string> result;
-        for (const MapItem& item : items) result.push_back(item.name);
-        return result;
     }
     static QString id(const MapItem& item) { return QString::fromStdString(item.id); }
 };
@@ -80,7 +59,7 @@ struct MapListModelToggle : MapFixture {};
 TEST_F(SpaceMapModelNavigation, ShowRemembersThePlaceBackReturnsAndStartBeginsAfresh) {
     FileNode* a = folder(root, "a", 60);
     start();
-    EXPECT_EQ(names(model.items()), (std::vector<std::string>{"a"}));
+    EXPECT_EQ(namesOf(model.items()), (std::vector<std::string>{"a"}));
     model.show(a);
     EXPECT_EQ(model.focus(), a);
     model.back();
@@ -116,9 +95,9 @@ TEST_F(SpaceMapModelNavigation, ActivateGoesIntoAFolderAndOpensAGroupOrTheRestIn
     model.setLens(SpaceMapModel::Lens::types);
     settle();
     model.activate(shown("Videos"));
-    EXPECT_EQ(names(model.items()), (std::vector<std::string>{"x.mp4", "y.mp4"}));
+    EXPECT_EQ(namesOf(model.items()), (std::vector<std::string>{"x.mp4", "y.mp4"}));
     model.activate(MapItem::more({MapItem::fromNode(a)}));
-    EXPECT_EQ(names(model.items()), (std::vector<std::string>{"a"}));
+    EXPECT_EQ(namesOf(model.items()), (std::vector<std::string>{"a"}));
 }
 
 TEST_F(SpaceMapModelSelection, PlainChoosesOneAndToggleAddsOrTakesAway) {
@@ -126,11 +105,11 @@ TEST_F(SpaceMapModelSelection, PlainChoosesOneAndToggleAddsOrTakesAway) {
     start();
     model.select(shown("a"), SpaceMapModel::plain);
     model.select(shown("c"), SpaceMapModel::toggle);
-    EXPECT_EQ(names(model.chosen()), (std::vector<std::string>{"a", "c"}));
+    EXPECT_EQ(namesOf(model.chosen()), (std::vector<std::string>{"a", "c"}));
     model.select(shown("a"), SpaceMapModel::toggle);
-    EXPECT_EQ(names(model.chosen()), (std::vector<std::string>{"c"}));
+    EXPECT_EQ(namesOf(model.chosen()), (std::vector<std::string>{"c"}));
     model.select(shown("b"), SpaceMapModel::plain);
-    EXPECT_EQ(names(model.chosen()), (std::vector<std::string>{"b"}));
+    EXPECT_EQ(namesOf(model.chosen()), (std::vector<std::string>{"b"}));
 }
 
 TEST_F(SpaceMapModelSelection, RangeChoosesEverythingBetweenTheAnchorAndTheClick) {
@@ -138,9 +117,9 @@ TEST_F(SpaceMapModelSelection, RangeChoosesEverythingBetweenTheAnchorAndTheClick
     start();
     model.select(shown("b"), SpaceMapModel::plain);
     model.select(shown("d"), SpaceMapModel::range);
-    EXPECT_EQ(names(model.chosen()), (std::vector<std::string>{"b", "c", "d"}));
+    EXPECT_EQ(namesOf(model.chosen()), (std::vector<std::string>{"b", "c", "d"}));
     model.select(shown("a"), SpaceMapModel::range);
-    EXPECT_EQ(names(model.chosen()), (std::vector<std::string>{"a", "b"}));
+    EXPECT_EQ(namesOf(model.chosen()), (std::vector<std::string>{"a", "b"}));
 }
 
 TEST_F(SpaceMapModelSelection, ChoosingAFolderInAColumnOpensTheNextColumn) {
@@ -180,9 +159,9 @@ TEST_F(MapListRows, NamesSortNaturallyAndKindsByTheirTitle) {
     std::vector<MapItem> items{MapItem::fromNode(file(root, "file10", 1)), MapItem::fromNode(folder(root, "File2", 3)),
                                MapItem::fromNode(folder(root, "Tool.app", 2))};
     MapListOrder{MapListOrder::Key::name, true}.sort(items);
-    EXPECT_EQ(names(items), (std::vector<std::string>{"File2", "file10", "Tool.app"}));
+    EXPECT_EQ(namesOf(items), (std::vector<std::string>{"File2", "file10", "Tool.app"}));
     MapListOrder{MapListOrder::Key::kind, true}.sort(items);
-    EXPECT_EQ(names(items), (std::vector<std::string>{"Tool.app", "File2", "file10"}));
+    EXPECT_EQ(namesOf(items), (std::vector<std::string>{"Tool.app", "File2", "file10"}));
 }
 
 TEST_F(MapListRows, AFolderOf501ItemsShows500RowsAndOneMore) {
@@ -219,7 +198,7 @@ TEST_F(MapListModelToggle, OpeningInsertsExactlyTheChildRowsAndClosingRemovesThe
     ASSERT_EQ(removed.count(), 1);
     EXPECT_EQ(removed[0][1].toInt(), 1);
     EXPECT_EQ(removed[0][2].toInt(), 4);
-    EXPECT_EQ(names({*list.itemAt(0), *list.itemAt(1)}), (std::vector<std::string>{"a", "b"}));
+    EXPECT_EQ(namesOf(std::vector<MapItem>{*list.itemAt(0), *list.itemAt(1)}), (std::vector<std::string>{"a", "b"}));
 }
 
 TEST_F(SpaceMapModelLens, AnAnswerForALensLeftBehindIsDropped) {
@@ -232,7 +211,7 @@ TEST_F(SpaceMapModelLens, AnAnswerForALensLeftBehindIsDropped) {
     model.setLens(SpaceMapModel::Lens::types);
     settle();
     EXPECT_EQ(published.count(), 1);
-    EXPECT_EQ(names(model.items()), (std::vector<std::string>{"Apps", "Videos"}));
+    EXPECT_EQ(namesOf(model.items()), (std::vector<std::string>{"Apps", "Videos"}));
 }
 
 TEST_F(SpaceMapModelTreeChanged, TheFocusFallsBackToTheNearestPlaceStanding) {
@@ -246,7 +225,7 @@ TEST_F(SpaceMapModelTreeChanged, TheFocusFallsBackToTheNearestPlaceStanding) {
     remove(a);
     EXPECT_EQ(model.focus(), k);
     EXPECT_EQ(model.history().size(), 1u);
-    EXPECT_EQ(names(model.items()), (std::vector<std::string>{"1 smaller file"}));
+    EXPECT_EQ(namesOf(model.items()), (std::vector<std::string>{"1 smaller file"}));
 }
 
 TEST_F(SpaceMapModelTreeChanged, BackNeverLandsOnAGoneFolder) {
@@ -272,7 +251,7 @@ TEST_F(SpaceMapModelTreeChanged, TheChoiceForgetsWhatWentAndWhatLayInsideIt) {
     ASSERT_EQ(model.chosen().size(), 3u);
     remove(a);
     EXPECT_FALSE(model.selection());
-    EXPECT_EQ(names(model.chosen()), (std::vector<std::string>{"b"}));
+    EXPECT_EQ(namesOf(model.chosen()), (std::vector<std::string>{"b"}));
     EXPECT_EQ(model.columns().size(), 1);
 }
 
@@ -284,5 +263,5 @@ TEST_F(SpaceMapModelTreeChanged, ALensShownBeforeIsWorkedOutAgainWithoutTheGoneF
     settle();
     remove(a);
     settle();
-    EXPECT_EQ(names(model.items()), (std::vector<std::string>{"b"}));
+    EXPECT_EQ(namesOf(model.items()), (std::vector<std::string>{"b"}));
 }

@@ -6,6 +6,7 @@
 
 #include "StorageBreakdown.h"
 #include "SystemStatsKit/VolumeSampler.h"
+#include "TreeBuilder.h"
 
 using namespace tessel;
 using Category = StorageBreakdown::Category;
@@ -13,31 +14,8 @@ using Totals = std::map<Category, std::int64_t>;
 
 namespace {
 
-// Trees whose totals add up: every size given is pushed up to the root.
-struct TreeFixture : testing::Test {
-    std::shared_ptr<FileTree> tree = std::make_shared<FileTree>();
-
-    // Named as a scan names its root: by the whole path, and "/" by nothing.
-    FileNode* rootAt(std::string_view path) { return tree->makeNode(path == "/" ? "" : path, true, nullptr); }
-    FileNode* folder(FileNode* parent, const char* name, std::int64_t looseBytes = 0) {
-        FileNode* node = tree->makeNode(name, true, parent);
-        tree->appendChild(parent, node);
-        loose(node, looseBytes);
-        return node;
-    }
-    FileNode* file(FileNode* parent, const char* name, std::int64_t bytes) {
-        FileNode* node = tree->makeNode(name, false, parent);
-        tree->appendChild(parent, node);
-        addUp(node, bytes);
-        return node;
-    }
-    void loose(FileNode* node, std::int64_t bytes) {
-        node->setAggregatedFiles(bytes, bytes > 0 ? 1 : 0);
-        addUp(node, bytes);
-    }
-    static void addUp(FileNode* node, std::int64_t bytes) {
-        for (FileNode* n = node; n != nullptr; n = n->parent()) n->addTotalBytes(bytes);
-    }
+// Each test names its own root, as a scan of that place would.
+struct TreeFixture : testing::Test, test::NodeBuilder {
     static std::int64_t sum(const Totals& totals) {
         return std::accumulate(totals.begin(), totals.end(), std::int64_t{0},
                                [](std::int64_t s, const auto& entry) { return s + entry.second; });

@@ -7,25 +7,19 @@
 #include <QTest>
 
 #include "ToolRooms.h"
+#include "TreeBuilder.h"
 
 using namespace tessel;
 
 namespace {
 
-class Tree : public testing::Test {
+class Tree : public testing::Test, protected test::TreeBuilder {
 protected:
-    std::shared_ptr<FileTree> tree = std::make_shared<FileTree>();
-    FileNode* root = tree->makeNode("/home/me", true, nullptr);
-    QTemporaryDir folder;
-    QSettings settings{folder.filePath("settings.ini"), QSettings::IniFormat};
+    Tree() : TreeBuilder("/home/me") {}
 
-    FileNode* add(FileNode* parent, const char* name, bool isFolder, std::int64_t bytes) {
-        FileNode* node = tree->makeNode(name, isFolder, parent);
-        tree->appendChild(parent, node);
-        for (FileNode* up = node; up != nullptr; up = up->parent()) up->addTotalBytes(bytes);
-        return node;
-    }
-    std::shared_ptr<FileNode> shared() { return FileTree::share(tree, root); }
+    QTemporaryDir dir;
+    QSettings settings{dir.filePath("settings.ini"), QSettings::IniFormat};
+
     static QStringList names(const ListRoomModel& room) {
         QStringList list;
         for (const NodeListModel::Row& row : room.rows()->rows()) list << QString::fromStdString(row.item.name);
