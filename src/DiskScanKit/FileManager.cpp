@@ -1,20 +1,85 @@
 #include "DiskScanKit/FileManager.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+
+#include "DiskScanKit/Paths.h"
 
 namespace tessel {
 
-bool LocalFileManager::isFolder(const std::string& path) const {
+bool FileManager::isFolder(const std::string& path) const {
     struct stat info {};
     return lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
-bool LocalFileManager::canList(const std::string& path) const {
+bool FileManager::canList(const std::string& path) const {
     DIR* folder = opendir(path.c_str());
     if (folder == nullptr) return false;
     closedir(folder);
     return true;
+}
+
+bool FileManager::exists(const std::string& path) const {
+    struct stat info {};
+    return lstat(path.c_str(), &info) == 0;
+}
+
+std::optional<bool> FileManager::isFolderEntry(const std::string& path) const {
+    struct stat info {};
+    if (lstat(path.c_str(), &info) != 0) return std::nullopt;
+    return S_ISDIR(info.st_mode);
+}
+
+bool FileManager::isDeletable(const std::string& path) const {
+    const std::string normal = Paths::standardized(path);
+    if (normal == "/") return false;
+    const std::size_t slash = normal.rfind('/');
+    const std::string folder = slash == 0 ? std::string("/") : normal.substr(0, slash);
+    if (access(folder.c_str(), W_OK | X_OK) != 0) return false;
+    struct stat folderInfo {};
+    struct stat entryInfo {};
+    if (stat(folder.c_str(), &folderInfo) != 0 || lstat(normal.c_str(), &entryInfo) != 0) return false;
+    if ((folderInfo.st_mode & S_ISVTX) == 0) return true;
+    const uid_t user = geteuid();
+    return user == 0 || entryInfo.st_uid == user || folderInfo.st_uid == user;
+}
+
+bool FileManager::isWritable(const std::string& path) const { return access(path.c_str(), W_OK) == 0; }
+
+std::optional<std::vector<std::string>> FileManager::contentsOfDirectory(const std::string& path) const {
+    DIR* folder = opendir(path.c_str());
+    if (folder == nullptr) return std::nullopt;
+    std::vector<std::string> names;
+    while (dirent* entry = readdir(folder)) {
+        const char* name = entry->d_name;
+        if (std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0) continue;
+        names.emplace_back(name);
+    }
+    closedir(folder);
+    return names;
+}
+
+std::optional<std::string> FileManager::contents(const std::string& path, std::int64_t limit) const {
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+    if (fd < 0) return std::nullopt;
+    struct stat info {};
+    std::optional<std::string> text;
+    if (fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_size <= limit) {
+        std::string bytes(static_cast<std::size_t>(info.st_size), '\0');
+        std::size_t done = 0;
+        while (done < bytes.size()) {
+            const ssize_t got = read(fd, bytes.data() + done, bytes.size() - done);
+            if (got <= 0) break;
+            done += static_cast<std::size_t>(got);
+        }
+        if (done == bytes.size()) text = std::move(bytes);
+    }
+    close(fd);
+    return text;
 }
 
 } // namespace tessel

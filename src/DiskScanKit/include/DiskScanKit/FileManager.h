@@ -1,8 +1,12 @@
 #pragma once
-// The few questions about folders that code above the scan asks, behind a seam
-// so that tests can answer them for a fake home.
+// The questions about files that code above the scan asks, behind a seam so
+// that tests can answer them for a fake home. The base answers from the real
+// disk; a test overrides only what it needs to make up.
 
+#include <cstdint>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace tessel {
 
@@ -10,15 +14,26 @@ class FileManager {
 public:
     virtual ~FileManager() = default;
     // lstat finds a folder there (a symbolic link is not one).
-    virtual bool isFolder(const std::string& path) const = 0;
+    virtual bool isFolder(const std::string& path) const;
     // The folder's entries can be listed.
-    virtual bool canList(const std::string& path) const = 0;
+    virtual bool canList(const std::string& path) const;
+    // Whether lstat finds anything there.
+    virtual bool exists(const std::string& path) const;
+    // What lstat finds there: a folder or not; none when nothing is there.
+    virtual std::optional<bool> isFolderEntry(const std::string& path) const;
+    // Whether this user may take the entry out of its folder: the folder is
+    // writable and enterable, and, where the folder is sticky (as /tmp is),
+    // the user owns the entry or the folder.
+    virtual bool isDeletable(const std::string& path) const;
+    // access(path, W_OK): a folder moved elsewhere must be writable, for its "..".
+    virtual bool isWritable(const std::string& path) const;
+    // The names in a folder, "." and ".." left out; none when it can't be listed.
+    virtual std::optional<std::vector<std::string>> contentsOfDirectory(const std::string& path) const;
+    // A whole small file; none when it can't be read or is larger than `limit`.
+    virtual std::optional<std::string> contents(const std::string& path, std::int64_t limit = 16 << 20) const;
 };
 
-class LocalFileManager final : public FileManager {
-public:
-    bool isFolder(const std::string& path) const override;
-    bool canList(const std::string& path) const override;
-};
+// The real disk, as it stands.
+class LocalFileManager final : public FileManager {};
 
 } // namespace tessel

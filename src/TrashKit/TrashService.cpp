@@ -1,0 +1,122 @@
+// The trash service.
+//
+// Trash: every allowed item is judged again (the disk may have changed while
+// the confirmation stood open), then handed to the platform's Trash. One
+// item's failure never stops the run; an operation that moved something is
+// pushed on the undo stack, which keeps the newest `undoDepth` operations.
+//
+// Restore: parents first (shortest original path first, stably), so that a
+// folder comes back before what was moved out of it. Nothing that stands in
+// the way is overwritten and no missing folder is recreated: an item that
+// can't come back simply stays in the Trash, with the reason.
+
+#include "TrashKit/TrashService.h"
+
+#include <algorithm>
+
+#include "DiskScanKit/CheckedSize.h"
+#include "DiskScanKit/Paths.h"
+#include "TrashKit/DockTiles.h"
+
+namespace tessel {
+
+std::int64_t TrashOutcome::reclaimedBytes() const {
+    std::int64_t sum = 0;
+    for (const TrashReceipt& receipt : receipts) sum = checkedAdd(sum, receipt.bytes);
+    return sum;
+}
+
+TrashService::TrashService(const FileManager& fileManager, TrashBin& bin, int undoDepth, DockTiles* dock,
+                           std::string extensionDatabase)
+    : fileManager_(fileManager), bin_(bin), undoDepth_(static_cast<std::size_t>(std::max(undoDepth, 0))), dock_(dock),
+      extensionDatabase_(std::move(extensionDatabase)) {}
+
+TrashOutcome TrashService::trash(const DeletionPlan& plan, const DeletionGuard::Context& context,
+                                 const Progress& progress) {
+    TrashOutcome outcome;
+    const std::size_t total = plan.allowed.size();
+    for (std::size_t index = 0; index < total; ++index) {
+        const DeletionCandidate& candidate = plan.allowed[index];
+        if (progress) progress(index, total);
+        if (std::optional<DeletionRefusal> refusal =
+                DeletionGuard::refusal(candidate, context, fileManager_, extensionDatabase_)) {
+            outcome.failures.push_back(
+                {candidate.path, std::string(DeletionRefusals::explanation(*refusal, context.platform))});
+            continue;
+        }
+        std::variant<std::string, TrashError> moved = bin_.trashItem(DeletionGuard::normalize(candidate.path));
+        if (const TrashError* error = std::get_if<TrashError>(&moved)) {
+            outcome.failures.push_back({candidate.path, error->message});
+            continue;
+        }
+        const std::string& trashedPath = std::get<std::string>(moved);
+        if (trashedPath.empty()) {
+            outcome.failures.push_back({candidate.path, movedButLost});
+            continue;
+        }
+        outcome.receipts.push_back({candidate.path, trashedPath, candidate.bytes, candidate.isDirectory});
+    }
+    if (outcome.receipts.empty()) return outcome;
+    if (dock_ != nullptr) {
+        std::vector<std::pair<std::string, std::string>> moved;
+        for (const TrashReceipt& receipt : outcome.receipts) moved.emplace_back(receipt.originalPath, receipt.trashedPath);
+        dock_->remove(moved);
+    }
+    undoStack_.push_back(outcome.receipts);
+    while (undoStack_.size() > undoDepth_) undoStack_.erase(undoStack_.begin());
+    return outcome;
+}
+
+RestoreOutcome TrashService::restore(std::vector<TrashReceipt> receipts) {
+    std::stable_sort(receipts.begin(), receipts.end(), [](const TrashReceipt& a, const TrashReceipt& b) {
+        return a.originalPath.size() < b.originalPath.size();
+    });
+    RestoreOutcome outcome;
+    for (TrashReceipt& receipt : receipts) {
+        const std::string original = DeletionGuard::normalize(receipt.originalPath);
+        if (!fileManager_.exists(receipt.trashedPath)) {
+            outcome.failures.push_back({receipt.originalPath, goneFromTrash});
+            continue;
+        }
+        if (fileManager_.exists(original)) {
+            outcome.failures.push_back({receipt.originalPath, somethingInTheWay});
+            continue;
+        }
+        const std::size_t slash = original.rfind('/');
+        const std::string folder = slash == 0 ? std::string("/") : original.substr(0, slash);
+        if (!fileManager_.isFolder(folder)) {
+            outcome.failures.push_back({receipt.originalPath, folderGone});
+            continue;
+        }
+        std::variant<std::monostate, TrashError> back = bin_.putBack(receipt.trashedPath, original);
+        if (const TrashError* error = std::get_if<TrashError>(&back)) {
+            outcome.failures.push_back({receipt.originalPath, error->message});
+            continue;
+        }
+        outcome.restored.push_back(std::move(receipt));
+    }
+    if (dock_ != nullptr && !outcome.restored.empty()) {
+        std::vector<std::string> apps;
+        for (const TrashReceipt& receipt : outcome.restored) apps.push_back(receipt.originalPath);
+        dock_->restore(apps);
+    }
+    return outcome;
+}
+
+RestoreOutcome TrashService::undoLast() {
+    if (undoStack_.empty()) return {};
+    std::vector<TrashReceipt> last = std::move(undoStack_.back());
+    undoStack_.pop_back();
+    return restore(std::move(last));
+}
+
+std::size_t TrashService::lastOperationCount() const { return undoStack_.empty() ? 0 : undoStack_.back().size(); }
+
+std::int64_t TrashService::lastOperationBytes() const {
+    std::int64_t sum = 0;
+    if (!undoStack_.empty())
+        for (const TrashReceipt& receipt : undoStack_.back()) sum = checkedAdd(sum, receipt.bytes);
+    return sum;
+}
+
+} // namespace tessel

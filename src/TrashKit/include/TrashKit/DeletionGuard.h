@@ -1,0 +1,90 @@
+#pragma once
+// The one place that decides whether a path may go to the Trash. Every tool
+// hands its candidates to `plan` first, shows the user the plan, and moves
+// only what it allows; the trash service asks again at the moment of the move.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "DiskScanKit/FileManager.h"
+#include "DiskScanKit/Platform.h"
+
+namespace tessel {
+
+struct DeletionCandidate {
+    std::string path;
+    std::int64_t bytes = 0; // what the user expects to gain, as the tool measured it
+    bool isDirectory = false; // what the tool believed the item to be
+    bool operator==(const DeletionCandidate&) const = default;
+};
+
+enum class DeletionRefusal {
+    systemPath,
+    protectedFolder,
+    keychain,
+    iCloud,
+    volumeRoot,
+    ownApplication,
+    missing,
+    typeChanged,
+    notPermitted,
+    inTrash,
+    insidePackage,
+    carriesSystemExtension,
+};
+
+namespace DeletionRefusals {
+const std::vector<DeletionRefusal>& all();
+std::string_view rawValue(DeletionRefusal refusal);
+// The sentence beside a refused row, and the words of a failed move.
+std::string_view explanation(DeletionRefusal refusal, Platform platform = currentPlatform());
+// Refusals the file manager can still carry out for the user.
+bool isForFileManager(DeletionRefusal refusal);
+} // namespace DeletionRefusals
+
+struct DeletionPlan {
+    std::vector<DeletionCandidate> allowed;
+    std::vector<std::pair<DeletionCandidate, DeletionRefusal>> refused;
+    // Of `allowed` only.
+    std::int64_t totalBytes() const;
+};
+
+namespace DeletionGuard {
+
+// Who is asking: the home folder, the running program (which never moves
+// itself) and whose tables apply.
+struct Context {
+    std::string home;
+    std::optional<std::string> bundlePath;
+    Platform platform = currentPlatform();
+    // The home's own Trash; on Linux $XDG_DATA_HOME/Trash, found when left empty.
+    std::string homeTrash;
+};
+
+std::string normalize(std::string_view path);
+// Equal to `root`, or below it at a component boundary.
+bool isWithin(std::string_view normalPath, std::string_view normalRoot);
+
+// Trees nothing is ever moved out of, and folders that stay although what
+// they hold may go.
+const std::vector<std::string>& protectedTrees(Platform platform = currentPlatform());
+std::vector<std::string> protectedFolders(const std::string& home, Platform platform = currentPlatform());
+bool isInVolumeTrash(std::string_view path, Platform platform = currentPlatform());
+std::string homeTrash(const std::string& home, Platform platform = currentPlatform());
+
+// Pure string work, no disk: any tool may use it to hide a row that can't go.
+std::optional<DeletionRefusal> staticRefusal(const std::string& path, const Context& context);
+// The static test, then the disk: existence, type, permission, system extensions, iCloud.
+std::optional<DeletionRefusal> refusal(const DeletionCandidate& candidate, const Context& context,
+                                       const FileManager& fileManager, const std::string& extensionDatabase);
+// What is below a folder that is itself a candidate goes with the folder.
+std::vector<DeletionCandidate> collapseNested(std::vector<DeletionCandidate> candidates);
+DeletionPlan plan(const std::vector<DeletionCandidate>& candidates, const Context& context,
+                  const FileManager& fileManager, const std::string& extensionDatabase);
+
+} // namespace DeletionGuard
+} // namespace tessel

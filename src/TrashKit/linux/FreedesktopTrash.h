@@ -1,0 +1,58 @@
+#pragma once
+// The Trash of Linux desktops, as the freedesktop.org Trash specification
+// lays it out, so that the desktop's file manager and other tools see what
+// Tessel moved, with where it came from, and can put it back.
+
+#include <sys/types.h>
+
+#include <ctime>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+
+#include "TrashKit/TrashBin.h"
+
+namespace tessel {
+
+class FreedesktopTrash final : public TrashBin {
+public:
+    struct Settings {
+        std::string home;
+        // $XDG_DATA_HOME, or ~/.local/share: the home Trash is its "Trash" folder.
+        std::string dataHome;
+        uid_t user = 0;
+        std::function<std::time_t()> now;
+        static Settings fromEnvironment();
+    };
+
+    // Where one item goes: the Trash folder, and for a Trash at the top of
+    // another disk, that top folder (paths there are recorded relative to it).
+    struct Location {
+        std::string trash;
+        std::string top; // empty for the home Trash
+    };
+
+    explicit FreedesktopTrash(Settings settings);
+
+    std::variant<std::string, TrashError> trashItem(const std::string& path) override;
+    std::variant<std::monostate, TrashError> putBack(const std::string& trashedPath,
+                                                     const std::string& originalPath) override;
+
+    // The Trash an item on this path belongs in, made if need be.
+    std::variant<Location, TrashError> trashFor(const std::string& path, dev_t device);
+    // The topmost folder above `path` still on `device`: a mount point, or the
+    // top of a btrfs subvolume, which has a device of its own without being mounted.
+    static std::string topFolder(const std::string& path, dev_t device);
+    // Bytes outside A-Z a-z 0-9 - _ . ~ / as %XX, as "Path=" keys hold raw names.
+    static std::string encode(std::string_view raw);
+    static std::optional<std::string> decode(std::string_view encoded);
+    // "2026-11-21T19:03:05", in local time, as "DeletionDate=" keys hold it.
+    static std::string deletionDate(std::time_t when);
+
+private:
+    Settings settings_;
+};
+
+} // namespace tessel
