@@ -10,6 +10,7 @@
 #include <QStringList>
 #include <QTimer>
 
+#include <algorithm>
 #include <cstdio>
 #include <functional>
 
@@ -46,6 +47,33 @@ bool save(QQuickWindow* window, const QString& path) {
         return false;
     }
     return true;
+}
+
+// Asks to move the two largest things inside the map's largest folder, and the second
+// largest item itself: the confirmation opens, and nothing moves until someone confirms.
+// In the fixture, whose folders stand for the home's standard ones, that is two that may
+// go and one that stays.
+bool openRemovalSheet(TesselApp& app) {
+    SpaceMapModel* map = app.session().spaceMap();
+    const ScanResult* scan = app.session().scan()->result();
+    if (scan == nullptr || map->items().size() < 2 || map->items()[0].node == nullptr) return false;
+    std::vector<FileNode*> chosen = map->items()[0].node->childrenBySize();
+    chosen.resize(std::min<std::size_t>(chosen.size(), 2));
+    chosen.push_back(map->items()[1].node);
+    app.session().removal()->setSelection(scan->root, chosen);
+    app.session().removal()->prepare();
+    QElapsedTimer clock;
+    clock.start();
+    while (!app.session().removal()->hasPlan() && clock.elapsed() < 5000)
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    return app.session().removal()->hasPlan();
+}
+
+void waitForRemoval(TesselApp& app) {
+    QElapsedTimer clock;
+    clock.start();
+    do QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    while (app.session().removal()->isWorking() && clock.elapsed() < 10000);
 }
 
 } // namespace
@@ -89,6 +117,12 @@ int selfTest(TesselApp& app) {
         app.session().spaceMap()->setStyle(style);
         settle(80);
     }
+    if (!openRemovalSheet(app)) {
+        std::fprintf(stderr, "tessel-app: the removal confirmation did not open\n");
+        return 1;
+    }
+    settle(120);
+    app.session().removal()->cancel();
     app.shell().setRoom("overview");
     app.guide().start();
     for (int step = 0; step < app.guide().count(); ++step) {
@@ -121,12 +155,12 @@ int selfTest(TesselApp& app) {
         std::fprintf(stderr, "tessel-app: %s\n", qPrintable(problem));
         return 1;
     }
-    std::printf("tessel-app: self-test passed: %lld rooms, the tour, the settings, both themes and the failure screen\n",
+    std::printf("tessel-app: self-test passed: %lld rooms, the removal confirmation, the tour, the settings, both themes and the failure screen\n",
                 static_cast<long long>(app.shell().roomIds().size()));
     return 0;
 }
 
-int screenshots(TesselApp& app, const QString& folder) {
+int screenshots(TesselApp& app, const QString& folder, bool inFixture) {
     if (!QDir().mkpath(folder)) {
         std::fprintf(stderr, "tessel-app: could not make %s\n", qPrintable(folder));
         return 1;
@@ -150,6 +184,22 @@ int screenshots(TesselApp& app, const QString& folder) {
             saved += save(window, QStringLiteral("%1/map-%2-%3.png").arg(folder, style, theme)) ? 1 : 0;
         }
         app.session().spaceMap()->setStyle("cards");
+        settle(200);
+        if (openRemovalSheet(app)) {
+            settle(300);
+            saved += save(window, QStringLiteral("%1/removal-%2.png").arg(folder, theme)) ? 1 : 0;
+            if (inFixture) {
+                app.session().removal()->confirm();
+                waitForRemoval(app);
+                settle(300);
+                saved += save(window, QStringLiteral("%1/removed-%2.png").arg(folder, theme)) ? 1 : 0;
+                app.session().removal()->undo();
+                waitForRemoval(app);
+                settle(200);
+            } else {
+                app.session().removal()->cancel();
+            }
+        }
         app.shell().setRoom("overview");
         app.guide().start();
         app.guide().next();

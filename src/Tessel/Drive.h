@@ -18,7 +18,9 @@ bool waitForScan(TesselApp& app, int seconds);
 void settle(int milliseconds);
 
 int selfTest(TesselApp& app);
-int screenshots(TesselApp& app, const QString& folder);
+// With `inFixture`, the scan is of the app's own fixture, whose Trash is its own too, so a
+// move is confirmed, pictured and undone; otherwise the confirmation is only shown.
+int screenshots(TesselApp& app, const QString& folder, bool inFixture);
 int reportStalls(TesselApp& app);
 
 // Collects QML warnings and errors from the moment it is installed.

@@ -64,7 +64,11 @@ int main(int argc, char** argv) {
     const bool quiet = !driven && QuietLaunch::begin(*settings, QDateTime::currentDateTime());
 
     std::optional<std::string> home;
-    if (fixture) home = fixture->path().toStdString();
+    if (fixture) {
+        home = fixture->path().toStdString();
+        // The fixture is the home, Trash and all: what a driven run moves never leaves it.
+        qputenv("XDG_DATA_HOME", (fixture->path() + "/.local/share").toUtf8());
+    }
     TesselApp tessel(std::move(settings), initialPath, ThemeModel::desktopPrefersDark(), home);
     if (!tessel.load(quiet)) {
         std::fprintf(stderr, "tessel-app: the window could not be loaded: %s\n", qPrintable(Drive::firstProblem()));
@@ -72,7 +76,7 @@ int main(int argc, char** argv) {
     }
     tessel.session().launch();
     if (parser.isSet(selfTest)) return Drive::selfTest(tessel);
-    if (parser.isSet(screenshots)) return Drive::screenshots(tessel, parser.value(screenshots));
+    if (parser.isSet(screenshots)) return Drive::screenshots(tessel, parser.value(screenshots), fixture != nullptr);
     if (parser.isSet(reportStalls)) return Drive::reportStalls(tessel);
     if (!quiet) tessel.guide().startIfUnseen();
     return QGuiApplication::exec();

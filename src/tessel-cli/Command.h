@@ -28,6 +28,7 @@ void printError(const std::string& sentence);
 
 int runScan(const std::vector<std::string>& words);
 int runMap(const std::vector<std::string>& words);
+int runTrash(const std::vector<std::string>& words);
 int runLargest(const std::vector<std::string>& words);
 int runSearch(const std::vector<std::string>& words);
 

@@ -80,6 +80,18 @@ const std::vector<Command>& commands() {
          "  --theme light|dark     the colours (default light)\n")
              + scanOptionsHelp,
          runMap},
+        {"trash", "Move files and folders to the Trash, past the guard",
+         "usage: tessel trash [--dry-run] [--json] PATH...\n"
+         "\n"
+         "Judges each PATH as the app does before moving anything: what may go, and\n"
+         "what stays with its reason (part of the system, a standard folder, not\n"
+         "yours to move, already in the Trash...). Then moves what may go to the\n"
+         "Trash, from where it can be put back; nothing is ever deleted. A folder\n"
+         "and something inside it are one move. Exit status 1 when anything stayed.\n"
+         "\n"
+         "  --dry-run              show the plan, move nothing\n"
+         "  --json                 print {\"allowed\", \"refused\", \"receipts\", \"failures\"}\n",
+         runTrash},
     };
     return list;
 }

@@ -30,13 +30,29 @@ std::string drain(int fd) {
     return text;
 }
 
+// The environment, with the home folder and the data folder below it replaced.
+std::vector<std::string> environmentWithHome(const std::string& home) {
+    std::vector<std::string> variables;
+    for (char** entry = environ; *entry != nullptr; ++entry) {
+        const std::string variable = *entry;
+        if (!variable.starts_with("HOME=") && !variable.starts_with("XDG_DATA_HOME=")) variables.push_back(variable);
+    }
+    variables.push_back("HOME=" + home);
+    variables.push_back("XDG_DATA_HOME=" + home + "/.local/share");
+    return variables;
+}
+
 } // namespace
 
-Outcome runTessel(std::vector<std::string> words, As as) {
+Outcome runTessel(std::vector<std::string> words, As as, const std::string& home) {
     words.insert(words.begin(), TESSEL_BINARY);
     std::vector<char*> argv;
     for (std::string& word : words) argv.push_back(word.data());
     argv.push_back(nullptr);
+    std::vector<std::string> variables = home.empty() ? std::vector<std::string>() : environmentWithHome(home);
+    std::vector<char*> envp;
+    for (std::string& variable : variables) envp.push_back(variable.data());
+    envp.push_back(nullptr);
 
     const int out = memfd_create("tessel-stdout", MFD_CLOEXEC);
     int err[2];
@@ -57,7 +73,8 @@ Outcome runTessel(std::vector<std::string> words, As as) {
         if (in < 0 || dup2(in, 0) < 0 || dup2(out, 1) < 0 || dup2(err[1], 2) < 0) _exit(126);
         if (as == As::nobody && (setgroups(0, nullptr) != 0 || setgid(65534) != 0 || setuid(65534) != 0))
             _exit(126);
-        execv(argv[0], argv.data());
+        if (home.empty()) execv(argv[0], argv.data());
+        else execve(argv[0], argv.data(), envp.data());
         _exit(127);
     }
     close(err[1]);

@@ -17,8 +17,10 @@ struct Outcome {
 // needs a temporary folder that everyone may pass through.
 enum class As { usual, nobody, terminal };
 
-// Throws std::system_error when the machinery around the tool fails.
-Outcome runTessel(std::vector<std::string> words, As as = As::usual);
+// A non-empty `home` becomes the tool's home folder, and its Trash the one under it, so
+// a test never touches the real one. Throws std::system_error when the machinery around
+// the tool fails.
+Outcome runTessel(std::vector<std::string> words, As as = As::usual, const std::string& home = {});
 
 // A failure is one line on standard error, holding `mention`, and nothing on standard output.
 void expectOneErrorLine(const Outcome& run, int status, const std::string& mention);

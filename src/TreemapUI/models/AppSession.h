@@ -6,6 +6,7 @@
 
 #include <QObject>
 #include <QSettings>
+#include <QThreadPool>
 #include <QUuid>
 #include <QtQml/qqmlregistration.h>
 
@@ -14,6 +15,7 @@
 #include <string>
 
 #include "AppNotifications.h"
+#include "DeletionModel.h"
 #include "MainThreadRelay.h"
 #include "OverviewModel.h"
 #include "PermissionsGate.h"
@@ -37,6 +39,8 @@ class AppSession : public QObject {
     Q_PROPERTY(tessel::AppNotifications* notifications READ notifications CONSTANT)
     Q_PROPERTY(tessel::LargeFilesModel* largeFiles READ largeFiles CONSTANT)
     Q_PROPERTY(tessel::SearchModel* search READ search CONSTANT)
+    Q_PROPERTY(tessel::DeletionModel* removal READ removal CONSTANT)
+    Q_PROPERTY(tessel::PathRemovalModel* pathRemoval READ pathRemoval CONSTANT)
 
 public:
     struct Dependencies {
@@ -46,6 +50,9 @@ public:
         ScanCoordinator::Environment scanEnvironment;
         std::function<FullDiskAccessStatus()> accessStatus;
         std::function<void()> openAccessSettings;
+        // Where removed things go; the system's Trash unless a test gives its own.
+        std::shared_ptr<TrashBin> trash;
+        std::optional<std::string> bundlePath;
         static Dependencies system(QSettings* settings, std::string initialPath);
     };
 
@@ -61,6 +68,10 @@ public:
     AppNotifications* notifications() { return &notifications_; }
     LargeFilesModel* largeFiles() { return &largeFiles_; }
     SearchModel* search() { return &search_; }
+    DeletionModel* removal() { return removal_.get(); }
+    PathRemovalModel* pathRemoval() { return pathRemoval_.get(); }
+    // The items chosen in the map go to the removal's confirmation.
+    Q_INVOKABLE void removeMapSelection();
     std::optional<QUuid> handledScan() const { return handledScan_; }
 
     // The launch: read the disk-access status once, then start the work it allows.
@@ -72,6 +83,10 @@ public:
 private:
     void recordSummary(const ScanResult& result);
     void postCompletionNotices(const ScanResult& result);
+    RemovalEnvironment removalEnvironment();
+    // After nodes left the tree or came back: every view and figure built on it follows.
+    void treeChanged();
+    void detachPaths(const QStringList& paths);
 
     Dependencies dependencies_;
     ScanCoordinator scan_;
@@ -84,6 +99,10 @@ private:
     AppNotifications notifications_;
     LargeFilesModel largeFiles_;
     SearchModel search_;
+    LocalFileManager files_;
+    QThreadPool trashWorker_;
+    std::unique_ptr<DeletionModel> removal_;
+    std::unique_ptr<PathRemovalModel> pathRemoval_;
     std::shared_ptr<MainThreadRelay> relay_ = MainThreadRelay::make(this);
 };
 

@@ -2,6 +2,8 @@
 
 #include <QtConcurrent/QtConcurrentRun>
 
+#include "TreeAccess.h"
+
 #include "DiskScanKit/CheckedSize.h"
 
 namespace tessel {
@@ -52,7 +54,10 @@ void ListRoomModel::refresh(Work work) {
     setWorking(true);
     ListRoomModel* self = this;
     (void)QtConcurrent::run([relay = relay_, self, generation, root = root_, work = std::move(work)] {
-        Answer answer = work(*root);
+        Answer answer = [&] {
+            std::shared_lock reading(TreeAccess::lock());
+            return work(*root);
+        }();
         relay->post([self, generation, root, answer = std::move(answer)]() mutable {
             if (generation != self->generation_) return;
             self->answer_ = {{}, answer.totalMatched, answer.totalBytes, answer.truncated};

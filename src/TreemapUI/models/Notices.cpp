@@ -80,4 +80,51 @@ AppNotification scanFinished(qint64 bytes, double seconds) {
     return notice;
 }
 
+namespace {
+QString noun(qint64 count) { return count == 1 ? QStringLiteral("item") : QStringLiteral("items"); }
+} // namespace
+
+AppNotification removed(qint64 count, qint64 bytes, std::function<void()> undo) {
+    AppNotification notice;
+    notice.kind = AppNotification::Kind::success;
+    notice.title = QStringLiteral("Moved %1 %2 to the Trash").arg(counted(count), noun(count));
+    notice.detail = QString::fromStdString(ByteFormat::string(bytes)) + " in the Trash. Empty it to get the space back.";
+    notice.actionTitle = QStringLiteral("Put Back");
+    notice.action = std::move(undo);
+    notice.duration = 12;
+    notice.symbol = QStringLiteral("trash.fill");
+    return notice;
+}
+
+AppNotification restored(qint64 count) {
+    AppNotification notice;
+    notice.kind = AppNotification::Kind::success;
+    notice.title = QStringLiteral("Put %1 %2 back").arg(counted(count), noun(count));
+    notice.duration = 6;
+    notice.symbol = QStringLiteral("arrow.uturn.backward");
+    return notice;
+}
+
+AppNotification partialFailure(qint64 count, const QString& first) {
+    AppNotification notice;
+    notice.kind = AppNotification::Kind::failure;
+    notice.title = QStringLiteral("%1 %2 could not be moved").arg(counted(count), noun(count));
+    notice.detail = first;
+    notice.symbol = QStringLiteral("exclamationmark.triangle.fill");
+    return notice;
+}
+
+AppNotification shownInFileManager(qint64 count) {
+    AppNotification notice;
+    notice.kind = AppNotification::Kind::info;
+    notice.title = (count == 1 ? QStringLiteral("Selected") : QStringLiteral("%1 items selected").arg(counted(count))) +
+                   " in Files";
+    notice.detail = QStringLiteral("Move %1 to the Trash in Files. It asks an administrator's password where one is "
+                                   "needed. If Files says it will delete something immediately, it will not be kept "
+                                   "in the Trash: cancel there to keep it.")
+                        .arg(count == 1 ? "it" : "them");
+    notice.symbol = QStringLiteral("lock.open.fill");
+    return notice;
+}
+
 } // namespace tessel::Notices

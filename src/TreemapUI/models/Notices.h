@@ -23,4 +23,13 @@ AppNotification accessIncomplete(qint64 unreadable, std::function<void()> openSe
 
 AppNotification scanFinished(qint64 bytes, double seconds);
 
+// Items went to the Trash; the action puts them back.
+AppNotification removed(qint64 count, qint64 bytes, std::function<void()> undo);
+// Items came back from the Trash.
+AppNotification restored(qint64 count);
+// Some items stayed: how many, and the first one's reason.
+AppNotification partialFailure(qint64 count, const QString& first);
+// Items were selected in the file manager for the user to move there.
+AppNotification shownInFileManager(qint64 count);
+
 } // namespace tessel::Notices

@@ -4,6 +4,8 @@
 #include <QLocale>
 #include <QtConcurrent/QtConcurrentRun>
 
+#include "TreeAccess.h"
+
 #include "AppEvents.h"
 #include "DiskScanKit/ByteFormat.h"
 #include "QtText.h"
@@ -30,7 +32,10 @@ void OverviewModel::scanCompleted(const std::shared_ptr<FileNode>& root, const s
     OverviewModel* self = this;
     (void)QtConcurrent::run([relay = relay_, self, generation, root, rootPath, home = home_] {
         std::optional<VolumeCapacity> volume = VolumeSampler(rootPath).sample();
-        StorageBreakdown breakdown = StorageBreakdown::make(*root, volume, home);
+        StorageBreakdown breakdown = [&] {
+            std::shared_lock reading(TreeAccess::lock());
+            return StorageBreakdown::make(*root, volume, home);
+        }();
         relay->post([self, generation, volume, breakdown = std::move(breakdown)]() mutable {
             if (generation != self->generation_) return;
             self->volume_ = volume;

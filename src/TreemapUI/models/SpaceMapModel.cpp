@@ -2,6 +2,8 @@
 
 #include <QtConcurrent/QtConcurrentRun>
 
+#include "TreeAccess.h"
+
 #include <algorithm>
 
 #include "DiskScanKit/CheckedSize.h"
@@ -248,6 +250,7 @@ void SpaceMapModel::loadItems() {
     SpaceMapModel* self = this;
     (void)QtConcurrent::run([relay = relay_, self, generation, key, lens, focus, root = root_] {
         std::vector<MapItem> items;
+        std::shared_lock reading(TreeAccess::lock());
         switch (lens) {
         case Lens::apps: items = MapLens::apps(focus); break;
         case Lens::folders: items = MapLens::folders(focus, folderLensTarget); break;

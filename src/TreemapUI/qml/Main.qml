@@ -157,6 +157,9 @@ ApplicationWindow {
         AccessView { permissions: window.session.permissions }
     }
 
+    RemovalSheet { removal: window.session.removal }
+    RemovalSheet { removal: window.session.pathRemoval }
+
     NoticeStack {
         anchors.right: parent.right
         anchors.bottom: parent.bottom

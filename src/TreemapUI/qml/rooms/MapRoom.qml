@@ -181,15 +181,34 @@ Item {
         }
     }
 
+    // Delete or Backspace moves what is chosen, after the confirmation.
+    Shortcut {
+        sequences: [StandardKey.Delete, "Backspace"]
+        enabled: room.visible && room.map.chosenCount > 0
+        onActivated: room.session.removeMapSelection()
+    }
+
     Item {
         id: footer
         visible: room.map.hasTree
         anchors.bottom: parent.bottom
         x: 20
         width: parent.width - 40
-        height: 40
+        height: 44
+        ActionButton {
+            id: trashButton
+            anchors.right: parent.right
+            anchors.verticalCenter: parent.verticalCenter
+            implicitHeight: 28
+            symbol: "trash"
+            text: "Move to Trash…"
+            enabled: room.map.chosenCount > 0
+            help: "Shows what would go and what stays, before anything moves."
+            onClicked: room.session.removeMapSelection()
+        }
         Text {
             anchors.verticalCenter: parent.verticalCenter
+            width: parent.width - trashButton.width - 16
             color: Style.theme.secondaryText
             font.pixelSize: Style.captionSize + 1
             text: room.map.chosenCount > 1
@@ -199,7 +218,6 @@ Item {
                   : room.map.placeTitle + ": " + Style.bytes(room.map.placeBytes)
                     + ". Double-click to go in; Back comes out. Ctrl-click or Shift-click selects more than one."
             elide: Text.ElideRight
-            width: parent.width
         }
     }
 }

@@ -1,0 +1,79 @@
+// tessel trash, run as the real tool with a home folder of its own: what it moves,
+// what it refuses and why, and that a dry run leaves everything where it was.
+
+#include <unistd.h>
+
+#include <set>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "Fixture.h"
+#include "ToolRun.h"
+
+namespace tessel::cli {
+namespace {
+
+using nlohmann::json;
+
+struct TrashHome : ::testing::Test {
+    test::TempFolder home;
+    std::string trash = home / ".local/share/Trash";
+    std::string photos = home / "photos", notes = home / "notes with spaces.txt";
+    void SetUp() override {
+        test::makeFolder(photos);
+        test::writeFile(photos + "/a.jpg", 5000);
+        test::writeFile(notes, 8);
+    }
+    Outcome run(std::vector<std::string> words) { return runTessel(std::move(words), As::usual, home.path()); }
+};
+
+TEST_F(TrashHome, MovesWhatTheGuardAllowsAndRefusesTheRestWithItsReason) {
+    const Outcome outcome = run({"trash", "--json", photos, photos + "/a.jpg", notes, "/etc/passwd", home / "gone"});
+    EXPECT_EQ(outcome.status, 1) << "something asked for stayed where it was";
+    const json report = json::parse(outcome.out);
+
+    ASSERT_EQ(report.at("receipts").size(), 2u) << "the file inside the folder moves with it, once";
+    std::set<std::string> moved;
+    for (const json& receipt : report.at("receipts")) {
+        moved.insert(receipt.at("originalPath").get<std::string>());
+        const std::string trashed = receipt.at("trashedPath").get<std::string>();
+        EXPECT_TRUE(trashed.starts_with(trash + "/files/")) << trashed;
+        EXPECT_EQ(access(trashed.c_str(), F_OK), 0) << trashed;
+    }
+    EXPECT_EQ(moved, (std::set<std::string>{photos, notes}));
+    EXPECT_NE(access(photos.c_str(), F_OK), 0);
+    EXPECT_EQ(access((trash + "/info/photos.trashinfo").c_str(), F_OK), 0) << "the Trash knows where to put it back";
+    EXPECT_EQ(access("/etc/passwd", F_OK), 0);
+
+    std::set<std::string> reasons;
+    for (const json& refusal : report.at("refused")) reasons.insert(refusal.at("reason").get<std::string>());
+    EXPECT_EQ(reasons, (std::set<std::string>{"systemPath", "missing"}));
+    EXPECT_TRUE(report.at("failures").empty());
+}
+
+TEST_F(TrashHome, DryRunListsThePlanAndMovesNothing) {
+    const Outcome outcome = run({"trash", "--dry-run", notes});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_NE(outcome.out.find("May go to the Trash: 1 item"), std::string::npos) << outcome.out;
+    EXPECT_NE(outcome.out.find("Nothing was moved: --dry-run."), std::string::npos) << outcome.out;
+    EXPECT_EQ(access(notes.c_str(), F_OK), 0);
+    EXPECT_NE(access(trash.c_str(), F_OK), 0) << "not even the Trash folder is made";
+}
+
+TEST_F(TrashHome, HomeItselfAndThisProgramStay) {
+    const Outcome outcome = run({"trash", home.path(), TESSEL_BINARY});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.out.find("A standard folder."), std::string::npos) << outcome.out;
+    EXPECT_NE(outcome.out.find("This app."), std::string::npos) << outcome.out;
+    EXPECT_EQ(outcome.out.find("Moved to the Trash"), std::string::npos) << outcome.out;
+    EXPECT_EQ(access(TESSEL_BINARY, X_OK), 0);
+}
+
+TEST_F(TrashHome, NoPathIsAUsageMistake) {
+    expectOneErrorLine(run({"trash", "--json"}), 2, "trash wants at least one path");
+}
+
+} // namespace
+} // namespace tessel::cli
