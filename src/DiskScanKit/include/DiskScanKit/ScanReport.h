@@ -1,6 +1,9 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace tessel {
@@ -19,6 +22,51 @@ struct Inventory {
 // The largest folders and files below `root` (the root itself not listed),
 // and how many of each the tree holds. Package contents are counted, not listed.
 Inventory inventory(const FileNode& root, int limit);
+
+// The writers: what leaves the application when a scan is exported. Each reads
+// the tree once and returns UTF-8 text; none of them touches the disk.
+using TimePoint = std::chrono::system_clock::time_point;
+
+// A spreadsheet: a header row, the root, then up to `limit` folders and up to
+// `limit` files, largest first. Every row ends in CR LF, the last one too.
+std::string csv(const FileNode& root, TimePoint scannedAt, int limit);
+// One self-contained web page with the totals and the largest folders and
+// files: no script, no image, nothing it would load from anywhere.
+std::string html(const FileNode& root, TimePoint scannedAt, int limit);
+// A few lines for the clipboard: the totals and the five largest folders and files.
+std::string summaryText(const FileNode& root, TimePoint scannedAt);
+
+// The pieces the writers share.
+
+// The names from `node` up to its root, joined with "/" and with a "/" in
+// front; a root with no name gives "/".
+std::string fullPath(const FileNode& node);
+// What a report calls its root: the root's name (a scan names it by its whole
+// path), or "/" for the nameless root of a disk.
+std::string rootName(const FileNode& root);
+// ISO 8601 in the current time zone, with its offset: "2026-11-21T21:40:12+01:00".
+std::string isoDate(TimePoint when);
+// The date as people read it, in the current time zone: "21 Nov 2026, 21:40".
+std::string readableDate(TimePoint when);
+// `node`'s share of `root` in percent; 0 when the root holds nothing.
+double shareOf(const FileNode& node, const FileNode& root);
+// A share as it is read: "12.3%", and "<0.1%" for a share above 0 and below 0.1.
+std::string shareText(double percent);
+// A count with its thousands grouped: "48,120".
+std::string countText(std::int64_t count);
+// One spreadsheet field: in double quotes, each inner quote doubled, when it
+// holds a comma, a double quote or a line break, or begins or ends with a blank.
+std::string csvField(std::string_view text);
+// Text made safe for the page: & < > " ' as entities, a control byte as its
+// Unicode control picture. With `breakingAfterSlashes`, each "/" becomes
+// "/<wbr>" so that a long path can wrap.
+std::string htmlEscaped(std::string_view text, bool breakingAfterSlashes = false);
+// A path cut at its last "/": the folder part keeps the "/", the rest is the name.
+struct PathParts {
+    std::string folder;
+    std::string name;
+};
+PathParts splitPath(std::string_view path);
 
 } // namespace ScanReport
 } // namespace tessel
