@@ -31,5 +31,9 @@ int runMap(const std::vector<std::string>& words);
 int runTrash(const std::vector<std::string>& words);
 int runLargest(const std::vector<std::string>& words);
 int runSearch(const std::vector<std::string>& words);
+int runSnapshot(const std::vector<std::string>& words);
+int runSnapshots(const std::vector<std::string>& words);
+int runChanges(const std::vector<std::string>& words);
+int runReport(const std::vector<std::string>& words);
 
 } // namespace tessel::cli

@@ -1,13 +1,9 @@
 // tessel map: the layout of a folder written as a standalone SVG picture,
 // cards by default or a treemap, in the light or the dark theme.
 
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <fstream>
-
 #include "Arguments.h"
 #include "Command.h"
+#include "OutputFile.h"
 #include "ScanStep.h"
 #include "TerminalText.h"
 #include "TreemapLayout/SvgMap.h"
@@ -46,9 +42,8 @@ int runMap(const std::vector<std::string>& words) {
     const TreemapTheme& theme = TreemapTheme::theme(themeId);
     const std::string picture = style == "treemap" ? SvgMap::treemap(*result->root, width, height, theme)
                                                    : SvgMap::cards(*result->root, width, height, theme);
-    std::ofstream out(*file, std::ios::binary | std::ios::trunc);
-    if (!out || !(out << picture) || !out.flush()) {
-        printError("could not write " + printable(*file) + ": " + std::strerror(errno));
+    if (const std::optional<std::string> failure = writeWholeFile(*file, picture)) {
+        printError(*failure);
         return exitFailure;
     }
     return exitSuccess;

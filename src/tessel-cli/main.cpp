@@ -92,6 +92,48 @@ const std::vector<Command>& commands() {
          "  --dry-run              show the plan, move nothing\n"
          "  --json                 print {\"allowed\", \"refused\", \"receipts\", \"failures\"}\n",
          runTrash},
+        {"report", "Save a scan as a spreadsheet or a web page",
+         std::string("usage: tessel report [options] PATH (--csv FILE | --html FILE | --summary)...\n"
+         "\n"
+         "Scans PATH and writes what the app's report exports: a spreadsheet of the\n"
+         "largest folders and files with their sizes and share of the scan, a web\n"
+         "page with the totals and the largest folders and files (self-contained:\n"
+         "it loads nothing from anywhere), or a short summary on standard output.\n"
+         "A file is written whole or not at all.\n"
+         "\n"
+         "  --csv FILE             the spreadsheet (replaced if it exists)\n"
+         "  --html FILE            the web page (replaced if it exists)\n"
+         "  --summary              print the summary\n")
+             + scanOptionsHelp,
+         runReport},
+        {"snapshot", "Scan a folder and keep a snapshot of it",
+         std::string("usage: tessel snapshot [options] PATH\n"
+         "\n"
+         "Scans PATH and keeps a small record of it, every file and folder of 10 MB\n"
+         "or more, beside the app's own ($XDG_DATA_HOME/Tessel/Snapshots). The 20\n"
+         "newest of each folder are kept.\n")
+             + scanOptionsHelp,
+         runSnapshot},
+        {"snapshots", "List the snapshots kept of a folder",
+         "usage: tessel snapshots [--json] PATH\n"
+         "\n"
+         "Lists the snapshots of PATH, newest first: when, how large it was, and the file.\n"
+         "\n"
+         "  --json                 print {\"root\", \"snapshots\": [{\"date\", \"totalBytes\", \"path\"}]}\n",
+         runSnapshots},
+        {"changes", "Show what grew or shrank since the last snapshot",
+         std::string("usage: tessel changes [options] PATH\n"
+         "\n"
+         "Scans PATH, keeps its snapshot, and compares it with the newest earlier one:\n"
+         "the files and folders that changed by 50 MB or more, each change told once\n"
+         "(a folder is not listed again for what a listed folder inside it tells).\n"
+         "\n"
+         "  --json                 print {\"root\", \"baseline\": {\"date\", \"totalBytes\"} or null,\n"
+         "                         \"changes\": [{\"path\", \"oldBytes\", \"newBytes\", \"kind\"}]};\n"
+         "                         kind is grew, shrank, appeared or disappeared, dates\n"
+         "                         are ISO 8601 in UTC\n")
+             + scanOptionsHelp,
+         runChanges},
     };
     return list;
 }
