@@ -69,6 +69,41 @@ bool openRemovalSheet(TesselApp& app) {
     return app.session().removal()->hasPlan();
 }
 
+void waitForChanges(TesselApp& app) {
+    QElapsedTimer clock;
+    clock.start();
+    do QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    while ((app.session().tools()->changes()->isLoading() || app.session().tools()->changes()->isComparing()) &&
+           clock.elapsed() < 10000);
+}
+
+// The fixture is too small to change by the 50 MB a change must reach, so the
+// pictures compare it with a made-up scan of a week before, when a Movies
+// folder and an old backup stood beside what is there now.
+void compareWithAWeekBefore(TesselApp& app) {
+    ChangesModel* changes = app.session().tools()->changes();
+    const ScanResult* scan = app.session().scan()->result();
+    waitForChanges(app);
+    if (scan == nullptr) return;
+    ScanSnapshot before = ScanSnapshot::of(*scan->root, ReferenceDate::seconds(std::chrono::system_clock::now()) - 7 * 86400);
+    const std::string root = before.rootPath;
+    before.entries[root + "/Movies"] = 240'000'000;
+    before.entries[root + "/Movies/Trip.mov"] = 240'000'000;
+    before.entries[root + "/Backup 2025.zip"] = 120'000'000;
+    before.entries[root] += 360'000'000;
+    before.totalBytes = before.entries[root];
+    try {
+        changes->store().save(before);
+    } catch (const SnapshotError& error) {
+        std::fprintf(stderr, "tessel-app: %s\n", error.what());
+        return;
+    }
+    changes->saveNow();
+    waitForChanges(app);
+    changes->compareWith(static_cast<int>(changes->snapshots().size()) - 1);
+    waitForChanges(app);
+}
+
 void waitForRemoval(TesselApp& app) {
     QElapsedTimer clock;
     clock.start();
@@ -110,6 +145,11 @@ int selfTest(TesselApp& app) {
     settle(300);
     for (const QString& room : app.shell().roomIds()) {
         app.shell().setRoom(room);
+        settle(80);
+    }
+    app.shell().setRoom("report");
+    for (const char* tab : {"summary", "changes"}) {
+        app.session().tools()->setReportTab(tab);
         settle(80);
     }
     app.shell().setRoom("map");
@@ -169,6 +209,7 @@ int screenshots(TesselApp& app, const QString& folder, bool inFixture) {
     app.guide().finish();
     QQuickWindow* window = app.window();
     int saved = 0;
+    if (inFixture) compareWithAWeekBefore(app);
     for (const char* theme : {"light", "dark"}) {
         app.theme().setChoice(theme);
         settle(250);
@@ -183,6 +224,14 @@ int screenshots(TesselApp& app, const QString& folder, bool inFixture) {
             settle(200);
             saved += save(window, QStringLiteral("%1/map-%2-%3.png").arg(folder, style, theme)) ? 1 : 0;
         }
+        app.shell().setRoom("report");
+        for (const char* tab : {"changes", "summary"}) {
+            app.session().tools()->setReportTab(tab);
+            settle(250);
+            saved += save(window, QStringLiteral("%1/report-%2-%3.png").arg(folder, tab, theme)) ? 1 : 0;
+        }
+        app.session().tools()->setReportTab("changes");
+        app.shell().setRoom("map");
         app.session().spaceMap()->setStyle("cards");
         settle(200);
         if (openRemovalSheet(app)) {

@@ -66,8 +66,10 @@ int main(int argc, char** argv) {
     std::optional<std::string> home;
     if (fixture) {
         home = fixture->path().toStdString();
-        // The fixture is the home, Trash and all: what a driven run moves never leaves it.
+        // The fixture is the home, Trash and snapshots too: what a driven run moves or keeps never leaves it.
         qputenv("XDG_DATA_HOME", (fixture->path() + "/.local/share").toUtf8());
+    } else if (driven) {
+        qputenv("XDG_DATA_HOME", privateSettings.filePath("share").toUtf8());
     }
     TesselApp tessel(std::move(settings), initialPath, ThemeModel::desktopPrefersDark(), home);
     if (!tessel.load(quiet)) {

@@ -27,12 +27,14 @@ AppSession::Dependencies AppSession::Dependencies::system(QSettings* settings, s
     dependencies.openAccessSettings = [] {};
     dependencies.trash = makeSystemTrash();
     dependencies.bundlePath = QCoreApplication::applicationFilePath().toStdString();
+    dependencies.snapshotDirectory = SnapshotStore::defaultDirectory();
     return dependencies;
 }
 
 AppSession::AppSession(Dependencies dependencies, QObject* parent)
     : QObject(parent), dependencies_(std::move(dependencies)),
-      scan_(dependencies_.scanEnvironment, dependencies_.initialPath, this), tools_(dependencies_.settings, this),
+      scan_(dependencies_.scanEnvironment, dependencies_.initialPath, this),
+      tools_(dependencies_.settings, changesEnvironment(), this),
       overview_(dependencies_.settings, dependencies_.home, this), spaceMap_(dependencies_.settings, this), uninstall_(this),
       permissions_(this), notifications_(this), largeFiles_(dependencies_.settings, this),
       search_(dependencies_.settings, this) {
@@ -56,6 +58,14 @@ AppSession::AppSession(Dependencies dependencies, QObject* parent)
 AppSession::~AppSession() {
     relay_->detach();
     trashWorker_.waitForDone();
+}
+
+ChangesModel::Environment AppSession::changesEnvironment() const {
+    ChangesModel::Environment environment;
+    environment.directory = dependencies_.snapshotDirectory.empty()
+                                ? dependencies_.home + "/.local/share/Tessel/Snapshots"
+                                : dependencies_.snapshotDirectory;
+    return environment;
 }
 
 RemovalEnvironment AppSession::removalEnvironment() {

@@ -53,6 +53,8 @@ public:
         // Where removed things go; the system's Trash unless a test gives its own.
         std::shared_ptr<TrashBin> trash;
         std::optional<std::string> bundlePath;
+        // Where snapshots are kept; the home's data folder when left empty.
+        std::string snapshotDirectory;
         static Dependencies system(QSettings* settings, std::string initialPath);
     };
 
@@ -84,6 +86,7 @@ private:
     void recordSummary(const ScanResult& result);
     void postCompletionNotices(const ScanResult& result);
     RemovalEnvironment removalEnvironment();
+    ChangesModel::Environment changesEnvironment() const;
     // After nodes left the tree or came back: every view and figure built on it follows.
     void treeChanged();
     void detachPaths(const QStringList& paths);

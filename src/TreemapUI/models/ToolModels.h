@@ -9,7 +9,9 @@
 
 #include <memory>
 
+#include "ChangesModel.h"
 #include "DiskScanKit/FileNode.h"
+#include "ReportView.h"
 #include "ToolRooms.h"
 
 namespace tessel {
@@ -20,20 +22,32 @@ class ToolModels : public QObject {
     QML_UNCREATABLE("The session owns the tools")
     Q_PROPERTY(QDateTime scannedAt READ scannedAt NOTIFY scanned)
     Q_PROPERTY(tessel::HiddenFilesModel* hidden READ hidden CONSTANT)
+    Q_PROPERTY(tessel::ChangesModel* changes READ changes CONSTANT)
+    Q_PROPERTY(tessel::ReportView* report READ report CONSTANT)
+    // The report room's tab: "changes" or "summary".
+    Q_PROPERTY(QString reportTab READ reportTab WRITE setReportTab NOTIFY reportTabChanged)
 public:
-    explicit ToolModels(QSettings* settings, QObject* parent = nullptr);
+    ToolModels(QSettings* settings, ChangesModel::Environment changes, QObject* parent = nullptr);
 
     QDateTime scannedAt() const { return scannedAt_; }
     HiddenFilesModel* hidden() { return &hidden_; }
+    ChangesModel* changes() { return &changes_; }
+    ReportView* report() { return &report_; }
+    QString reportTab() const;
+    void setReportTab(const QString& tab);
     // Each tree-dependent tool goes back to its empty state for the new tree.
     void scanCompleted(const std::shared_ptr<FileNode>& root, bool savesSnapshot);
 
 signals:
     void scanned();
+    void reportTabChanged();
 
 private:
+    QSettings* settings_;
     QDateTime scannedAt_;
     HiddenFilesModel hidden_;
+    ChangesModel changes_;
+    ReportView report_;
 };
 
 } // namespace tessel

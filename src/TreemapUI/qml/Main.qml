@@ -105,6 +105,7 @@ ApplicationWindow {
                 if (window.shell.room === "large") return largeFilesRoom
                 if (window.shell.room === "search") return searchRoom
                 if (window.shell.room === "hidden") return hiddenFilesRoom
+                if (window.shell.room === "report" || window.shell.room === "changes") return reportRoom
                 return comingRoom
             }
         }
@@ -135,6 +136,14 @@ ApplicationWindow {
     Component {
         id: hiddenFilesRoom
         HiddenFilesRoom { session: window.session }
+    }
+    Component {
+        id: reportRoom
+        ReportRoom {
+            session: window.session
+            // "Changes" has no row of its own: it is the report's first tab.
+            Component.onCompleted: if (window.shell.room === "changes") session.tools.reportTab = "changes"
+        }
     }
     Component {
         id: comingRoom
