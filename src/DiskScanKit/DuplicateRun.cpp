@@ -1,0 +1,399 @@
+// Finding files with the same contents, reading as little as possible.
+//
+// Stages, each narrowing what the next must read:
+//
+//  1. Sizing, on the calling thread: lstat every path once. Only regular
+//     files of at least the minimum size count, and each inode once: a second
+//     name of a known inode joins that candidate's `otherNames` (two names of
+//     one file are not two copies). A size held by one candidate alone can't
+//     have a twin, so it goes; on a real disk that is most files.
+//  2. Sampling, on the workers: hash the first and last `sampleBytes` of each
+//     file. Files that small samples would cover anyway (size at most twice
+//     `sampleBytes`) are hashed whole here instead.
+//  3. Bucketing by size and sample. A bucket of whole-file hashes is already
+//     a group ("settled"); a bucket of sample hashes still has to be read.
+//  4. Sharing: ask the file system which files are full clones of each other.
+//  5. Hashing, on the workers: each remaining file is read whole. Full clones
+//     of one another share every block, so they are one stream, read once;
+//     every other file is a stream of its own. The largest streams go first,
+//     so that a big file doesn't start last and hold up the end.
+//  6. Grouping by full hash, and the report: groups of at least two files,
+//     each with its keeper first, the one reclaiming most first.
+//
+// Example, with 16 KiB samples: a.mov and b.mov (40 MB, same bytes), c.mov
+// (40 MB, same head and tail, a different middle), d.txt (1 MB alone in its
+// size). Sizing drops d.txt. Sampling puts a, b and c in one bucket. Hashing
+// reads all three and parts c from a and b: one group, a and b.
+//
+// Between two stages, before each item a worker takes, and between the
+// pieces of a whole-file read, the run asks whether it was cancelled. When it
+// was, it skips what is left and reports what stands: the groups settled by
+// then, with `wasCancelled` set.
+//
+// A file is opened through OpenFile, which refuses one that changed or was
+// swapped since it was measured (it then counts as unreadable) and leaves the
+// page cache as it found it.
+//
+// Threads. Each stage's items are handed out by a WorkCursor to at most
+// `workerCount` joined threads. Each thread keeps one page-aligned buffer for
+// all its items, and writes only its own item's result, under `resultsLock_`;
+// no lock is held while a file is read. The threads keep the caller's
+// scheduling priority. No I/O priority is set: on Linux an idle or lowered
+// I/O class only means something under the BFQ scheduler, where it can starve
+// a search the user is waiting for behind any other I/O; the scan sets none
+// either.
+
+#include "DuplicateRun.h"
+
+#include <pthread.h>
+
+#include <algorithm>
+#include <chrono>
+#include <system_error>
+#include <thread>
+#include <tuple>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "DiskScanKit/Paths.h"
+#include "DiskScanKit/Threads.h"
+
+namespace tessel {
+
+namespace {
+
+using Phase = DuplicateScanProgress::Phase;
+
+struct FileKey {
+    std::uint64_t device;
+    std::uint64_t inode;
+    bool operator==(const FileKey&) const = default;
+};
+struct FileKeyHash {
+    std::size_t operator()(const FileKey& key) const {
+        return std::hash<std::uint64_t>{}(key.inode * 0x9e3779b97f4a7c15ULL ^ key.device);
+    }
+};
+
+enum class WholeRead { done, failed, cancelled };
+
+// Reads `file` from where it stands to its end into `hasher`. `afterPiece`
+// hears of every piece and returns false to stop (cancelled). A file that
+// holds more or fewer bytes than it did when measured has changed: failed.
+template <class AfterPiece>
+WholeRead readWhole(OpenFile& file, Sha256& hasher, std::span<std::byte> buffer, AfterPiece afterPiece) {
+    std::int64_t total = 0;
+    for (;;) {
+        const std::optional<std::size_t> got = file.readNext(buffer);
+        if (!got) return WholeRead::failed;
+        if (*got == 0) return total == file.size() ? WholeRead::done : WholeRead::failed;
+        total += static_cast<std::int64_t>(*got);
+        if (total > file.size()) return WholeRead::failed;
+        hasher.add(buffer.first(*got));
+        if (!afterPiece(*got)) return WholeRead::cancelled;
+    }
+}
+
+} // namespace
+
+DuplicateRun::DuplicateRun(std::int64_t minimumBytes, int sampleBytes, int workerCount, std::string home,
+                           const DuplicateFinder::Progress& progress, const DuplicateFinder::IsCancelled& isCancelled)
+    : minimumBytes_(minimumBytes), sampleBytes_(sampleBytes), workerCount_(workerCount), home_(std::move(home)),
+      isCancelled_(isCancelled), meter_(progress) {}
+
+DuplicateReport DuplicateRun::execute(const std::vector<std::string>& paths) {
+    const double start = uptimeSeconds();
+    const std::vector<std::size_t> kept = measure(paths);
+    if (!cancelled()) sample(kept);
+    Buckets buckets = bucketsBySample(kept);
+    std::vector<Group> groups = std::move(buckets.settled);
+    // Settled groups are reported even by a run that stops here, and what they
+    // reclaim depends on how their files share blocks.
+    for (const Group& group : groups) readSharing(group.members);
+    if (!cancelled()) {
+        for (const std::vector<std::size_t>& bucket : buckets.unsettled) readSharing(bucket);
+        if (!cancelled()) hashWhole(streams(buckets.unsettled));
+    }
+    std::vector<Group> hashed = groupsByHash(buckets.unsettled);
+    groups.insert(groups.end(), std::make_move_iterator(hashed.begin()), std::make_move_iterator(hashed.end()));
+    return finish(groups, start);
+}
+
+std::vector<std::size_t> DuplicateRun::measure(const std::vector<std::string>& paths) {
+    meter_.begin(Phase::sizing, paths.size(), 0);
+    std::unordered_set<std::string> seen;
+    std::unordered_map<FileKey, std::size_t, FileKeyHash> byInode;
+    for (const std::string& given : paths) {
+        if (cancelled()) break;
+        meter_.add(1, 0);
+        std::string path = given.starts_with('/') ? Paths::standardized(given, home_) : given;
+        if (!seen.insert(path).second) continue;
+        const MeasuredPath measured = MeasuredPath::of(path);
+        if (measured.kind == MeasuredPath::Kind::unreadable) {
+            ++unreadablePaths_;
+            continue;
+        }
+        // A cloud placeholder is skipped silently: reading it would download it.
+        if (measured.kind != MeasuredPath::Kind::regularFile || measured.identity.size < minimumBytes_) continue;
+        const FileKey key{measured.identity.device, measured.identity.inode};
+        const auto [known, isNew] = byInode.try_emplace(key, candidates_.size());
+        if (!isNew) {
+            candidates_[known->second].otherNames.push_back(std::move(path));
+            continue;
+        }
+        Candidate candidate;
+        candidate.path = std::move(path);
+        candidate.size = measured.identity.size;
+        candidate.allocated = measured.allocated;
+        candidate.identity = measured.identity;
+        candidate.linkCount = measured.linkCount;
+        candidates_.push_back(std::move(candidate));
+    }
+
+    std::unordered_map<std::int64_t, int> perSize;
+    for (const Candidate& candidate : candidates_) ++perSize[candidate.size];
+    std::vector<std::size_t> kept;
+    for (std::size_t i = 0; i < candidates_.size(); ++i)
+        if (perSize[candidates_[i].size] >= 2) kept.push_back(i);
+    return kept;
+}
+
+void DuplicateRun::sample(const std::vector<std::size_t>& kept) {
+    samples_.assign(candidates_.size(), {});
+    const std::int64_t sampled = 2 * std::int64_t{sampleBytes_};
+    auto bytesRead = [sampled](std::int64_t size) { return size <= sampled ? size : sampled; };
+    std::int64_t total = 0;
+    for (std::size_t index : kept) total = checkedAdd(total, bytesRead(candidates_[index].size));
+    meter_.begin(Phase::sampling, kept.size(), total);
+    runWorkers(kept.size(), [&](std::size_t item, std::span<std::byte> buffer) {
+        const Candidate& candidate = candidates_[kept[item]];
+        const SampleResult result = readSample(candidate, buffer);
+        {
+            std::lock_guard guard(resultsLock_);
+            samples_[kept[item]] = result;
+        }
+        meter_.add(1, bytesRead(candidate.size));
+    });
+}
+
+DuplicateRun::SampleResult DuplicateRun::readSample(const Candidate& candidate, std::span<std::byte> buffer) const {
+    const auto sampleBytes = static_cast<std::size_t>(sampleBytes_);
+    const bool twoSamples = 2 * std::int64_t{sampleBytes_} < candidate.size;
+    std::optional<OpenFile> file = OpenFile::bypassCache(
+        candidate.path, candidate.identity, twoSamples ? OpenFile::Pattern::ranges : OpenFile::Pattern::sequential);
+    if (!file) return {SampleResult::Kind::failed, {}};
+    Sha256 hasher;
+    if (twoSamples) {
+        for (const std::int64_t offset : {std::int64_t{0}, candidate.size - sampleBytes_}) {
+            if (!file->read(sampleBytes, offset, buffer)) return {SampleResult::Kind::failed, {}};
+            hasher.add(buffer.first(sampleBytes));
+        }
+        return {SampleResult::Kind::sample, hasher.finish()};
+    }
+    // The samples would cover the whole file: hash it all, and it is settled.
+    if (readWhole(*file, hasher, buffer, [](std::size_t) { return true; }) != WholeRead::done)
+        return {SampleResult::Kind::failed, {}};
+    return {SampleResult::Kind::whole, hasher.finish()};
+}
+
+DuplicateRun::Buckets DuplicateRun::bucketsBySample(const std::vector<std::size_t>& kept) {
+    // Ordered, so that the same paths give the same groups in the same order.
+    std::map<std::tuple<std::int64_t, bool, Sha256::Digest>, std::vector<std::size_t>> buckets;
+    for (std::size_t index : kept) {
+        if (index >= samples_.size()) continue; // never sampled: the run stopped first
+        const SampleResult& sampled = samples_[index];
+        if (sampled.kind == SampleResult::Kind::failed) ++unreadablePaths_;
+        if (sampled.kind != SampleResult::Kind::sample && sampled.kind != SampleResult::Kind::whole) continue;
+        const bool whole = sampled.kind == SampleResult::Kind::whole;
+        buckets[{candidates_[index].size, whole, sampled.digest}].push_back(index);
+    }
+    Buckets result;
+    for (auto& [key, members] : buckets) {
+        if (members.size() < 2) continue;
+        if (std::get<1>(key))
+            result.settled.push_back({std::get<2>(key), std::move(members)});
+        else
+            result.unsettled.push_back(std::move(members));
+    }
+    return result;
+}
+
+void DuplicateRun::readSharing(const std::vector<std::size_t>& members) {
+    for (std::size_t index : members) candidates_[index].sharing = BlockSharing::read(candidates_[index].path);
+}
+
+std::vector<DuplicateRun::Stream> DuplicateRun::streams(const std::vector<std::vector<std::size_t>>& unsettled) const {
+    std::vector<Stream> result;
+    std::map<CloneStream::Key, std::size_t> byClone;
+    for (const std::vector<std::size_t>& bucket : unsettled) {
+        for (std::size_t index : bucket) {
+            const Candidate& candidate = candidates_[index];
+            if (candidate.sharing.isFullClone() && candidate.sharing.cloneID) {
+                const CloneStream::Key key{candidate.identity.device, *candidate.sharing.cloneID};
+                const auto [known, isNew] = byClone.try_emplace(key, result.size());
+                // Clones of one another are the same size; anything else is read on its own.
+                if (!isNew && result[known->second].size == candidate.size) {
+                    result[known->second].members.push_back(index);
+                    continue;
+                }
+            }
+            result.push_back({{index}, candidate.size});
+        }
+    }
+    std::stable_sort(result.begin(), result.end(), [](const Stream& a, const Stream& b) { return a.size > b.size; });
+    return result;
+}
+
+void DuplicateRun::hashWhole(const std::vector<Stream>& streams) {
+    hashes_.assign(candidates_.size(), {});
+    std::size_t files = 0;
+    std::int64_t bytes = 0;
+    for (const Stream& stream : streams) {
+        files += stream.members.size();
+        bytes = checkedAdd(bytes, stream.size);
+    }
+    meter_.begin(Phase::hashing, files, bytes);
+    runWorkers(streams.size(), [&](std::size_t item, std::span<std::byte> buffer) {
+        const Stream& stream = streams[item];
+        std::size_t opened = 0;
+        const HashResult result = hash(stream, buffer, opened);
+        record(stream, result, opened);
+    });
+}
+
+DuplicateRun::HashResult DuplicateRun::hash(const Stream& stream, std::span<std::byte> buffer, std::size_t& opened) {
+    std::optional<OpenFile> file;
+    for (opened = 0; opened < stream.members.size(); ++opened) {
+        const Candidate& candidate = candidates_[stream.members[opened]];
+        file = OpenFile::bypassCache(candidate.path, candidate.identity, OpenFile::Pattern::sequential);
+        if (file) break;
+    }
+    if (!file) {
+        meter_.add(stream.members.size(), stream.size);
+        return {HashResult::Kind::failed, {}};
+    }
+    Sha256 hasher;
+    std::int64_t done = 0;
+    const WholeRead outcome = readWhole(*file, hasher, buffer, [&](std::size_t piece) {
+        done += static_cast<std::int64_t>(piece);
+        meter_.add(0, static_cast<std::int64_t>(piece));
+        return !cancelled();
+    });
+    if (outcome == WholeRead::cancelled) return {HashResult::Kind::pending, {}};
+    // The bar still reaches its end when a file gives out early.
+    meter_.add(stream.members.size(), std::max<std::int64_t>(0, stream.size - done));
+    if (outcome == WholeRead::failed) return {HashResult::Kind::failed, {}};
+    return {HashResult::Kind::hashed, hasher.finish()};
+}
+
+void DuplicateRun::record(const Stream& stream, const HashResult& result, std::size_t opened) {
+    std::vector<HashResult> results(stream.members.size(), result);
+    for (std::size_t i = 0; i < stream.members.size(); ++i) {
+        const Candidate& candidate = candidates_[stream.members[i]];
+        // Those tried before the one read wouldn't open; the rest were not read
+        // themselves, so each must still be the file measured to share its hash.
+        if (i < opened && result.kind != HashResult::Kind::pending) results[i] = {HashResult::Kind::failed, {}};
+        if (i > opened && result.kind == HashResult::Kind::hashed && FileIdentity::ofPath(candidate.path) != candidate.identity)
+            results[i] = {HashResult::Kind::failed, {}};
+    }
+    std::lock_guard guard(resultsLock_);
+    for (std::size_t i = 0; i < stream.members.size(); ++i) hashes_[stream.members[i]] = results[i];
+}
+
+std::vector<DuplicateRun::Group> DuplicateRun::groupsByHash(const std::vector<std::vector<std::size_t>>& unsettled) {
+    std::map<std::pair<std::int64_t, Sha256::Digest>, std::vector<std::size_t>> byHash;
+    for (const std::vector<std::size_t>& bucket : unsettled) {
+        for (std::size_t index : bucket) {
+            if (index >= hashes_.size()) continue; // never hashed: the run stopped first
+            const HashResult& hashed = hashes_[index];
+            if (hashed.kind == HashResult::Kind::failed) ++unreadablePaths_;
+            if (hashed.kind == HashResult::Kind::hashed) byHash[{candidates_[index].size, hashed.digest}].push_back(index);
+        }
+    }
+    std::vector<Group> groups;
+    for (auto& [key, members] : byHash)
+        if (members.size() >= 2) groups.push_back({key.second, std::move(members)});
+    return groups;
+}
+
+DuplicateFile DuplicateRun::duplicateFile(const Candidate& candidate) const {
+    using namespace std::chrono;
+    DuplicateFile file;
+    file.path = candidate.path;
+    file.logicalSize = candidate.size;
+    file.allocatedBytes = candidate.allocated;
+    file.privateBytes = candidate.sharing.privateBytes;
+    file.modified = system_clock::time_point(duration_cast<system_clock::duration>(
+        seconds(candidate.identity.modifiedSeconds) + nanoseconds(candidate.identity.modifiedNanoseconds)));
+    file.otherNames = candidate.otherNames;
+    file.linkCount = candidate.linkCount;
+    const BlockSharing::Assessment assessment =
+        candidate.sharing.assess(candidate.allocated, candidate.linkCount, candidate.identity.device);
+    file.sharing = assessment.sharing;
+    file.unsharedBytes = assessment.unsharedBytes;
+    file.cloneStream = assessment.cloneStream;
+    return file;
+}
+
+DuplicateReport DuplicateRun::finish(const std::vector<Group>& groups, double start) {
+    DuplicateReport report;
+    for (const Group& group : groups) {
+        std::vector<DuplicateFile> files;
+        files.reserve(group.members.size());
+        for (std::size_t index : group.members) files.push_back(duplicateFile(candidates_[index]));
+        if (files.size() < 2) continue;
+        DuplicateGroup found(Sha256::hex(group.hash), candidates_[group.members.front()].size, std::move(files), home_);
+        report.totalReclaimableBytes = checkedAdd(report.totalReclaimableBytes, found.reclaimableBytes);
+        report.groups.push_back(std::move(found));
+    }
+    std::sort(report.groups.begin(), report.groups.end(), [](const DuplicateGroup& a, const DuplicateGroup& b) {
+        if (a.reclaimableBytes != b.reclaimableBytes) return a.reclaimableBytes > b.reclaimableBytes;
+        return a.id < b.id;
+    });
+    report.filesExamined = static_cast<std::int64_t>(candidates_.size());
+    report.unreadable = unreadablePaths_;
+    {
+        std::lock_guard guard(cancelLock_);
+        report.wasCancelled = stoppedEarly_;
+    }
+    report.duration = uptimeSeconds() - start;
+    return report;
+}
+
+void DuplicateRun::runWorkers(std::size_t count, const WorkItem& work) {
+    if (count == 0) return;
+    WorkCursor cursor(count);
+    const std::size_t bufferBytes = std::max(static_cast<std::size_t>(sampleBytes_), wholeReadBytes);
+    auto loop = [&] {
+        const WorkerBuffer buffer(bufferBytes);
+        if (buffer.bytes().empty()) return; // no memory: the other workers take its items
+        while (const std::optional<std::size_t> item = cursor.next()) {
+            if (cancelled()) return;
+            work(*item, buffer.bytes());
+        }
+    };
+    const std::size_t threads = std::min(static_cast<std::size_t>(workerCount_), count);
+    std::vector<std::thread> workers;
+    workers.reserve(threads);
+    for (std::size_t number = 0; number < threads; ++number) {
+        try {
+            workers.emplace_back([&loop, number] {
+                const std::string name = kernelThreadName(workerNamePrefix, static_cast<int>(number));
+                pthread_setname_np(pthread_self(), name.c_str());
+                loop();
+            });
+        } catch (const std::system_error&) {
+            break; // out of threads: those already running share the work
+        }
+    }
+    if (workers.empty()) loop();
+    for (std::thread& worker : workers) worker.join();
+}
+
+bool DuplicateRun::cancelled() {
+    std::lock_guard guard(cancelLock_);
+    if (!stoppedEarly_ && isCancelled_ && isCancelled_()) stoppedEarly_ = true;
+    return stoppedEarly_;
+}
+
+} // namespace tessel

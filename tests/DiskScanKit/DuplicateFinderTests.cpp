@@ -1,0 +1,418 @@
+// The duplicate finder on real files: groups and keepers, the sample boundary,
+// hard links, files changed under it, cancellation, progress and workers; the
+// paths it takes from a tree; the file reader's identity check; SHA-256.
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <mutex>
+#include <set>
+#include <thread>
+
+#include "DiskScanKit/DiskScanner.h"
+#include "DiskScanKit/DuplicateFinder.h"
+#include "DiskScanKit/OpenFile.h"
+#include "DiskScanKit/Sha256.h"
+#include "Fixture.h"
+#include "TreeBuilder.h"
+
+using namespace tessel;
+using namespace tessel::test;
+using Phase = DuplicateScanProgress::Phase;
+using Paths = std::vector<std::string>;
+
+namespace {
+
+// Bytes that differ from seed to seed, so files of one size are not equal by accident.
+std::string contents(std::size_t size, unsigned seed) {
+    std::string bytes(size, '\0');
+    std::uint32_t state = seed * 2654435761u + 1;
+    for (char& byte : bytes) {
+        state = state * 1664525u + 1013904223u;
+        byte = static_cast<char>(state >> 24);
+    }
+    return bytes;
+}
+
+void write(const std::string& path, const std::string& bytes) {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    if (!out) throw std::runtime_error("write " + path);
+}
+
+std::string digestHex(const std::string& bytes) {
+    return Sha256::hex(Sha256::of(std::as_bytes(std::span(bytes.data(), bytes.size()))));
+}
+
+class DuplicateFinding : public testing::Test {
+protected:
+    std::string file(const std::string& relative, const std::string& bytes) {
+        const std::string path = folder / relative;
+        for (std::size_t slash = relative.find('/'); slash != std::string::npos; slash = relative.find('/', slash + 1))
+            mkdir((folder / relative.substr(0, slash)).c_str(), 0755);
+        write(path, bytes);
+        return path;
+    }
+
+    DuplicateReport find(const Paths& paths, const DuplicateFinder::Progress& progress = {},
+                         const DuplicateFinder::IsCancelled& isCancelled = {}, int workers = 2) {
+        return DuplicateFinder(1000, 16384, workers, folder.path()).find(paths, progress, isCancelled);
+    }
+
+    // Same size, same inode, one byte different and a later time.
+    static bool rewriteInPlace(const std::string& path) {
+        const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+        const bool wrote = pwrite(fd, "!", 1, 6000) == 1;
+        const timespec times[2] = {{0, UTIME_OMIT}, {time(nullptr) + 60, 0}};
+        const bool touched = futimens(fd, times) == 0;
+        close(fd);
+        return wrote && touched;
+    }
+
+    // What the hashing stage was told it must read.
+    std::int64_t bytesToHash(const Paths& paths) {
+        std::int64_t announced = -1;
+        find(paths, [&](const DuplicateScanProgress& now) {
+            if (now.phase == Phase::hashing) announced = now.bytesToHash;
+        });
+        return announced;
+    }
+
+    TempFolder folder;
+};
+
+} // namespace
+
+TEST_F(DuplicateFinding, GroupsCopiesWithTheKeeperFirstAndCountsWhatTheOthersFree) {
+    const std::string report = contents(100000, 1);
+    const std::string kept = file("Documents/Projects/report.pdf", report);
+    const std::string downloaded = file("Downloads/report.pdf", report);
+    const std::string other = file("Desktop/report (2).pdf", report);
+    const std::string lookalike = file("Desktop/other.pdf", contents(100000, 2));
+
+    const DuplicateReport result = find({downloaded, other, lookalike, kept});
+    ASSERT_EQ(result.groups.size(), 1u);
+    const DuplicateGroup& group = result.groups[0];
+    EXPECT_EQ(group.files.size(), 3u);
+    EXPECT_EQ(group.files.front().path, kept);
+    EXPECT_EQ(group.id, digestHex(report));
+    EXPECT_EQ(group.logicalSize, 100000);
+    EXPECT_EQ(group.reclaimableBytes, allocatedOf(downloaded) + allocatedOf(other));
+    EXPECT_EQ(result.totalReclaimableBytes, group.reclaimableBytes);
+    EXPECT_EQ(result.filesExamined, 4);
+    EXPECT_EQ(result.unreadable, 0);
+    EXPECT_FALSE(result.wasCancelled);
+}
+
+TEST_F(DuplicateFinding, GroupsComeMostReclaimableFirst) {
+    const std::string small = contents(5000, 3);
+    const std::string large = contents(200000, 4);
+    const Paths paths{file("a/small", small), file("b/small", small), file("a/large", large), file("b/large", large)};
+    const DuplicateReport result = find(paths);
+    ASSERT_EQ(result.groups.size(), 2u);
+    EXPECT_EQ(result.groups[0].id, digestHex(large));
+    EXPECT_EQ(result.groups[1].id, digestHex(small));
+    EXPECT_EQ(result.totalReclaimableBytes, result.groups[0].reclaimableBytes + result.groups[1].reclaimableBytes);
+}
+
+TEST_F(DuplicateFinding, TwiceTheSampleIsHashedWholeAndOneByteMoreIsSampled) {
+    const std::string even = contents(32768, 5);
+    const std::string odd = contents(32769, 6);
+    const Paths paths{file("a/even", even), file("b/even", even), file("a/odd", odd), file("b/odd", odd)};
+    // The 32,768-byte pair is settled by sampling; only the other pair is read again.
+    EXPECT_EQ(bytesToHash(paths), 2 * 32769);
+    EXPECT_EQ(find(paths).groups.size(), 2u);
+}
+
+TEST_F(DuplicateFinding, FilesEqualInHeadAndTailPartAtTheHash) {
+    std::string first = contents(100000, 7);
+    std::string second = first;
+    second[50000] = static_cast<char>(second[50000] ^ 1);
+    const Paths paths{file("a/twin", first), file("b/twin", second)};
+    EXPECT_EQ(bytesToHash(paths), 200000);
+    EXPECT_TRUE(find(paths).groups.empty());
+}
+
+TEST_F(DuplicateFinding, TwoHardLinksAreOneFileAndNoGroup) {
+    const std::string original = file("a/film.mov", contents(50000, 8));
+    makeHardLink(original, folder / "film-link.mov");
+    const DuplicateReport result = find({original, folder / "film-link.mov"});
+    EXPECT_TRUE(result.groups.empty());
+    EXPECT_EQ(result.filesExamined, 1);
+}
+
+TEST_F(DuplicateFinding, AHardLinkOfADuplicateIsAnotherNameOfIt) {
+    const std::string bytes = contents(50000, 9);
+    const std::string original = file("a/film.mov", bytes);
+    const std::string copy = file("b/film.mov", bytes);
+    makeHardLink(original, folder / "a/film-link.mov");
+    const DuplicateReport result = find({original, copy, folder / "a/film-link.mov"});
+    ASSERT_EQ(result.groups.size(), 1u);
+    ASSERT_EQ(result.groups[0].files.size(), 2u);
+    for (const DuplicateFile& member : result.groups[0].files) {
+        if (member.path == original) {
+            EXPECT_EQ(member.otherNames, Paths{folder / "a/film-link.mov"});
+            EXPECT_EQ(member.linkCount, 2);
+        } else {
+            EXPECT_EQ(member.path, copy);
+            EXPECT_TRUE(member.otherNames.empty());
+        }
+    }
+    EXPECT_EQ(result.filesExamined, 2);
+}
+
+TEST_F(DuplicateFinding, AFileOneByteBelowTheMinimumIsNeverACandidate) {
+    const std::string below = contents(999, 10);
+    const std::string atMinimum = contents(1000, 11);
+    const DuplicateReport result =
+        find({file("a/below", below), file("b/below", below), file("a/at", atMinimum), file("b/at", atMinimum)});
+    ASSERT_EQ(result.groups.size(), 1u);
+    EXPECT_EQ(result.groups[0].logicalSize, 1000);
+    EXPECT_EQ(result.filesExamined, 2);
+}
+
+TEST_F(DuplicateFinding, AFileRewrittenBeforeHashingIsSkippedAndCountedUnreadable) {
+    const std::string bytes = contents(100000, 12);
+    const std::string first = file("a/data", bytes);
+    const std::string second = file("b/data", bytes);
+    bool changed = false;
+    const DuplicateReport result = find({first, second}, [&](const DuplicateScanProgress& now) {
+        if (now.phase == Phase::hashing && !changed) changed = rewriteInPlace(second);
+    });
+    ASSERT_TRUE(changed);
+    EXPECT_TRUE(result.groups.empty());
+    EXPECT_EQ(result.unreadable, 1);
+}
+
+TEST_F(DuplicateFinding, AFileRewrittenBeforeSamplingIsSkippedAndCountedUnreadable) {
+    const std::string bytes = contents(20000, 25);
+    const std::string first = file("a/data", bytes);
+    const std::string second = file("b/data", bytes);
+    bool changed = false;
+    const DuplicateReport result = find({first, second}, [&](const DuplicateScanProgress& now) {
+        if (now.phase == Phase::sampling && !changed) changed = rewriteInPlace(second);
+    });
+    ASSERT_TRUE(changed);
+    EXPECT_TRUE(result.groups.empty());
+    EXPECT_EQ(result.unreadable, 1);
+}
+
+TEST_F(DuplicateFinding, AFileSwappedForAnEqualOneIsStillSkipped) {
+    const std::string bytes = contents(100000, 13);
+    const std::string first = file("a/data", bytes);
+    const std::string second = file("b/data", bytes);
+    const std::string replacement = file("replacement", bytes);
+    const DuplicateReport result = find({first, second}, [&](const DuplicateScanProgress& now) {
+        if (now.phase == Phase::hashing && now.filesDone == 0) std::rename(replacement.c_str(), second.c_str());
+    });
+    EXPECT_TRUE(result.groups.empty());
+    EXPECT_EQ(result.unreadable, 1);
+}
+
+TEST_F(DuplicateFinding, ACancelledRunReportsTheGroupsSettledBeforeIt) {
+    const std::string small = contents(20000, 14);
+    const std::string large = contents(100000, 15);
+    const Paths paths{file("a/small", small), file("b/small", small), file("a/large", large), file("b/large", large)};
+    std::atomic<bool> stop = false;
+    const DuplicateReport result = find(
+        paths, [&](const DuplicateScanProgress& now) { stop = stop || now.phase == Phase::hashing; },
+        [&] { return stop.load(); });
+    EXPECT_TRUE(result.wasCancelled);
+    ASSERT_EQ(result.groups.size(), 1u);
+    EXPECT_EQ(result.groups[0].id, digestHex(small));
+    EXPECT_EQ(result.groups[0].files.size(), 2u);
+    EXPECT_EQ(result.unreadable, 0);
+}
+
+TEST_F(DuplicateFinding, APathGivenTwiceCountsOnce) {
+    const std::string bytes = contents(5000, 16);
+    const std::string first = file("a/doc", bytes);
+    const std::string second = file("b/doc", bytes);
+    const DuplicateReport result = find({first, second, first, folder.path() + "/a//./doc"});
+    ASSERT_EQ(result.groups.size(), 1u);
+    EXPECT_EQ(result.groups[0].files.size(), 2u);
+    for (const DuplicateFile& member : result.groups[0].files) EXPECT_TRUE(member.otherNames.empty()) << member.path;
+    EXPECT_EQ(result.filesExamined, 2);
+}
+
+TEST_F(DuplicateFinding, AMissingPathIsCountedUnreadableAndTheRestGoOn) {
+    const std::string bytes = contents(5000, 17);
+    const DuplicateReport result = find({folder / "gone", file("a/doc", bytes), file("b/doc", bytes)});
+    EXPECT_EQ(result.unreadable, 1);
+    EXPECT_EQ(result.groups.size(), 1u);
+}
+
+TEST_F(DuplicateFinding, FoldersLinksAndFifosAreNotCandidates) {
+    const std::string bytes = contents(5000, 18);
+    const std::string real = file("a/doc", bytes);
+    makeSymlink(real, folder / "link");
+    mkfifo((folder / "fifo").c_str(), 0644);
+    const DuplicateReport result = find({real, folder / "link", folder / "fifo", folder / "a"});
+    EXPECT_TRUE(result.groups.empty());
+    EXPECT_EQ(result.filesExamined, 1);
+    EXPECT_EQ(result.unreadable, 0);
+}
+
+TEST_F(DuplicateFinding, ProgressGoesThroughThePhasesInOrderWithoutGoingBack) {
+    const std::string bytes = contents(100000, 19);
+    const Paths paths{file("a/x", bytes), file("b/x", bytes), file("c/x", contents(4000, 20))};
+    std::vector<DuplicateScanProgress> reports;
+    find(paths, [&](const DuplicateScanProgress& now) { reports.push_back(now); });
+    std::vector<Phase> phases;
+    for (const DuplicateScanProgress& now : reports) {
+        if (phases.empty() || phases.back() != now.phase) phases.push_back(now.phase);
+        EXPECT_LE(now.filesDone, now.filesTotal);
+        EXPECT_LE(now.bytesHashed, now.bytesToHash);
+    }
+    EXPECT_EQ(phases, (std::vector<Phase>{Phase::sizing, Phase::sampling, Phase::hashing}));
+    EXPECT_EQ(reports.front().filesTotal, 3);
+    // The file alone in its size was never sampled.
+    const auto sampling = std::find_if(reports.begin(), reports.end(),
+                                       [](const DuplicateScanProgress& now) { return now.phase == Phase::sampling; });
+    ASSERT_NE(sampling, reports.end());
+    EXPECT_EQ(sampling->filesTotal, 2);
+}
+
+TEST_F(DuplicateFinding, NoMoreWorkersThanAskedForNorThanItems) {
+    Paths eight;
+    for (unsigned i = 0; i < 8; ++i) eight.push_back(file("f" + std::to_string(i), contents(50000, 100 + i)));
+    std::mutex lock;
+    std::set<std::thread::id> workers;
+    auto noteWorker = [&] {
+        char name[16] = {};
+        pthread_getname_np(pthread_self(), name, sizeof name);
+        if (std::string_view(name).starts_with("DuplicateFinde")) {
+            std::lock_guard guard(lock);
+            workers.insert(std::this_thread::get_id());
+        }
+        // Long enough that every worker started gets an item.
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        return false;
+    };
+    find(eight, {}, noteWorker, 3);
+    EXPECT_LE(workers.size(), 3u);
+    EXPECT_GE(workers.size(), 2u);
+
+    // Two items: still on named workers, and never more than two of them.
+    workers.clear();
+    find({eight[0], eight[1]}, {}, noteWorker, 4);
+    EXPECT_LE(workers.size(), 2u);
+    EXPECT_GE(workers.size(), 1u);
+}
+
+namespace {
+
+constexpr std::int64_t MB = 1'000'000;
+
+Paths candidates(const FileNode& root, const std::string& home) {
+    Paths paths = DuplicateFinder::candidatePaths(root, MB, home);
+    std::sort(paths.begin(), paths.end());
+    return paths;
+}
+
+} // namespace
+
+TEST(CandidatePaths, LeaveOutManagedFoldersPackagesExcludedPlacesAndSmallFiles) {
+    TreeBuilder tree("/home/me");
+    FileNode* documents = tree.folder(tree.root, "Documents");
+    tree.file(documents, "film.mov", 2 * MB);
+    tree.file(documents, "exactly", MB);
+    tree.file(documents, "note.txt", MB - 1);
+    tree.file(tree.folder(tree.folder(tree.root, "code"), "node_modules"), "big.js", 2 * MB);
+    tree.file(tree.folder(tree.root, ".git"), "pack", 2 * MB);
+    tree.file(tree.folder(tree.folder(tree.root, "Tool.app"), "Contents"), "binary", 2 * MB);
+    tree.file(tree.folder(tree.root, ".cache"), "blob", 2 * MB);
+    tree.file(tree.folder(tree.folder(tree.folder(tree.root, ".local"), "share"), "Trash"), "old.mov", 2 * MB);
+    EXPECT_EQ(candidates(*tree.root, "/home/me"), (Paths{"/home/me/Documents/exactly", "/home/me/Documents/film.mov"}));
+}
+
+TEST(CandidatePaths, LeaveOutOtherUsersHomesAndTheSystem) {
+    TreeBuilder tree("/");
+    FileNode* homes = tree.folder(tree.root, "home");
+    tree.file(tree.folder(homes, "me"), "mine.mov", 2 * MB);
+    tree.file(tree.folder(homes, "you"), "yours.mov", 2 * MB);
+    tree.file(tree.folder(tree.root, "usr"), "lib.so", 2 * MB);
+    tree.file(tree.folder(tree.root, "data"), "shared.iso", 2 * MB);
+    EXPECT_EQ(candidates(*tree.root, "/home/me"), (Paths{"/data/shared.iso", "/home/me/mine.mov"}));
+}
+
+TEST(CandidatePaths, AChosenFolderInsideAnExcludedPlaceIsLookedInto) {
+    TreeBuilder tree("/home/me/.cache/corpus");
+    tree.file(tree.root, "a.bin", 2 * MB);
+    tree.file(tree.folder(tree.root, "node_modules"), "b.js", 2 * MB);
+    tree.file(tree.folder(tree.root, "deeper"), "c.bin", 2 * MB);
+    EXPECT_EQ(candidates(*tree.root, "/home/me"),
+              (Paths{"/home/me/.cache/corpus/a.bin", "/home/me/.cache/corpus/deeper/c.bin"}));
+}
+
+TEST(CandidatePaths, PathsOfARealScanNameRealFiles) {
+    TempFolder folder;
+    makeFolder(folder / "sub");
+    writeFile(folder / "sub/big", 2 * MB);
+    writeFile(folder / "small", 1000);
+    const ScanResult scan = DiskScanner::scan(folder.path());
+    const Paths paths = DuplicateFinder::candidatePaths(*scan.root, MB, "/nonexistent-home");
+    EXPECT_EQ(paths, Paths{folder / "sub/big"});
+}
+
+TEST(OpenFileIdentity, AFileChangedSinceItWasMeasuredIsRefusedWithTheReason) {
+    TempFolder folder;
+    const std::string path = folder / "data";
+    write(path, contents(5000, 21));
+    const std::optional<FileIdentity> measured = FileIdentity::ofPath(path);
+    ASSERT_TRUE(measured);
+    write(path, contents(6000, 21));
+    std::string failure;
+    EXPECT_FALSE(OpenFile::bypassCache(path, *measured, OpenFile::Pattern::sequential, &failure));
+    EXPECT_EQ(failure, path + ": changed since it was measured");
+}
+
+TEST(OpenFileIdentity, ALinkSwappedInIsNotFollowed) {
+    TempFolder folder;
+    const std::string path = folder / "data";
+    write(path, contents(5000, 22));
+    const std::optional<FileIdentity> measured = FileIdentity::ofPath(path);
+    ASSERT_TRUE(measured);
+    std::rename(path.c_str(), (folder / "moved").c_str());
+    makeSymlink(folder / "moved", path);
+    std::string failure;
+    EXPECT_FALSE(OpenFile::bypassCache(path, *measured, OpenFile::Pattern::ranges, &failure));
+    EXPECT_EQ(failure, "open(" + path + "): Too many levels of symbolic links");
+}
+
+TEST(OpenFileIdentity, AReadPastTheEndFailsAndSaysSo) {
+    TempFolder folder;
+    const std::string path = folder / "data";
+    write(path, contents(5000, 23));
+    std::optional<OpenFile> file = OpenFile::bypassCache(path, *FileIdentity::ofPath(path), OpenFile::Pattern::ranges);
+    ASSERT_TRUE(file);
+    std::vector<std::byte> buffer(4096);
+    EXPECT_TRUE(file->read(1000, 4000, buffer));
+    EXPECT_FALSE(file->read(1001, 4000, buffer));
+    EXPECT_EQ(file->failure(), "pread(" + path + "): the file ended early");
+}
+
+TEST(Sha256Digest, MatchesTheStandardTestVectors) {
+    const std::string abc = "abc";
+    EXPECT_EQ(digestHex(abc), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+    EXPECT_EQ(digestHex(""), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
+}
+
+TEST(Sha256Digest, PiecesHashLikeTheWhole) {
+    const std::string bytes = contents(100000, 24);
+    Sha256 hasher;
+    hasher.add(std::as_bytes(std::span(bytes.data(), 12345)));
+    hasher.add(std::as_bytes(std::span(bytes.data() + 12345, bytes.size() - 12345)));
+    EXPECT_EQ(Sha256::hex(hasher.finish()), digestHex(bytes));
+    // Ready for the next message at once.
+    const std::string abc = "abc";
+    hasher.add(std::as_bytes(std::span(abc.data(), abc.size())));
+    EXPECT_EQ(Sha256::hex(hasher.finish()), digestHex(abc));
+}

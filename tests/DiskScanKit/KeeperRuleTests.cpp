@@ -1,0 +1,272 @@
+// The keeper rule: places, copied-looking names and folders, where the user's
+// part of a path begins, and the natural order that breaks ties.
+#include <gtest/gtest.h>
+
+#include "DiskScanKit/DuplicateGroup.h"
+
+using namespace tessel;
+using KeeperRule::Place;
+using KeeperRule::Rank;
+using Paths = std::vector<std::string>;
+
+namespace {
+
+const std::string home = "/Users/me";
+
+Rank rankOf(const std::string& path, const std::string& homeFolder = home) {
+    return KeeperRule::rank(path, KeeperRule::folders(homeFolder));
+}
+
+Place placeOf(const std::string& path, const std::string& homeFolder = home) {
+    return rankOf(path, homeFolder).place;
+}
+
+std::vector<DuplicateFile> filesAt(const Paths& paths) {
+    std::vector<DuplicateFile> files;
+    for (const std::string& path : paths) {
+        DuplicateFile file;
+        file.path = path;
+        files.push_back(file);
+    }
+    return files;
+}
+
+// The paths in the order the rule keeps them, best first.
+Paths keeperOrder(const Paths& paths, const std::string& homeFolder = home) {
+    Paths order;
+    for (const DuplicateFile& file : KeeperRule::ordered(filesAt(paths), homeFolder)) order.push_back(file.path);
+    return order;
+}
+
+std::size_t startOf(const Paths& lowerComponents, const Paths& homeFolders = {"users", "me"}) {
+    return KeeperRule::startingPoint(lowerComponents, homeFolders);
+}
+
+} // namespace
+
+namespace tessel::KeeperRule {
+// Readable failures: the place by name.
+void PrintTo(Place place, std::ostream* out) {
+    constexpr const char* names[] = {"organised", "standardFolder", "elsewhere", "downloads"};
+    *out << names[static_cast<std::size_t>(place)];
+}
+} // namespace tessel::KeeperRule
+
+TEST(KeeperPlace, SubfolderOfDocumentsOutranksDocumentsOutranksDownloads) {
+    EXPECT_EQ(keeperOrder({"/Users/me/Downloads/report.pdf", "/Users/me/Documents/report.pdf",
+                           "/Users/me/Documents/Projects/report.pdf"}),
+              (Paths{"/Users/me/Documents/Projects/report.pdf", "/Users/me/Documents/report.pdf",
+                     "/Users/me/Downloads/report.pdf"}));
+}
+
+TEST(KeeperPlace, StandardFoldersOutrankEverywhereElse) {
+    for (const char* folder : {"Desktop", "Documents", "Pictures", "Movies", "Videos", "Music"}) {
+        EXPECT_EQ(placeOf(home + "/" + folder + "/a.jpg"), Place::standardFolder) << folder;
+        EXPECT_EQ(placeOf(home + "/" + folder + "/Trip/a.jpg"), Place::organised) << folder;
+    }
+    EXPECT_EQ(placeOf("/Users/me/Projects/Trip/a.jpg"), Place::elsewhere);
+    EXPECT_EQ(placeOf("/Users/me/a.jpg"), Place::elsewhere);
+    EXPECT_EQ(placeOf("/Users/me/Work/Documents/a.pdf"), Place::elsewhere);
+    EXPECT_EQ(keeperOrder({"/Users/me/Archive/a.jpg", "/Users/me/Pictures/a.jpg"}),
+              (Paths{"/Users/me/Pictures/a.jpg", "/Users/me/Archive/a.jpg"}));
+}
+
+TEST(KeeperPlace, UnorganisedFoldersNeverCountAsStandard) {
+    EXPECT_EQ(placeOf("/Users/me/Public/a.jpg"), Place::elsewhere);
+    EXPECT_EQ(placeOf("/Users/me/Library/Documents/a.jpg"), Place::elsewhere);
+    EXPECT_EQ(placeOf("/Users/me/Applications/Tool/a.jpg"), Place::elsewhere);
+}
+
+TEST(KeeperPlace, AnythingUnderDownloadsIsDownloads) {
+    EXPECT_EQ(placeOf("/Users/me/Downloads/a.zip"), Place::downloads);
+    EXPECT_EQ(placeOf("/Users/me/Downloads/Sorted/Keep/a.zip"), Place::downloads);
+    EXPECT_EQ(placeOf("/Users/me/Work/Downloads/a.zip"), Place::elsewhere);
+    EXPECT_EQ(keeperOrder({"/Users/me/Downloads/Sorted/a.zip", "/Users/me/zz/a.zip"}),
+              (Paths{"/Users/me/zz/a.zip", "/Users/me/Downloads/Sorted/a.zip"}));
+}
+
+TEST(KeeperPlace, FoldersAreMatchedWithoutRegardToCase) {
+    EXPECT_EQ(placeOf("/USERS/ME/DOCUMENTS/a.pdf"), Place::standardFolder);
+    EXPECT_EQ(placeOf("/Users/me/downloads/a.pdf"), Place::downloads);
+    EXPECT_EQ(placeOf("/home/Ana/Música/a.mp3"), Place::elsewhere); // only the English names are known
+}
+
+TEST(KeeperStartingPoint, HomeFolderIsSkipped) {
+    EXPECT_EQ(KeeperRule::folders("/Users/Me/"), (Paths{"users", "me"}));
+    EXPECT_EQ(startOf({"srv", "me", "documents", "a"}, {"srv", "me"}), 2u);
+    EXPECT_EQ(placeOf("/root/Documents/a.pdf", "/root"), Place::standardFolder);
+    EXPECT_EQ(placeOf("/var/lib/alice/Documents/Work/a.pdf", "/var/lib/alice"), Place::organised);
+}
+
+TEST(KeeperStartingPoint, UsersOrHomeAndAnyNameAreSkipped) {
+    EXPECT_EQ(startOf({"users", "someone", "documents", "a"}), 2u);
+    EXPECT_EQ(startOf({"users", "shared", "documents", "a"}), 2u);
+    EXPECT_EQ(startOf({"home", "ana", "documents", "a"}), 2u);
+    EXPECT_EQ(placeOf("/Users/Shared/Documents/a.pdf"), Place::standardFolder);
+}
+
+TEST(KeeperStartingPoint, DisksAreSkipped) {
+    EXPECT_EQ(startOf({"volumes", "backup", "documents", "a"}), 2u);
+    EXPECT_EQ(startOf({"mnt", "data", "documents", "a"}), 2u);
+    EXPECT_EQ(startOf({"media", "me", "stick", "documents", "a"}), 3u);
+    EXPECT_EQ(startOf({"run", "media", "me", "stick", "documents", "a"}), 4u);
+    EXPECT_EQ(placeOf("/Volumes/Backup/Documents/a.pdf"), Place::standardFolder);
+    EXPECT_EQ(placeOf("/media/me/Stick/Pictures/Trip/a.jpg"), Place::organised);
+}
+
+TEST(KeeperStartingPoint, HomeOnADiskIsSkippedAfterTheDisk) {
+    EXPECT_EQ(startOf({"volumes", "old mac", "users", "me", "documents", "a"}), 4u);
+    EXPECT_EQ(startOf({"media", "me", "backup", "home", "me", "documents", "a"}), 5u);
+    EXPECT_EQ(placeOf("/Volumes/Old Mac/Users/me/Documents/Taxes/a.pdf"), Place::organised);
+}
+
+TEST(KeeperStartingPoint, PrefixNeverTakesTheFileName) {
+    EXPECT_EQ(startOf({"users", "me"}), 0u);
+    EXPECT_EQ(startOf({"home", "notes"}, {}), 0u);
+    EXPECT_EQ(startOf({"volumes", "disk", "a"}), 2u);
+    EXPECT_EQ(startOf({"media", "me", "a"}), 0u);
+}
+
+TEST(KeeperStartingPoint, NoKnownPrefixStartsAtTheRoot) {
+    EXPECT_EQ(startOf({"srv", "share", "documents", "a"}), 0u);
+    EXPECT_EQ(placeOf("/Documents/Work/a.pdf", "/nowhere"), Place::organised);
+    EXPECT_EQ(placeOf("/srv/Documents/a.pdf"), Place::elsewhere);
+}
+
+TEST(KeeperNames, CounterIsDigitsInParenthesesAtTheEnd) {
+    for (const char* name : {"report (1)", "report (2)", "report(12)", "report (999)", "Copy (3)"})
+        EXPECT_TRUE(KeeperRule::endsWithCounter(name)) << name;
+    for (const char* name : {"report", "report 2", "report (2) final", "report ()", "report (a)", "report (2a)",
+                             "report )", "report 2)", "Holiday (2019)", "report (1000)"})
+        EXPECT_FALSE(KeeperRule::endsWithCounter(name)) << name;
+}
+
+TEST(KeeperNames, CopyNamesOfFileManagersHoldACopyMarker) {
+    for (const char* name : {"report copy", "report copy 2", "report (copy)", "report (another copy)",
+                             "report (3rd copy)", "report - Copy", "Copy of report", "report (conflicted copy 2024)",
+                             "Bericht - Kopie", "rapport - copie", "informe - copia", "relatório - cópia"})
+        EXPECT_TRUE(KeeperRule::hasCopyMarker(name, false)) << name;
+}
+
+TEST(KeeperNames, CopyWordsAreWholeWordsInAnyCase) {
+    EXPECT_TRUE(KeeperRule::hasCopyMarker("RELATÓRIO - CÓPIA", false));
+    EXPECT_TRUE(KeeperRule::hasCopyMarker("Bericht_KOPIE", false));
+    EXPECT_TRUE(KeeperRule::hasCopyMarker("report\u2013copy", false)); // en dash between
+    for (const char* name : {"Copyright", "photocopy", "copying notes", "Copia2", "report", "cópias"})
+        EXPECT_FALSE(KeeperRule::hasCopyMarker(name, false)) << name;
+}
+
+TEST(KeeperNames, BackupWordsOnlyWhenAskedFor) {
+    for (const char* name : {"Old Town", "backup", "Photo Backups", "OLD"}) {
+        EXPECT_FALSE(KeeperRule::hasCopyMarker(name, false)) << name;
+        EXPECT_TRUE(KeeperRule::hasCopyMarker(name, true)) << name;
+    }
+    EXPECT_FALSE(KeeperRule::hasCopyMarker("oldies", true));
+    EXPECT_FALSE(KeeperRule::hasCopyMarker("backupify", true));
+}
+
+TEST(KeeperNames, FileNameIsJudgedWithoutItsExtensionAndWithoutBackupWords) {
+    EXPECT_TRUE(rankOf("/Users/me/Documents/report (2).pdf").nameLooksCopied);
+    EXPECT_TRUE(rankOf("/Users/me/Documents/archive (2).tar.gz").nameLooksCopied);
+    EXPECT_TRUE(rankOf("/Users/me/Documents/report copy.pdf").nameLooksCopied);
+    EXPECT_FALSE(rankOf("/Users/me/Documents/report.pdf").nameLooksCopied);
+    EXPECT_FALSE(rankOf("/Users/me/Pictures/Old Town.jpg").nameLooksCopied);
+    EXPECT_FALSE(rankOf("/Users/me/Documents/notes.copy").nameLooksCopied);
+    EXPECT_FALSE(rankOf("/Users/me/Movies/Holiday (2019).mkv").nameLooksCopied);
+    EXPECT_TRUE(rankOf("/Users/me/.profile (2)").nameLooksCopied);
+}
+
+TEST(KeeperNames, CopiedLookingNameGoesAfterTheOriginalInTheSamePlace) {
+    // Natural order alone would put "report copy" and "report (1)" first.
+    EXPECT_EQ(keeperOrder({"/Users/me/Documents/report copy.pdf", "/Users/me/Documents/report.pdf"}),
+              (Paths{"/Users/me/Documents/report.pdf", "/Users/me/Documents/report copy.pdf"}));
+    EXPECT_EQ(keeperOrder({"/Users/me/Documents/report (1).pdf", "/Users/me/Documents/report.pdf"}),
+              (Paths{"/Users/me/Documents/report.pdf", "/Users/me/Documents/report (1).pdf"}));
+}
+
+TEST(KeeperNames, PlaceComesBeforeTheName) {
+    EXPECT_EQ(keeperOrder({"/Users/me/Downloads/report.pdf", "/Users/me/Documents/Work/report copy.pdf"}),
+              (Paths{"/Users/me/Documents/Work/report copy.pdf", "/Users/me/Downloads/report.pdf"}));
+}
+
+TEST(KeeperFolders, CopiedLookingFoldersAreCounted) {
+    EXPECT_EQ(rankOf("/Users/me/Documents/old/backup/a.pdf").copiedFolders, 2);
+    EXPECT_EQ(rankOf("/Users/me/Documents/Report Copy/a.pdf").copiedFolders, 1);
+    EXPECT_EQ(rankOf("/Users/me/Documents/Photos (2)/a.pdf").copiedFolders, 1);
+    EXPECT_EQ(rankOf("/Users/me/Documents/Stuff - Kopie/Backups/a.pdf").copiedFolders, 2);
+    EXPECT_EQ(rankOf("/Users/me/Documents/Work/Taxes/a.pdf").copiedFolders, 0);
+}
+
+TEST(KeeperFolders, FoldersNobodyNamedLookCopied) {
+    for (const char* folder : {"untitled folder", "Untitled Folder", "untitled folder 2", "New Folder", "New folder",
+                               "New folder (3)"})
+        EXPECT_EQ(rankOf(std::string("/Users/me/Documents/") + folder + "/a.pdf").copiedFolders, 1) << folder;
+    EXPECT_EQ(rankOf("/Users/me/Documents/New Folders Project/a.pdf").copiedFolders, 0);
+    EXPECT_EQ(rankOf("/Users/me/Documents/untitled/a.pdf").copiedFolders, 0);
+}
+
+TEST(KeeperFolders, OnlyFoldersOfTheUsersPartCount) {
+    EXPECT_EQ(rankOf("/Volumes/Backup/Documents/a.pdf").copiedFolders, 0);
+    EXPECT_EQ(rankOf("/home/old/Documents/a.pdf", "/home/old").copiedFolders, 0);
+    EXPECT_EQ(rankOf("/Users/me/Documents/copy").copiedFolders, 0); // the file, not a folder
+    EXPECT_EQ(rankOf("/srv/backup/a.pdf").copiedFolders, 1);
+}
+
+TEST(KeeperFolders, FewerCopiedFoldersGoFirst) {
+    EXPECT_EQ(keeperOrder({"/Users/me/Documents/backup/a.pdf", "/Users/me/Documents/Work/a.pdf"}),
+              (Paths{"/Users/me/Documents/Work/a.pdf", "/Users/me/Documents/backup/a.pdf"}));
+    // A copied-looking name weighs more than a copied-looking folder.
+    EXPECT_EQ(keeperOrder({"/Users/me/Documents/Work/a copy.pdf", "/Users/me/Documents/old/a.pdf"}),
+              (Paths{"/Users/me/Documents/old/a.pdf", "/Users/me/Documents/Work/a copy.pdf"}));
+}
+
+TEST(KeeperNaturalOrder, DigitRunsCompareByValue) {
+    EXPECT_LT(KeeperRule::naturalCompare("file 9", "file 10"), 0);
+    EXPECT_GT(KeeperRule::naturalCompare("a10b", "a2b"), 0);
+    EXPECT_EQ(KeeperRule::naturalCompare("a007", "a7"), 0);
+    EXPECT_LT(KeeperRule::naturalCompare("x 99999999999999999999999", "x 100000000000000000000000"), 0);
+    EXPECT_LT(KeeperRule::naturalCompare("v1.9", "v1.10"), 0);
+}
+
+TEST(KeeperNaturalOrder, LettersCompareWithoutRegardToCase) {
+    EXPECT_LT(KeeperRule::naturalCompare("alpha", "Zeta"), 0);
+    EXPECT_EQ(KeeperRule::naturalCompare("File 9", "file 9"), 0);
+    EXPECT_EQ(KeeperRule::naturalCompare("ÉCOLE", "école"), 0);
+    EXPECT_EQ(KeeperRule::naturalCompare("ŁÓDŹ", "łódź"), 0);
+    EXPECT_LT(KeeperRule::naturalCompare("a", "ab"), 0);
+    EXPECT_GT(KeeperRule::naturalCompare("ab", "a"), 0);
+}
+
+TEST(KeeperNaturalOrder, BreaksTiesBetweenEqualRanks) {
+    EXPECT_EQ(keeperOrder({"/Users/me/Documents/Work/file 10.pdf", "/Users/me/Documents/Work/File 9.pdf"}),
+              (Paths{"/Users/me/Documents/Work/File 9.pdf", "/Users/me/Documents/Work/file 10.pdf"}));
+}
+
+TEST(KeeperNaturalOrder, ByteOrderSettlesWhatNaturalOrderCallsEqual) {
+    const Rank upper = rankOf("/Users/me/Documents/Report.pdf");
+    const Rank lower = rankOf("/Users/me/Documents/report.pdf");
+    EXPECT_TRUE(KeeperRule::precedes(upper, lower));
+    EXPECT_FALSE(KeeperRule::precedes(lower, upper));
+    EXPECT_FALSE(KeeperRule::precedes(upper, upper));
+}
+
+TEST(KeeperOrdered, EqualRanksKeepTheirOrderAndFilesKeepTheirFields) {
+    std::vector<DuplicateFile> files = filesAt({"/Users/me/Downloads/a.pdf", "/Users/me/Documents/a.pdf",
+                                                "/Users/me/Documents/a.pdf", "/Users/me/Documents/a.pdf"});
+    for (std::size_t i = 0; i < files.size(); ++i) files[i].allocatedBytes = static_cast<std::int64_t>(i + 1) * 4096;
+    const std::vector<DuplicateFile> sorted = KeeperRule::ordered(files, home);
+    ASSERT_EQ(sorted.size(), 4u);
+    EXPECT_EQ(sorted[0].allocatedBytes, 2 * 4096);
+    EXPECT_EQ(sorted[1].allocatedBytes, 3 * 4096);
+    EXPECT_EQ(sorted[2].allocatedBytes, 4 * 4096);
+    EXPECT_EQ(sorted[3].path, "/Users/me/Downloads/a.pdf");
+    EXPECT_TRUE(KeeperRule::ordered({}, home).empty());
+}
+
+TEST(KeeperOrdered, LinuxHomeFolderOrdersLikeAMacOne) {
+    EXPECT_EQ(keeperOrder({"/home/ana/Downloads/song.mp3", "/home/ana/Music/Live/song (1).mp3",
+                           "/home/ana/Music/song.mp3", "/home/ana/.cache/player/song.mp3"},
+                          "/home/ana"),
+              (Paths{"/home/ana/Music/Live/song (1).mp3", "/home/ana/Music/song.mp3",
+                     "/home/ana/.cache/player/song.mp3", "/home/ana/Downloads/song.mp3"}));
+}
