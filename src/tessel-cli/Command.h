@@ -35,5 +35,6 @@ int runSnapshot(const std::vector<std::string>& words);
 int runSnapshots(const std::vector<std::string>& words);
 int runChanges(const std::vector<std::string>& words);
 int runReport(const std::vector<std::string>& words);
+int runDuplicates(const std::vector<std::string>& words);
 
 } // namespace tessel::cli

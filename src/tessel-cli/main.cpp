@@ -106,6 +106,26 @@ const std::vector<Command>& commands() {
          "  --summary              print the summary\n")
              + scanOptionsHelp,
          runReport},
+        {"duplicates", "Find files with identical contents",
+         std::string("usage: tessel duplicates [options] PATH\n"
+         "\n"
+         "Scans PATH and finds files of at least 1 MB with identical contents, whatever\n"
+         "they are called. Files are compared by size, then by two small samples, and\n"
+         "only then read whole; a file with several names (a hard link) is one file.\n"
+         "Each group lists first the copy that would stay (one in a folder you\n"
+         "organised, with a name that doesn't look like a copy), then the others, and\n"
+         "what removing the others would free: nothing for a hard link until its last\n"
+         "name goes, nothing for a clone that shares its blocks. Nothing is removed.\n"
+         "Ctrl-C stops the comparison and prints what was settled so far.\n"
+         "\n"
+         "  --min-size BYTES       only files of at least this many bytes (default 1000000)\n"
+         "  --json                 print {\"groups\": [{\"id\", \"logicalSize\", \"reclaimableBytes\",\n"
+         "                         \"files\": [{\"path\", \"allocatedBytes\", \"sharing\", \"otherNames\"}]}],\n"
+         "                         \"totalReclaimableBytes\", \"filesExamined\", \"unreadable\",\n"
+         "                         \"wasCancelled\", \"duration\"}; sharing is hardLinked, clone,\n"
+         "                         unshared or partial, the keeper comes first\n")
+             + scanOptionsHelp,
+         runDuplicates},
         {"snapshot", "Scan a folder and keep a snapshot of it",
          std::string("usage: tessel snapshot [options] PATH\n"
          "\n"

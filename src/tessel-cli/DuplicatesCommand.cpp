@@ -1,0 +1,157 @@
+// tessel duplicates: scans a folder, then looks for files with identical
+// contents among what it found, as the app's duplicates room does. Each group
+// lists the copy that would stay first, then the others, with what each one
+// shares; the total is what removing every copy but the first would free,
+// which is less than their sizes when copies are hard links or clones.
+// Ctrl-C during the comparison stops it and prints what was settled so far.
+
+#include <signal.h>
+
+#include <atomic>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+
+#include "Arguments.h"
+#include "Command.h"
+#include "Listing.h"
+#include "ProgressLine.h"
+#include "ScanStep.h"
+#include "TerminalText.h"
+#include "DiskScanKit/ByteFormat.h"
+#include "DiskScanKit/DuplicateFinder.h"
+#include "DiskScanKit/Paths.h"
+
+namespace tessel::cli {
+
+namespace {
+
+const std::vector<OptionSpec> duplicatesOptions = withScanOptions({{"min-size", true}, {"json", false}});
+
+std::atomic<bool> interrupted{false};
+
+void noteInterrupt(int) { interrupted.store(true); }
+
+// Ctrl-C asks the comparison to stop, for as long as this lives; a second one is left to the default.
+class InterruptWatch {
+public:
+    InterruptWatch() {
+        struct sigaction action {};
+        action.sa_handler = noteInterrupt;
+        action.sa_flags = static_cast<int>(SA_RESETHAND);
+        sigemptyset(&action.sa_mask);
+        sigaction(SIGINT, &action, &previous_);
+    }
+    ~InterruptWatch() { sigaction(SIGINT, &previous_, nullptr); }
+    InterruptWatch(const InterruptWatch&) = delete;
+    InterruptWatch& operator=(const InterruptWatch&) = delete;
+
+private:
+    struct sigaction previous_ {};
+};
+
+std::string phaseText(const DuplicateScanProgress& now, double elapsed) {
+    switch (now.phase) {
+    case DuplicateScanProgress::Phase::sizing:
+        return "Comparing sizes: " + groupDigits(now.filesDone) + " of " + groupDigits(now.filesTotal) + " files";
+    case DuplicateScanProgress::Phase::sampling:
+        return "Sampling: " + groupDigits(now.filesDone) + " of " + groupDigits(now.filesTotal) + " files";
+    case DuplicateScanProgress::Phase::hashing:
+        return "Reading whole files: " + ByteFormat::string(now.bytesHashed) + " of " +
+               ByteFormat::string(now.bytesToHash) + ", " + seconds(elapsed);
+    }
+    return {};
+}
+
+nlohmann::ordered_json groupJson(const DuplicateGroup& group) {
+    nlohmann::ordered_json files = nlohmann::ordered_json::array();
+    for (const DuplicateFile& file : group.files)
+        files.push_back({{"path", file.path},
+                         {"allocatedBytes", file.allocatedBytes},
+                         {"sharing", std::string(sharingName(file.sharing.kind))},
+                         {"otherNames", file.otherNames}});
+    return {{"id", group.id},
+            {"logicalSize", group.logicalSize},
+            {"reclaimableBytes", group.reclaimableBytes},
+            {"files", files}};
+}
+
+void printGroup(const DuplicateGroup& group) {
+    std::printf("%s copies of %s, %s to free\n",
+                groupDigits(static_cast<std::int64_t>(group.files.size())).c_str(),
+                ByteFormat::string(group.logicalSize).c_str(), ByteFormat::string(group.reclaimableBytes).c_str());
+    bool keeper = true;
+    for (const DuplicateFile& file : group.files) {
+        std::printf("  %s %s  %s\n", keeper ? "keep" : "    ", ByteFormat::padded(file.allocatedBytes, 9).c_str(),
+                    printable(file.path).c_str());
+        const std::string sharing = sharingWords(file);
+        if (!sharing.empty()) std::printf("                  %s\n", sharing.c_str());
+        for (const std::string& name : file.otherNames)
+            std::printf("                  also named %s\n", printable(name).c_str());
+        keeper = false;
+    }
+}
+
+void printSummary(const DuplicateReport& report) {
+    if (report.groups.empty())
+        std::printf("No identical files among %s.\n", counted(report.filesExamined, "file", "files").c_str());
+    else
+        std::printf("%s of identical files; removing the extra copies would free %s.\n",
+                    counted(static_cast<std::int64_t>(report.groups.size()), "group", "groups").c_str(),
+                    ByteFormat::string(report.totalReclaimableBytes).c_str());
+    std::printf("%s examined in %s", counted(report.filesExamined, "file", "files").c_str(),
+                seconds(report.duration).c_str());
+    if (report.unreadable > 0)
+        std::printf(", %s could not be read or changed while being compared",
+                    groupDigits(report.unreadable).c_str());
+    std::printf(".\n");
+    if (report.wasCancelled) std::printf("Stopped early: the groups above are those settled before the stop.\n");
+}
+
+} // namespace
+
+int runDuplicates(const std::vector<std::string>& words) {
+    Arguments arguments = parseArguments(words, duplicatesOptions);
+    if (arguments.positionals.size() != 1) throw UsageError("duplicates wants one folder");
+    const std::int64_t minimum = arguments.integer("min-size", 1).value_or(DuplicateFinder::toolMinimumBytes);
+
+    ScanOptions options = scanOptionsFrom(arguments);
+    // Files below the listing size get no node, so the scan must list everything the finder may compare.
+    if (!arguments.value("threshold")) options.fileNodeThreshold = std::min(options.fileNodeThreshold, minimum);
+    const std::optional<ScanResult> scan = scanWithProgress(arguments.positionals.front(), options);
+    if (!scan) return exitFailure;
+
+    const std::string home = Paths::homeFolder();
+    const DuplicateFinder finder(minimum, DuplicateFinder::toolSampleBytes, DuplicateFinder::defaultWorkerCount(), home);
+    const std::vector<std::string> paths = DuplicateFinder::candidatePaths(*scan->root, minimum, home);
+
+    ProgressLine line;
+    DuplicateFinder::Progress progress;
+    if (line.shown())
+        progress = [&line](const DuplicateScanProgress& now) { line.update(phaseText(now, line.elapsed())); };
+    interrupted.store(false);
+    DuplicateReport report = [&] {
+        InterruptWatch watch;
+        return finder.find(paths, progress, [] { return interrupted.load(); });
+    }();
+    line.clear();
+
+    if (arguments.has("json")) {
+        nlohmann::ordered_json groups = nlohmann::ordered_json::array();
+        for (const DuplicateGroup& group : report.groups) groups.push_back(groupJson(group));
+        printJson({{"groups", groups},
+                   {"totalReclaimableBytes", report.totalReclaimableBytes},
+                   {"filesExamined", report.filesExamined},
+                   {"unreadable", report.unreadable},
+                   {"wasCancelled", report.wasCancelled},
+                   {"duration", report.duration}});
+    } else {
+        for (const DuplicateGroup& group : report.groups) {
+            printGroup(group);
+            std::printf("\n");
+        }
+        printSummary(report);
+    }
+    return report.wasCancelled ? exitFailure : exitSuccess;
+}
+
+} // namespace tessel::cli
