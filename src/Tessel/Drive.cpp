@@ -104,6 +104,15 @@ void compareWithAWeekBefore(TesselApp& app) {
     waitForChanges(app);
 }
 
+// The duplicates room starts comparing when it opens; true once it is done.
+bool waitForDuplicates(TesselApp& app) {
+    QElapsedTimer clock;
+    clock.start();
+    do QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+    while (app.session().tools()->duplicates()->state() == "working" && clock.elapsed() < 20000);
+    return app.session().tools()->duplicates()->state() != "working";
+}
+
 void waitForRemoval(TesselApp& app) {
     QElapsedTimer clock;
     clock.start();
@@ -146,6 +155,10 @@ int selfTest(TesselApp& app) {
     for (const QString& room : app.shell().roomIds()) {
         app.shell().setRoom(room);
         settle(80);
+        if (room == "duplicates" && !waitForDuplicates(app)) {
+            std::fprintf(stderr, "tessel-app: the duplicates room did not finish comparing\n");
+            return 1;
+        }
     }
     app.shell().setRoom("report");
     for (const char* tab : {"summary", "changes"}) {
@@ -216,6 +229,18 @@ int screenshots(TesselApp& app, const QString& folder, bool inFixture) {
         for (const QString& room : app.shell().roomIds()) {
             app.shell().setRoom(room);
             settle(room == "overview" ? 500 : 150);
+            if (room == "duplicates") {
+                waitForDuplicates(app);
+                settle(150);
+                saved += save(window, QStringLiteral("%1/%2-%3.png").arg(folder, room, theme)) ? 1 : 0;
+                // The ticked copies, as the confirmation shows them.
+                app.session().tools()->duplicates()->removeTicked();
+                settle(300);
+                if (app.session().pathRemoval()->hasPlan())
+                    saved += save(window, QStringLiteral("%1/duplicates-removal-%2.png").arg(folder, theme)) ? 1 : 0;
+                app.session().pathRemoval()->cancel();
+                continue;
+            }
             saved += save(window, QStringLiteral("%1/%2-%3.png").arg(folder, room, theme)) ? 1 : 0;
         }
         app.shell().setRoom("map");

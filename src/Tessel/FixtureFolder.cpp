@@ -6,11 +6,15 @@
 namespace tessel {
 
 namespace {
-void write(const QString& path, qint64 bytes) {
+// Contents follow from the path unless `twin` names the file whose contents to repeat,
+// so that only the copies made on purpose are duplicates.
+void write(const QString& path, qint64 bytes, const QString& twin = {}) {
     QDir().mkpath(path.left(path.lastIndexOf('/')));
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly)) return;
-    const QByteArray block(64 * 1024, 'x');
+    QByteArray block(64 * 1024, 'x');
+    const QByteArray seed = (twin.isEmpty() ? path : twin).toUtf8();
+    for (qsizetype at = 0; at + seed.size() <= block.size(); at += 4096) block.replace(at, seed.size(), seed);
     for (qint64 left = bytes; left > 0; left -= block.size()) file.write(block.constData(), std::min<qint64>(left, block.size()));
 }
 } // namespace
@@ -28,6 +32,11 @@ FixtureFolder::FixtureFolder() {
     write(root + "/.cache/thumbnails/large.bin", 1'500'000);
     for (int i = 0; i < 40; ++i) write(root + QStringLiteral("/Projects/site/node_modules/pkg-%1/index.js").arg(i), 9'000);
     write(root + "/Projects/site/build/bundle.js", 1'100'000);
+    // Copies for the duplicates room: a download filed away, photos copied to the desktop, an album backed up.
+    write(root + "/Downloads/Annual report (1).pdf", 2'400'000, root + "/Documents/Annual report.pdf");
+    write(root + "/Desktop/photo-2.jpg", 1'300'000, root + "/Pictures/2024/photo-2.jpg");
+    write(root + "/Desktop/photo-2 copy.jpg", 1'300'000, root + "/Pictures/2024/photo-2.jpg");
+    write(root + "/Backup/old laptop/Music/track-01.flac", 3'100'000, root + "/Music/Album/track-01.flac");
 }
 
 } // namespace tessel

@@ -5,6 +5,8 @@
 #include <QGuiApplication>
 #include <QtConcurrent/QtConcurrentRun>
 
+#include <set>
+
 #include "TreeAccess.h"
 
 #include "DiskScanKit/FileManager.h"
@@ -34,7 +36,7 @@ AppSession::Dependencies AppSession::Dependencies::system(QSettings* settings, s
 AppSession::AppSession(Dependencies dependencies, QObject* parent)
     : QObject(parent), dependencies_(std::move(dependencies)),
       scan_(dependencies_.scanEnvironment, dependencies_.initialPath, this),
-      tools_(dependencies_.settings, changesEnvironment(), this),
+      tools_(dependencies_.settings, changesEnvironment(), dependencies_.home, this),
       overview_(dependencies_.settings, dependencies_.home, this), spaceMap_(dependencies_.settings, this), uninstall_(this),
       permissions_(this), notifications_(this), largeFiles_(dependencies_.settings, this),
       search_(dependencies_.settings, this) {
@@ -45,6 +47,8 @@ AppSession::AppSession(Dependencies dependencies, QObject* parent)
     pathRemoval_ = std::make_unique<PathRemovalModel>(removalEnvironment(), this);
     connect(removal_.get(), &DeletionModel::treeChanged, this, &AppSession::treeChanged);
     connect(pathRemoval_.get(), &PathRemovalModel::pathsRemoved, this, &AppSession::detachPaths);
+    connect(pathRemoval_.get(), &PathRemovalModel::pathsRestored, this, &AppSession::reattachPaths);
+    tools_.duplicates()->setRemoval(pathRemoval_.get());
     if (qGuiApp != nullptr)
         connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
             if (state != Qt::ApplicationActive) return;
@@ -127,7 +131,31 @@ void AppSession::detachPaths(const QStringList& paths) {
                 node = next;
                 rest = slash == std::string_view::npos ? std::string_view{} : rest.substr(slash + 1);
             }
-            if (node != nullptr) changed = node->detachFromTree().has_value() || changed;
+            if (node == nullptr) continue;
+            if (std::optional<FileNode::Detachment> detachment = node->detachFromTree()) {
+                detachedPaths_.emplace_back(path, *detachment);
+                changed = true;
+            }
+        }
+    }
+    if (changed) treeChanged();
+}
+
+void AppSession::reattachPaths(const QStringList& paths) {
+    std::set<std::string> restored;
+    for (const QString& path : paths) restored.insert(path.toStdString());
+    bool changed = false;
+    {
+        std::unique_lock changing(TreeAccess::lock());
+        // Newest first, so that each node finds its siblings as they were when it left.
+        for (auto entry = detachedPaths_.rbegin(); entry != detachedPaths_.rend();) {
+            if (!restored.contains(entry->first)) {
+                ++entry;
+                continue;
+            }
+            entry->second.node->reattach(entry->second);
+            entry = decltype(entry)(detachedPaths_.erase(std::next(entry).base()));
+            changed = true;
         }
     }
     if (changed) treeChanged();
@@ -151,6 +179,7 @@ void AppSession::handleCompletedScan() {
     const ScanResult* result = scan_.result();
     if (!id || result == nullptr || handledScan_ == id) return;
     handledScan_ = id;
+    detachedPaths_.clear();
     const std::string rootPath = result->root->path();
 
     recordSummary(*result);

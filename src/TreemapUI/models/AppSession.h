@@ -90,6 +90,8 @@ private:
     // After nodes left the tree or came back: every view and figure built on it follows.
     void treeChanged();
     void detachPaths(const QStringList& paths);
+    // What came back from the Trash rejoins the tree where it was.
+    void reattachPaths(const QStringList& paths);
 
     Dependencies dependencies_;
     ScanCoordinator scan_;
@@ -106,6 +108,8 @@ private:
     QThreadPool trashWorker_;
     std::unique_ptr<DeletionModel> removal_;
     std::unique_ptr<PathRemovalModel> pathRemoval_;
+    // Nodes the tools' removals took out of the present tree, oldest first.
+    std::vector<std::pair<std::string, FileNode::Detachment>> detachedPaths_;
     std::shared_ptr<MainThreadRelay> relay_ = MainThreadRelay::make(this);
 };
 

@@ -18,6 +18,7 @@ inline constexpr const char* lastRunVersion = "tessel.lastRunVersion";
 inline constexpr const char* lastScan = "tessel.lastScan";
 inline constexpr const char* countsVolumeTrash = "tessel.countsVolumeTrash";
 inline constexpr const char* reportTab = "tessel.report.tab";
+inline constexpr const char* sortDuplicates = "tessel.sort.duplicates";
 inline constexpr const char* quietRelaunch = "tessel.update.quietRelaunch";
 inline constexpr const char* alertsLowDisk = "tessel.alerts.lowDisk";
 inline constexpr const char* alertsLowDiskPercent = "tessel.alerts.lowDiskPercent";

@@ -11,6 +11,7 @@
 
 #include "ChangesModel.h"
 #include "DiskScanKit/FileNode.h"
+#include "DuplicatesModel.h"
 #include "ReportView.h"
 #include "ToolRooms.h"
 
@@ -23,15 +24,17 @@ class ToolModels : public QObject {
     Q_PROPERTY(QDateTime scannedAt READ scannedAt NOTIFY scanned)
     Q_PROPERTY(tessel::HiddenFilesModel* hidden READ hidden CONSTANT)
     Q_PROPERTY(tessel::ChangesModel* changes READ changes CONSTANT)
+    Q_PROPERTY(tessel::DuplicatesModel* duplicates READ duplicates CONSTANT)
     Q_PROPERTY(tessel::ReportView* report READ report CONSTANT)
     // The report room's tab: "changes" or "summary".
     Q_PROPERTY(QString reportTab READ reportTab WRITE setReportTab NOTIFY reportTabChanged)
 public:
-    ToolModels(QSettings* settings, ChangesModel::Environment changes, QObject* parent = nullptr);
+    ToolModels(QSettings* settings, ChangesModel::Environment changes, std::string home, QObject* parent = nullptr);
 
     QDateTime scannedAt() const { return scannedAt_; }
     HiddenFilesModel* hidden() { return &hidden_; }
     ChangesModel* changes() { return &changes_; }
+    DuplicatesModel* duplicates() { return &duplicates_; }
     ReportView* report() { return &report_; }
     QString reportTab() const;
     void setReportTab(const QString& tab);
@@ -47,6 +50,7 @@ private:
     QDateTime scannedAt_;
     HiddenFilesModel hidden_;
     ChangesModel changes_;
+    DuplicatesModel duplicates_;
     ReportView report_;
 };
 

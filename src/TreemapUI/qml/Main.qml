@@ -105,6 +105,7 @@ ApplicationWindow {
                 if (window.shell.room === "large") return largeFilesRoom
                 if (window.shell.room === "search") return searchRoom
                 if (window.shell.room === "hidden") return hiddenFilesRoom
+                if (window.shell.room === "duplicates") return duplicatesRoom
                 if (window.shell.room === "report" || window.shell.room === "changes") return reportRoom
                 return comingRoom
             }
@@ -136,6 +137,10 @@ ApplicationWindow {
     Component {
         id: hiddenFilesRoom
         HiddenFilesRoom { session: window.session }
+    }
+    Component {
+        id: duplicatesRoom
+        DuplicatesRoom { session: window.session }
     }
     Component {
         id: reportRoom
