@@ -1,5 +1,5 @@
 #pragma once
-// The Trash of Linux desktops, as the freedesktop.org Trash specification
+// The Trash of Linux desktops, as the freedesktop.org Trash standard
 // lays it out, so that the desktop's file manager and other tools see what
 // Tessel moved, with where it came from, and can put it back.
 
