@@ -267,11 +267,16 @@ bool precedes(const Rank& a, const Rank& b) {
     return a.path < b.path;
 }
 
-std::vector<std::string> folders(std::string_view home) {
+namespace {
+std::vector<std::string> loweredAll(const std::vector<std::string_view>& parts) {
     std::vector<std::string> lower;
-    for (std::string_view part : components(home)) lower.push_back(lowered(part));
+    lower.reserve(parts.size());
+    for (std::string_view part : parts) lower.push_back(lowered(part));
     return lower;
 }
+} // namespace
+
+std::vector<std::string> folders(std::string_view home) { return loweredAll(components(home)); }
 
 std::size_t startingPoint(const std::vector<std::string>& lowerComponents,
                           const std::vector<std::string>& homeFolders) {
@@ -292,9 +297,7 @@ Rank rank(std::string_view path, const std::vector<std::string>& homeFolders) {
     result.path = std::string(path);
     const std::vector<std::string_view> parts = components(path);
     if (parts.empty()) return result;
-    std::vector<std::string> lower;
-    lower.reserve(parts.size());
-    for (std::string_view part : parts) lower.push_back(lowered(part));
+    const std::vector<std::string> lower = loweredAll(parts);
 
     const std::size_t start = startingPoint(lower, homeFolders);
     const std::vector<std::string> folderNames(lower.begin() + static_cast<std::ptrdiff_t>(start), lower.end() - 1);
@@ -304,6 +307,13 @@ Rank rank(std::string_view path, const std::vector<std::string>& homeFolders) {
     result.nameLooksCopied = endsWithCounter(stem) || hasCopyMarker(stem, false);
     result.copiedFolders = static_cast<int>(std::count_if(folderNames.begin(), folderNames.end(), folderLooksCopied));
     return result;
+}
+
+std::string ownFolder(std::string_view path, const std::vector<std::string>& homeFolders) {
+    const std::vector<std::string_view> parts = components(path);
+    const std::size_t start = startingPoint(loweredAll(parts), homeFolders);
+    // The last component is the file itself, never its folder.
+    return start + 1 < parts.size() ? std::string(parts[start]) : std::string();
 }
 
 bool endsWithCounter(std::string_view name) {

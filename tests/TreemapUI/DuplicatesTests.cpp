@@ -17,7 +17,7 @@
 #include "DiskScanKit/DiskScanner.h"
 #include "DuplicatesModel.h"
 #include "Fixture.h"
-#include "linux/FreedesktopTrash.h"
+#include "RemovalHome.h"
 
 using namespace tessel;
 using namespace tessel::test;
@@ -148,21 +148,13 @@ TEST(DuplicateChoicesOrder, EachOrderWithStableTies) {
 
 namespace {
 
-class DuplicatesRoom : public testing::Test {
+class DuplicatesRoom : public RemovalHome {
 protected:
-    TempFolder folder;
-    std::string home = folder / "home";
     QTemporaryDir settingsFolder;
     QSettings settings{settingsFolder.filePath("settings.ini"), QSettings::IniFormat};
-    FreedesktopTrash bin{{home, home + "/.local/share", geteuid(), {}}};
-    LocalFileManager files;
-    QThreadPool worker;
-    AppNotifications notices;
-    RemovalEnvironment environment{{home, std::nullopt, Platform::linuxOS, {}}, &files, &bin, &worker, &notices, "", {}};
     ScanResult scan;
 
     void SetUp() override {
-        worker.setMaxThreadCount(1);
         for (const char* place : {"", "/Documents", "/Documents/Projects", "/Downloads", "/Desktop", "/Music", "/Backup"})
             makeFolder(home + place);
         writeSeeded(home + "/Documents/Projects/plan.bin", 1'500'000, 1);
@@ -183,10 +175,6 @@ protected:
     }
     static QVariantList filesOf(DuplicatesModel& model, int row) {
         return model.groups()->data(model.groups()->index(row), DuplicateGroupList::filesRole).toList();
-    }
-    static void waitFor(RemovalModel& model) {
-        QSignalSpy done(&model, &RemovalModel::finished);
-        ASSERT_TRUE(done.wait(5000));
     }
 };
 

@@ -8,26 +8,18 @@
 #include "DeletionModel.h"
 #include "DiskScanKit/DiskScanner.h"
 #include "Fixture.h"
-#include "linux/FreedesktopTrash.h"
+#include "RemovalHome.h"
 
 using namespace tessel;
 using namespace tessel::test;
 
 namespace {
 
-class Removing : public testing::Test {
+class Removing : public RemovalHome {
 protected:
-    TempFolder folder;
-    std::string home = folder / "home";
-    FreedesktopTrash bin{{home, home + "/.local/share", geteuid(), {}}};
-    LocalFileManager files;
-    QThreadPool worker;
-    AppNotifications notices;
-    RemovalEnvironment environment{{home, std::nullopt, Platform::linuxOS, {}}, &files, &bin, &worker, &notices, "", {}};
     ScanResult scan;
 
     void SetUp() override {
-        worker.setMaxThreadCount(1);
         makeFolder(home);
         makeFolder(home + "/photos");
         writeFile(home + "/photos/a.jpg", 3 << 20);
@@ -48,10 +40,6 @@ protected:
             start = slash == std::string::npos ? relative.size() : slash + 1;
         }
         return current;
-    }
-    static void waitFor(RemovalModel& model) {
-        QSignalSpy done(&model, &RemovalModel::finished);
-        ASSERT_TRUE(done.wait(5000));
     }
 };
 

@@ -13,11 +13,7 @@ namespace tessel {
 
 namespace {
 
-QString dateText(double date) {
-    const auto since = ReferenceDate::timePoint(date).time_since_epoch();
-    const QDateTime when = QDateTime::fromMSecsSinceEpoch(std::chrono::duration_cast<std::chrono::milliseconds>(since).count());
-    return when.toLocalTime().toString(QStringLiteral("d MMM yyyy, HH:mm"));
-}
+QString dateText(double date) { return localDate(ReferenceDate::timePoint(date), QStringLiteral("d MMM yyyy, HH:mm")); }
 
 QString sizeText(std::int64_t bytes) { return toQString(ByteFormat::string(bytes)); }
 

@@ -1,6 +1,6 @@
 #include "DuplicateChoices.h"
 
-#include <QDateTime>
+#include "QtText.h"
 
 #include <algorithm>
 #include <cctype>
@@ -9,34 +9,9 @@ namespace tessel::DuplicateChoices {
 
 namespace {
 
-std::vector<std::string> componentsOf(const std::string& path) {
-    std::vector<std::string> parts;
-    std::size_t start = 0;
-    while (start <= path.size()) {
-        const std::size_t end = std::min(path.find('/', start), path.size());
-        if (end > start) parts.push_back(path.substr(start, end - start));
-        start = end + 1;
-    }
-    return parts;
-}
-
 std::string lowered(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return text;
-}
-
-// The folder the path lies in at the start of the user's own part, as it is spelled on disk.
-std::string firstOwnFolder(const std::string& path, const std::string& home) {
-    const std::vector<std::string> parts = componentsOf(path);
-    std::vector<std::string> lower;
-    for (const std::string& part : parts) lower.push_back(lowered(part));
-    const std::size_t start = KeeperRule::startingPoint(lower, KeeperRule::folders(home));
-    return start < parts.size() ? parts[start] : std::string();
-}
-
-std::string dayText(std::chrono::system_clock::time_point when) {
-    const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(when.time_since_epoch()).count();
-    return QDateTime::fromMSecsSinceEpoch(milliseconds).toLocalTime().toString(QStringLiteral("d MMM yyyy")).toStdString();
 }
 
 } // namespace
@@ -70,7 +45,7 @@ std::size_t keeperIndex(const DuplicateGroup& group, Keeping keeping) {
 std::string keeperReason(const DuplicateGroup& group, std::size_t keeper, Keeping keeping, const std::string& home) {
     if (keeper >= group.files.size()) return {};
     const DuplicateFile& kept = group.files[keeper];
-    if (keeping == Keeping::oldest) return "Kept as the oldest copy, last changed " + dayText(kept.modified) + ".";
+    if (keeping == Keeping::oldest) return "Kept as the oldest copy, last changed " + localDate(kept.modified, QStringLiteral("d MMM yyyy")).toStdString() + ".";
     if (group.files.size() < 2) return "Kept: the only copy left.";
     const std::vector<std::string> homeFolders = KeeperRule::folders(home);
     const KeeperRule::Rank best = KeeperRule::rank(kept.path, homeFolders);
@@ -78,8 +53,8 @@ std::string keeperReason(const DuplicateGroup& group, std::size_t keeper, Keepin
     if (best.place != next.place) {
         switch (best.place) {
         case KeeperRule::Place::organised:
-            return "Kept: it is filed in a folder inside " + firstOwnFolder(kept.path, home) + ".";
-        case KeeperRule::Place::standardFolder: return "Kept: it sits in " + firstOwnFolder(kept.path, home) + ".";
+            return "Kept: it is filed in a folder inside " + KeeperRule::ownFolder(kept.path, homeFolders) + ".";
+        case KeeperRule::Place::standardFolder: return "Kept: it sits in " + KeeperRule::ownFolder(kept.path, homeFolders) + ".";
         case KeeperRule::Place::elsewhere:
         case KeeperRule::Place::downloads: return "Kept: the other copies came in through Downloads.";
         }

@@ -15,20 +15,8 @@ namespace {
 
 QString sizeText(std::int64_t bytes) { return toQString(ByteFormat::string(bytes)); }
 
-QString dayText(std::chrono::system_clock::time_point when) {
-    const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(when.time_since_epoch()).count();
-    return QDateTime::fromMSecsSinceEpoch(milliseconds).toLocalTime().toString(QStringLiteral("d MMM yyyy"));
-}
-
-// "~/Music/Album" for a folder in the home, which is shorter and reads as the user's own.
-QString folderText(const std::string& folder, const std::string& home) {
-    if (!home.empty() && home != "/" && (folder == home || folder.starts_with(home + "/")))
-        return QStringLiteral("~") + toQString(std::string_view(folder).substr(home.size()));
-    return toQString(folder);
-}
-
 QString counted(std::int64_t count, const char* one, const char* many) {
-    return QStringLiteral("%L1 %2").arg(count).arg(QLatin1String(count == 1 ? one : many));
+    return groupedCount(count) + QLatin1Char(' ') + QLatin1String(count == 1 ? one : many);
 }
 
 } // namespace
@@ -196,7 +184,7 @@ void DuplicatesModel::received(DuplicateReport report) {
     gone_.clear();
     keepers_.clear();
     ticked_.clear();
-    rebuild();
+    refreshShown();
     chooseKeepers(keeping_);
     progressText_.clear();
     fraction_ = 1;
@@ -204,7 +192,7 @@ void DuplicatesModel::received(DuplicateReport report) {
     setState(report_->wasCancelled ? QStringLiteral("stopped") : QStringLiteral("done"));
 }
 
-void DuplicatesModel::rebuild() {
+void DuplicatesModel::refreshShown() {
     shown_.clear();
     if (report_)
         for (const DuplicateGroup& group : report_->groups)
@@ -217,6 +205,9 @@ void DuplicatesModel::rebuild() {
                                          [&](const DuplicateFile& file) { return file.path == keeper->second; });
         if (!present) keepers_[group.id] = group.files[DuplicateChoices::keeperIndex(group, keeping_)].path;
     }
+}
+
+void DuplicatesModel::publish() {
     std::vector<DuplicateGroupList::Row> rows;
     rows.reserve(shown_.size());
     for (std::size_t index = 0; index < shown_.size(); ++index) rows.push_back(rowFor(index));
@@ -235,7 +226,8 @@ void DuplicatesModel::chooseKeepers(DuplicateChoices::Keeping keeping) {
             else ticked_.insert(file.path);
         }
     }
-    rebuild();
+    // Choosing keepers changes neither the groups nor their order, only their rows.
+    publish();
 }
 
 void DuplicatesModel::keepOriginal() { chooseKeepers(DuplicateChoices::Keeping::original); }
@@ -354,10 +346,10 @@ DuplicateGroupList::Row DuplicatesModel::rowFor(std::size_t index) const {
         return QVariantMap{
             {QStringLiteral("path"), toQString(file.path)},
             {QStringLiteral("name"), toQString(file.path.substr(slash + 1))},
-            {QStringLiteral("folder"), folderText(file.path.substr(0, slash), environment_.home)},
+            {QStringLiteral("folder"), homeRelative(toQString(file.path.substr(0, slash)), toQString(environment_.home))},
             {QStringLiteral("size"), sizeText(file.allocatedBytes)},
             {QStringLiteral("sharing"), toQString(sharingWords(file))},
-            {QStringLiteral("modified"), dayText(file.modified)},
+            {QStringLiteral("modified"), localDate(file.modified, QStringLiteral("d MMM yyyy"))},
             {QStringLiteral("isKeeper"), isKeeper},
             {QStringLiteral("reason"), isKeeper ? toQString(DuplicateChoices::keeperReason(group, keeper, keeping_, environment_.home)) : QString()},
             {QStringLiteral("ticked"), ticked_.contains(file.path)},

@@ -129,8 +129,14 @@ private:
     void setState(const QString& state);
     void received(DuplicateReport report);
     void progressed(const DuplicateScanProgress& progress);
-    // Rebuilds the shown groups from the report, without what went, keeping ticks.
-    void rebuild();
+    // The shown groups from the report, without what went, in order, each with its keeper; ticks stay.
+    void refreshShown();
+    // The rows of the shown groups, to the view.
+    void publish();
+    void rebuild() {
+        refreshShown();
+        publish();
+    }
     void chooseKeepers(DuplicateChoices::Keeping keeping);
     DuplicateGroupList::Row rowFor(std::size_t index) const;
     void stopRunning();

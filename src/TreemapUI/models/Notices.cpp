@@ -1,9 +1,9 @@
 #include "Notices.h"
 
 #include <QDir>
-#include <QLocale>
 
 #include "DiskScanKit/ByteFormat.h"
+#include "QtText.h"
 
 namespace tessel::Notices {
 
@@ -11,25 +11,6 @@ namespace {
 
 // How many skipped folders the detail names before it only counts the rest.
 constexpr qsizetype namedFolders = 3;
-
-// Counts in the user's locale, always grouped: the C locale leaves the
-// separators out by default, and "12345 folders" is hard to read at a glance.
-QString counted(qint64 value) {
-    QLocale locale;
-    locale.setNumberOptions(locale.numberOptions().setFlag(QLocale::OmitGroupSeparator, false));
-    return locale.toString(value);
-}
-
-// The home folder reads as "~", as people type it; only a whole leading
-// component counts, so "/home/ann2" stays as it is when home is "/home/ann".
-QString shownPath(const QString& path) {
-    const QString home = QDir::homePath();
-    if (home.isEmpty() || home == QLatin1String("/")) return path;
-    if (path == home) return QStringLiteral("~");
-    if (path.startsWith(home) && path.at(home.size()) == QLatin1Char('/'))
-        return QLatin1Char('~') + path.mid(home.size());
-    return path;
-}
 
 } // namespace
 
@@ -43,14 +24,14 @@ AppNotification foldersSkipped(const QStringList& paths, std::function<void()> s
     notice.kind = AppNotification::Kind::warning;
     notice.title = paths.size() == 1
         ? QStringLiteral("Skipped a folder that did not respond")
-        : QStringLiteral("Skipped ") + counted(paths.size()) + QStringLiteral(" folders that did not respond");
+        : QStringLiteral("Skipped ") + groupedCount(paths.size()) + QStringLiteral(" folders that did not respond");
     if (!paths.isEmpty()) {
         QStringList shown;
-        for (const QString& path : paths.first(std::min(paths.size(), namedFolders))) shown << shownPath(path);
+        for (const QString& path : paths.first(std::min(paths.size(), namedFolders))) shown << homeRelative(path, QDir::homePath());
         // The tail stands in for the last name, so the sentence keeps a single
         // " and ": five paths read "a, b, c and 2 more", not "a, b and c and 2 more".
         if (paths.size() > namedFolders)
-            shown << counted(paths.size() - namedFolders) + QStringLiteral(" more");
+            shown << groupedCount(paths.size() - namedFolders) + QStringLiteral(" more");
         notice.detail = list(shown);
     }
     notice.actionTitle = QStringLiteral("Scan Again");
@@ -62,7 +43,7 @@ AppNotification foldersSkipped(const QStringList& paths, std::function<void()> s
 AppNotification accessIncomplete(qint64 unreadable, std::function<void()> openSettings) {
     AppNotification notice;
     notice.kind = AppNotification::Kind::warning;
-    notice.title = counted(unreadable) + QStringLiteral(" folders could not be read");
+    notice.title = groupedCount(unreadable) + QStringLiteral(" folders could not be read");
     notice.detail = QStringLiteral("Without Full Disk Access this total is short.");
     notice.actionTitle = QStringLiteral("Open Settings");
     notice.action = std::move(openSettings);
@@ -87,7 +68,7 @@ QString noun(qint64 count) { return count == 1 ? QStringLiteral("item") : QStrin
 AppNotification removed(qint64 count, qint64 bytes, std::function<void()> undo) {
     AppNotification notice;
     notice.kind = AppNotification::Kind::success;
-    notice.title = QStringLiteral("Moved %1 %2 to the Trash").arg(counted(count), noun(count));
+    notice.title = QStringLiteral("Moved %1 %2 to the Trash").arg(groupedCount(count), noun(count));
     notice.detail = QString::fromStdString(ByteFormat::string(bytes)) + " in the Trash. Empty it to get the space back.";
     notice.actionTitle = QStringLiteral("Put Back");
     notice.action = std::move(undo);
@@ -99,7 +80,7 @@ AppNotification removed(qint64 count, qint64 bytes, std::function<void()> undo) 
 AppNotification restored(qint64 count) {
     AppNotification notice;
     notice.kind = AppNotification::Kind::success;
-    notice.title = QStringLiteral("Put %1 %2 back").arg(counted(count), noun(count));
+    notice.title = QStringLiteral("Put %1 %2 back").arg(groupedCount(count), noun(count));
     notice.duration = 6;
     notice.symbol = QStringLiteral("arrow.uturn.backward");
     return notice;
@@ -108,7 +89,7 @@ AppNotification restored(qint64 count) {
 AppNotification partialFailure(qint64 count, const QString& first) {
     AppNotification notice;
     notice.kind = AppNotification::Kind::failure;
-    notice.title = QStringLiteral("%1 %2 could not be moved").arg(counted(count), noun(count));
+    notice.title = QStringLiteral("%1 %2 could not be moved").arg(groupedCount(count), noun(count));
     notice.detail = first;
     notice.symbol = QStringLiteral("exclamationmark.triangle.fill");
     return notice;
@@ -117,7 +98,7 @@ AppNotification partialFailure(qint64 count, const QString& first) {
 AppNotification shownInFileManager(qint64 count) {
     AppNotification notice;
     notice.kind = AppNotification::Kind::info;
-    notice.title = (count == 1 ? QStringLiteral("Selected") : QStringLiteral("%1 items selected").arg(counted(count))) +
+    notice.title = (count == 1 ? QStringLiteral("Selected") : QStringLiteral("%1 items selected").arg(groupedCount(count))) +
                    " in Files";
     notice.detail = QStringLiteral("Move %1 to the Trash in Files. It asks an administrator's password where one is "
                                    "needed. If Files says it will delete something immediately, it will not be kept "

@@ -139,6 +139,10 @@ std::vector<std::string> folders(std::string_view home);
 std::size_t startingPoint(const std::vector<std::string>& lowerComponents,
                           const std::vector<std::string>& homeFolders);
 Rank rank(std::string_view path, const std::vector<std::string>& homeFolders);
+// The folder a path lies in where the user's own part begins, as it is
+// spelled on disk ("Documents" for ~/Documents/Taxes/a.pdf); empty when the
+// path has no folder there.
+std::string ownFolder(std::string_view path, const std::vector<std::string>& homeFolders);
 // "report (2)": a closing ")" after digits after "(".
 bool endsWithCounter(std::string_view name);
 // A copy word ("copy", "conflicted", ...) as a word of the name; with
