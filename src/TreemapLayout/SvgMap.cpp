@@ -41,6 +41,7 @@
 #include <vector>
 
 #include "DiskScanKit/ByteFormat.h"
+#include "DiskScanKit/NameBytes.h"
 #include "TreemapLayout/CardLayout.h"
 #include "TreemapLayout/MapItem.h"
 #include "TreemapLayout/TreemapLayout.h"
@@ -63,47 +64,6 @@ constexpr double headerTextInset = 4;
 // Where a symbol stands in for the kind's icon, which only the app can draw.
 constexpr double symbolOpacity = 0.28;
 
-bool continuation(unsigned char byte) { return (byte & 0xC0) == 0x80; }
-
-// The length of the well-formed UTF-8 sequence at `text[at]`, or 0.
-std::size_t sequenceLength(std::string_view text, std::size_t at) {
-    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    const unsigned char lead = byte(at);
-    const std::size_t left = text.size() - at;
-    if (lead < 0x80) return 1;
-    if (lead >= 0xC2 && lead <= 0xDF) return left >= 2 && continuation(byte(at + 1)) ? 2 : 0;
-    if (lead >= 0xE0 && lead <= 0xEF) {
-        if (left < 3 || !continuation(byte(at + 1)) || !continuation(byte(at + 2))) return 0;
-        if (lead == 0xE0 && byte(at + 1) < 0xA0) return 0; // overlong
-        if (lead == 0xED && byte(at + 1) > 0x9F) return 0; // surrogate
-        return 3;
-    }
-    if (lead >= 0xF0 && lead <= 0xF4) {
-        if (left < 4 || !continuation(byte(at + 1)) || !continuation(byte(at + 2)) || !continuation(byte(at + 3)))
-            return 0;
-        if (lead == 0xF0 && byte(at + 1) < 0x90) return 0; // overlong
-        if (lead == 0xF4 && byte(at + 1) > 0x8F) return 0; // above U+10FFFF
-        return 4;
-    }
-    return 0;
-}
-
-std::uint32_t codePoint(std::string_view sequence) {
-    const auto byte = [&](std::size_t i) {
-        return static_cast<std::uint32_t>(static_cast<unsigned char>(sequence[i]));
-    };
-    switch (sequence.size()) {
-    case 1:
-        return byte(0);
-    case 2:
-        return (byte(0) & 0x1F) << 6 | (byte(1) & 0x3F);
-    case 3:
-        return (byte(0) & 0x0F) << 12 | (byte(1) & 0x3F) << 6 | (byte(2) & 0x3F);
-    default:
-        return (byte(0) & 0x07) << 18 | (byte(1) & 0x3F) << 12 | (byte(2) & 0x3F) << 6 | (byte(3) & 0x3F);
-    }
-}
-
 bool unwelcome(std::uint32_t point) {
     return point < 0x20 || (point >= 0x7F && point <= 0x9F) || point == 0xFFFE || point == 0xFFFF;
 }
@@ -114,14 +74,14 @@ std::vector<std::string> characters(std::string_view text) {
     out.reserve(text.size());
     std::size_t at = 0;
     while (at < text.size()) {
-        const std::size_t length = sequenceLength(text, at);
+        const std::size_t length = Utf8::sequenceLength(text.substr(at));
         if (length == 0) {
             out.emplace_back(replacement);
             ++at;
             continue;
         }
         const std::string_view sequence = text.substr(at, length);
-        if (unwelcome(codePoint(sequence))) out.emplace_back(replacement);
+        if (unwelcome(Utf8::codePoint(sequence))) out.emplace_back(replacement);
         else out.emplace_back(sequence);
         at += length;
     }

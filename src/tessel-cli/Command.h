@@ -22,6 +22,8 @@ const std::vector<Command>& commands();
 
 // The options every scanning command takes, as its help lists them.
 extern const char* const scanOptionsHelp;
+// How names that are not UTF-8 travel in --json output.
+extern const char* const namesInJsonHelp;
 
 // "tessel: " and the sentence, on standard error.
 void printError(const std::string& sentence);

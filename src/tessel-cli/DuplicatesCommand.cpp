@@ -64,11 +64,14 @@ std::string phaseText(const DuplicateScanProgress& now, double elapsed) {
 
 nlohmann::ordered_json groupJson(const DuplicateGroup& group) {
     nlohmann::ordered_json files = nlohmann::ordered_json::array();
-    for (const DuplicateFile& file : group.files)
-        files.push_back({{"path", file.path},
-                         {"allocatedBytes", file.allocatedBytes},
-                         {"sharing", std::string(sharingName(file.sharing.kind))},
-                         {"otherNames", file.otherNames}});
+    for (const DuplicateFile& file : group.files) {
+        nlohmann::ordered_json entry;
+        putName(entry, "path", file.path);
+        entry["allocatedBytes"] = file.allocatedBytes;
+        entry["sharing"] = std::string(sharingName(file.sharing.kind));
+        putNames(entry, "otherNames", file.otherNames);
+        files.push_back(std::move(entry));
+    }
     return {{"id", group.id},
             {"logicalSize", group.logicalSize},
             {"reclaimableBytes", group.reclaimableBytes},

@@ -8,6 +8,7 @@
 #include "TerminalText.h"
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/FileNode.h"
+#include "DiskScanKit/NameBytes.h"
 
 namespace tessel::cli {
 
@@ -23,15 +24,43 @@ void printRows(const std::vector<FileNode*>& nodes, const char* indent) {
                     printable(node->path()).c_str());
 }
 
+void putName(nlohmann::ordered_json& object, const std::string& key, std::string_view name) {
+    if (Utf8::isValid(name)) {
+        object[key] = name;
+        return;
+    }
+    object[key] = Utf8::repaired(name);
+    object[key + "Bytes"] = Base64::encode(name);
+}
+
+void putNames(nlohmann::ordered_json& object, const std::string& key, const std::vector<std::string>& names) {
+    nlohmann::ordered_json shown = nlohmann::ordered_json::array();
+    nlohmann::ordered_json bytes = nlohmann::ordered_json::array();
+    bool exact = true;
+    for (const std::string& name : names) {
+        exact = exact && Utf8::isValid(name);
+        shown.push_back(Utf8::repaired(name));
+        bytes.push_back(Base64::encode(name));
+    }
+    object[key] = std::move(shown);
+    if (!exact) object[key + "Bytes"] = std::move(bytes);
+}
+
 nlohmann::ordered_json nodeItems(const std::vector<FileNode*>& nodes) {
     nlohmann::ordered_json list = nlohmann::ordered_json::array();
-    for (const FileNode* node : nodes)
-        list.push_back({{"path", node->path()}, {"bytes", node->totalBytes()}, {"isDirectory", node->isDirectory()}});
+    for (const FileNode* node : nodes) {
+        nlohmann::ordered_json item;
+        putName(item, "path", node->path());
+        item["bytes"] = node->totalBytes();
+        item["isDirectory"] = node->isDirectory();
+        list.push_back(std::move(item));
+    }
     return list;
 }
 
 void printJson(const nlohmann::ordered_json& report) {
-    // Names that are not UTF-8 can't travel in JSON as they are; their bad bytes become U+FFFD.
+    // Names arrive repaired, with their bytes beside them (putName); the
+    // replacement here only guards a field that forgot to.
     std::cout << report.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) << '\n';
 }
 

@@ -4,6 +4,7 @@
 
 #include <nlohmann/json.hpp>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Arguments.h"
@@ -19,6 +20,13 @@ int listLimit(const Arguments& arguments, int byDefault);
 
 // "  1.2 MB  /path", the size padded so that the paths line up, after `indent`.
 void printRows(const std::vector<FileNode*>& nodes, const char* indent);
+
+// Sets `key` to `name` as valid UTF-8 and, where the name is not UTF-8, adds
+// `key` + "Bytes": its exact bytes in base64, so a script can still act on it.
+void putName(nlohmann::ordered_json& object, const std::string& key, std::string_view name);
+// The same for a list of names: `key` + "Bytes" holds every name's bytes, in
+// order, when any of them is not UTF-8.
+void putNames(nlohmann::ordered_json& object, const std::string& key, const std::vector<std::string>& names);
 
 // [{"path", "bytes", "isDirectory"}, ...]
 nlohmann::ordered_json nodeItems(const std::vector<FileNode*>& nodes);

@@ -21,12 +21,17 @@ const std::vector<OptionSpec> scanOptions = withScanOptions({{"json", false}});
 void printReport(const ScanResult& result, const ScanReport::Inventory& inventory) {
     auto items = [](const std::vector<FileNode*>& nodes) {
         nlohmann::ordered_json list = nlohmann::ordered_json::array();
-        for (const FileNode* node : nodes)
-            list.push_back({{"path", node->path()}, {"bytes", node->totalBytes()}});
+        for (const FileNode* node : nodes) {
+            nlohmann::ordered_json item;
+            putName(item, "path", node->path());
+            item["bytes"] = node->totalBytes();
+            list.push_back(std::move(item));
+        }
         return list;
     };
-    nlohmann::ordered_json report{
-        {"root", result.root->path()},
+    nlohmann::ordered_json report;
+    putName(report, "root", result.root->path());
+    report.update(nlohmann::ordered_json{
         {"bytes", result.bytes},
         {"files", result.files},
         {"directories", result.directories},
@@ -34,11 +39,11 @@ void printReport(const ScanResult& result, const ScanReport::Inventory& inventor
         {"hardLinkBytesSkipped", result.hardLinkBytesSkipped},
         {"unreadableDirectories", result.unreadableDirectories},
         {"cloudOnlyDirectories", result.cloudOnlyDirectories},
-        {"stalledPaths", result.stalledPaths},
-        {"duration", result.duration},
-        {"largestFolders", items(inventory.folders)},
-        {"largestFiles", items(inventory.files)},
-    };
+    });
+    putNames(report, "stalledPaths", result.stalledPaths);
+    report["duration"] = result.duration;
+    report["largestFolders"] = items(inventory.folders);
+    report["largestFiles"] = items(inventory.files);
     printJson(report);
 }
 

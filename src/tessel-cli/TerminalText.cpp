@@ -2,30 +2,15 @@
 
 #include <cstdio>
 
+#include "DiskScanKit/NameBytes.h"
+
 namespace tessel::cli {
 
 namespace {
 
-// Length of the valid UTF-8 sequence at the start of `text`, or 0.
-std::size_t utf8SequenceLength(std::string_view text) {
-    auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    unsigned char lead = byte(0);
-    std::size_t length = lead < 0x80 ? 1 : (lead >> 5) == 0x6 ? 2 : (lead >> 4) == 0xe ? 3 : (lead >> 3) == 0x1e ? 4 : 0;
-    if (length == 0 || length > text.size()) return 0;
-    for (std::size_t i = 1; i < length; ++i)
-        if ((byte(i) & 0xc0) != 0x80) return 0;
-    if (length == 2 && lead < 0xc2) return 0; // overlong
-    if (length == 3) {
-        unsigned second = byte(1);
-        if (lead == 0xe0 && second < 0xa0) return 0;                 // overlong
-        if (lead == 0xed && second >= 0xa0) return 0;                // surrogate
-    }
-    if (length == 4) {
-        unsigned second = byte(1);
-        if ((lead == 0xf0 && second < 0x90) || lead > 0xf4 || (lead == 0xf4 && second >= 0x90)) return 0;
-    }
-    return length;
-}
+// Characters that reorder the text around them on screen: a name holding one
+// can make what follows it read backwards ("exe.txt" shown for "txt.exe").
+bool isBidiControl(char32_t point) { return (point >= 0x202A && point <= 0x202E) || (point >= 0x2066 && point <= 0x2069); }
 
 } // namespace
 
@@ -34,7 +19,7 @@ std::string printable(std::string_view text) {
     shown.reserve(text.size());
     char escape[8];
     while (!text.empty()) {
-        std::size_t length = utf8SequenceLength(text);
+        const std::size_t length = Utf8::sequenceLength(text);
         auto lead = static_cast<unsigned char>(text[0]);
         // U+0080 to U+009F are valid UTF-8, yet some terminals obey them as they obey
         // ESC (U+009B is a one-character CSI), so they are escaped byte by byte too.
@@ -48,6 +33,12 @@ std::string printable(std::string_view text) {
                 shown += escape;
             }
             text.remove_prefix(1);
+            continue;
+        }
+        if (length == 3 && isBidiControl(Utf8::codePoint(text.substr(0, 3)))) {
+            std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(Utf8::codePoint(text.substr(0, 3))));
+            shown += escape;
+            text.remove_prefix(3);
             continue;
         }
         if (lead == '\\') shown += '\\';

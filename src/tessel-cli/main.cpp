@@ -20,6 +20,13 @@ const char* const scanOptionsHelp =
     "  --include-trash        enter volume trash folders too\n"
     "  --stall-timeout SECS   give up on a folder silent this long (default 30)\n";
 
+const char* const namesInJsonHelp =
+    "\n"
+    "Names in --json output are UTF-8 text. A name that is not valid UTF-8 is shown\n"
+    "with U+FFFD for each bad byte, and its exact bytes follow in base64 under the\n"
+    "same key with \"Bytes\" added (\"path\" and \"pathBytes\"; for a list such as\n"
+    "\"otherNames\", \"otherNamesBytes\" holds every name of it in order).\n";
+
 const std::vector<Command>& commands() {
     static const std::vector<Command> list{
         {"scan", "Scan a folder and show where its space goes",
@@ -30,7 +37,7 @@ const std::vector<Command>& commands() {
          "Hard links count once; other disks mounted inside PATH are not entered.\n"
          "\n"
          "  --json                 print one JSON object instead of text\n")
-             + scanOptionsHelp,
+             + scanOptionsHelp + namesInJsonHelp,
          runScan},
         {"largest", "List the largest files or folders under a folder",
          std::string("usage: tessel largest [options] PATH\n"
@@ -43,7 +50,7 @@ const std::vector<Command>& commands() {
          "  --limit N              how many to list (default 20)\n"
          "  --folders              list folders instead of files\n"
          "  --json                 print {\"items\": [{\"path\", \"bytes\", \"isDirectory\"}]}\n")
-             + scanOptionsHelp,
+             + scanOptionsHelp + namesInJsonHelp,
          runLargest},
         {"search", "Find files and folders under a folder by name and size",
          std::string("usage: tessel search [options] PATH TEXT\n"
@@ -64,7 +71,7 @@ const std::vector<Command>& commands() {
          "                         order of the list (default largest)\n"
          "  --limit N              how many to list (default 20); the totals count all\n"
          "  --json                 print {\"totalMatched\", \"totalBytes\", \"truncated\", \"matches\"}\n")
-             + scanOptionsHelp,
+             + scanOptionsHelp + namesInJsonHelp,
          runSearch},
         {"map", "Draw a folder's map as an SVG picture",
          std::string("usage: tessel map [options] PATH --svg FILE\n"
@@ -90,7 +97,8 @@ const std::vector<Command>& commands() {
          "and something inside it are one move. Exit status 1 when anything stayed.\n"
          "\n"
          "  --dry-run              show the plan, move nothing\n"
-         "  --json                 print {\"allowed\", \"refused\", \"receipts\", \"failures\"}\n",
+         "  --json                 print {\"allowed\", \"refused\", \"receipts\", \"failures\"}\n"
+             + std::string(namesInJsonHelp),
          runTrash},
         {"report", "Save a scan as a spreadsheet or a web page",
          std::string("usage: tessel report [options] PATH (--csv FILE | --html FILE | --summary)...\n"
@@ -124,7 +132,7 @@ const std::vector<Command>& commands() {
          "                         \"totalReclaimableBytes\", \"filesExamined\", \"unreadable\",\n"
          "                         \"wasCancelled\", \"duration\"}; sharing is hardLinked, clone,\n"
          "                         unshared or partial, the keeper comes first\n")
-             + scanOptionsHelp,
+             + scanOptionsHelp + namesInJsonHelp,
          runDuplicates},
         {"snapshot", "Scan a folder and keep a snapshot of it",
          std::string("usage: tessel snapshot [options] PATH\n"
@@ -139,7 +147,8 @@ const std::vector<Command>& commands() {
          "\n"
          "Lists the snapshots of PATH, newest first: when, how large it was, and the file.\n"
          "\n"
-         "  --json                 print {\"root\", \"snapshots\": [{\"date\", \"totalBytes\", \"path\"}]}\n",
+         "  --json                 print {\"root\", \"snapshots\": [{\"date\", \"totalBytes\", \"path\"}]}\n"
+             + std::string(namesInJsonHelp),
          runSnapshots},
         {"changes", "Show what grew or shrank since the last snapshot",
          std::string("usage: tessel changes [options] PATH\n"
@@ -152,7 +161,7 @@ const std::vector<Command>& commands() {
          "                         \"changes\": [{\"path\", \"oldBytes\", \"newBytes\", \"kind\"}]};\n"
          "                         kind is grew, shrank, appeared or disappeared, dates\n"
          "                         are ISO 8601 in UTC\n")
-             + scanOptionsHelp,
+             + scanOptionsHelp + namesInJsonHelp,
          runChanges},
     };
     return list;
