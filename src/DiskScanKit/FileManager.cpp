@@ -7,7 +7,7 @@
 
 #include <cstring>
 
-#include "DiskScanKit/Paths.h"
+#include "DiskScanKit/AnchoredPath.h"
 
 namespace tessel {
 
@@ -28,27 +28,21 @@ bool FileManager::exists(const std::string& path) const {
     return lstat(path.c_str(), &info) == 0;
 }
 
-std::optional<bool> FileManager::isFolderEntry(const std::string& path) const {
-    struct stat info {};
-    if (lstat(path.c_str(), &info) != 0) return std::nullopt;
-    return S_ISDIR(info.st_mode);
-}
-
-bool FileManager::isDeletable(const std::string& path) const {
-    const std::string normal = Paths::standardized(path);
-    if (normal == "/") return false;
-    const std::size_t slash = normal.rfind('/');
-    const std::string folder = slash == 0 ? std::string("/") : normal.substr(0, slash);
-    if (access(folder.c_str(), W_OK | X_OK) != 0) return false;
+bool FileManager::isDeletable(const AnchoredPath& item) const {
+    if (item.name().empty()) return false; // "/" has no folder to leave
+    if (faccessat(item.folder(), ".", W_OK | X_OK, 0) != 0) return false;
     struct stat folderInfo {};
-    struct stat entryInfo {};
-    if (stat(folder.c_str(), &folderInfo) != 0 || lstat(normal.c_str(), &entryInfo) != 0) return false;
+    const std::optional<struct stat> itemInfo = item.status();
+    if (fstat(item.folder(), &folderInfo) != 0 || !itemInfo) return false;
     if ((folderInfo.st_mode & S_ISVTX) == 0) return true;
     const uid_t user = geteuid();
-    return user == 0 || entryInfo.st_uid == user || folderInfo.st_uid == user;
+    return user == 0 || itemInfo->st_uid == user || folderInfo.st_uid == user;
 }
 
-bool FileManager::isWritable(const std::string& path) const { return access(path.c_str(), W_OK) == 0; }
+bool FileManager::isWritable(const AnchoredPath& item) const {
+    if (item.name().empty()) return faccessat(item.folder(), ".", W_OK, 0) == 0;
+    return faccessat(item.folder(), item.name().c_str(), W_OK, AT_SYMLINK_NOFOLLOW) == 0;
+}
 
 std::optional<std::vector<std::string>> FileManager::contentsOfDirectory(const std::string& path) const {
     DIR* folder = opendir(path.c_str());

@@ -52,6 +52,18 @@ std::string absolute(std::string_view path) {
     return standardized(join(working, path));
 }
 
+std::string absoluteAsTyped(std::string_view path) {
+    if (path.starts_with('/')) return std::string(path);
+    if (path == "~") return homeFolder();
+    if (path.starts_with("~/")) return join(homeFolder(), path.substr(2));
+    std::string working = "/";
+    if (char* folder = getcwd(nullptr, 0); folder != nullptr) {
+        working = folder;
+        std::free(folder);
+    }
+    return join(working, path);
+}
+
 bool isWithin(std::string_view path, std::string_view ancestor) {
     if (ancestor == "/") return path.starts_with('/');
     if (!path.starts_with(ancestor)) return false;

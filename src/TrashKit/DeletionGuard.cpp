@@ -6,14 +6,21 @@
 //
 //   volume root, this program, the Trash, the volumes' trashes, keychain and
 //   cloud folders, system trees, /usr (but not /usr/local), standard folders
-//   themselves, and anything inside an app or library bundle.
+//   themselves and every folder that holds the home folder, and anything
+//   inside an app or library bundle.
 //
-// The disk pass runs only when the static pass found nothing: the item must
-// exist (lstat, links not followed), still be what the tool saw (a file is not
-// now a folder), be removable by this user from its folder, and, for a folder,
-// be writable itself (its ".." changes when it moves) and carry no active
-// system extension. So a missing /usr/bin/x says "system path", never
-// "missing": the first reason found is the one shown.
+// The disk pass runs only when the static pass found nothing. It first
+// follows the path to where it really is (AnchoredPath: links in its folders
+// resolved, ".." as the kernel takes it, the item itself not followed) and
+// gives that real path the static pass too, against the home folder and its
+// Trash both as given and as they really are: a link may lead anywhere, and
+// what is protected stays protected by whatever road it is reached. Then the
+// item must exist (links not followed), not be the top of a mounted disk,
+// still be what the tool saw (a file is not now a folder), be removable by
+// this user from its folder, and, for a folder, be writable itself (its ".."
+// changes when it moves) and carry no active system extension. So a missing
+// /usr/bin/x says "system path", never "missing": the first reason found is
+// the one shown.
 //
 // Worked example, home /home/me on Linux:
 //
@@ -22,13 +29,18 @@
 //   /usr/bin/ls                   systemPath
 //   /usr/local/bin/tool           may go, as far as the static pass cares
 //   /home/me/.local/share/Trash/files/x   inTrash
+//   /home/me/hop/Documents        protectedFolder, with hop a link to /home/me
+//   /home/me/..                   protectedFolder: it holds the home folder
 //
 // Nested candidates collapse first: a folder and a file inside it are one move.
 
 #include "TrashKit/DeletionGuard.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdlib>
 
 #include "DiskScanKit/CheckedSize.h"
@@ -227,22 +239,59 @@ std::optional<DeletionRefusal> staticRefusal(const std::string& path, const Cont
     if (isWithin(normal, "/usr") && !isWithin(normal, "/usr/local")) return DeletionRefusal::systemPath;
     const std::vector<std::string> folders = protectedFolders(home, platform);
     if (std::find(folders.begin(), folders.end(), normal) != folders.end()) return DeletionRefusal::protectedFolder;
+    // A folder that holds the home folder would take it along.
+    if (isWithin(home, normal)) return DeletionRefusal::protectedFolder;
     if (Packages::isInsidePackage(normal)) return DeletionRefusal::insidePackage;
     return std::nullopt;
 }
 
-std::optional<DeletionRefusal> refusal(const DeletionCandidate& candidate, const Context& context,
-                                       const FileManager& fileManager, const std::string& extensionDatabase) {
-    if (std::optional<DeletionRefusal> found = staticRefusal(candidate.path, context)) return found;
-    const std::string normal = normalize(candidate.path);
-    const std::optional<bool> isFolder = fileManager.isFolderEntry(normal);
-    if (!isFolder) return DeletionRefusal::missing;
-    if (*isFolder != candidate.isDirectory) return DeletionRefusal::typeChanged;
-    if (!fileManager.isDeletable(normal)) return DeletionRefusal::notPermitted;
-    if (*isFolder && !fileManager.isWritable(normal)) return DeletionRefusal::notPermitted;
-    if (*isFolder && !SystemExtensionsInside::installed(normal, extensionDatabase, fileManager).empty())
+Context realContext(const Context& context) {
+    auto real = [](const std::string& path) {
+        return AnchoredPath::realPathOf(normalize(path)).value_or(path);
+    };
+    Context resolved = context;
+    resolved.home = real(context.home);
+    resolved.homeTrash = real(context.homeTrash.empty() ? homeTrash(context.home, context.platform) : context.homeTrash);
+    if (context.bundlePath) resolved.bundlePath = real(*context.bundlePath);
+    return resolved;
+}
+
+std::variant<AnchoredPath, DeletionRefusal> admit(const DeletionCandidate& candidate, const Context& context,
+                                                  const FileManager& fileManager, const std::string& extensionDatabase) {
+    if (std::optional<DeletionRefusal> found = staticRefusal(candidate.path, context)) return *found;
+    std::variant<AnchoredPath, AnchoredPath::Failure> resolved = AnchoredPath::resolve(candidate.path);
+    // A folder on the way this user may not enter, or one that is gone.
+    if (const AnchoredPath::Failure* failed = std::get_if<AnchoredPath::Failure>(&resolved))
+        return failed->code == EACCES ? DeletionRefusal::notPermitted : DeletionRefusal::missing;
+    AnchoredPath& item = std::get<AnchoredPath>(resolved);
+
+    // Both the path as given and where it really is, against the home as given
+    // and as it really is: whichever road a protected place is reached by, it
+    // is refused for the reason it gets when named directly.
+    const Context real = realContext(context);
+    const std::string realPath = item.realPath();
+    for (const std::string* path : {&candidate.path, &realPath})
+        for (const Context* places : {&context, &real})
+            if (std::optional<DeletionRefusal> found = staticRefusal(*path, *places)) return *found;
+
+    const std::optional<struct stat> status = item.status();
+    if (!status) return DeletionRefusal::missing;
+    // Moving a mounted disk's top fails ("busy") only after a Trash was made for it.
+    if (item.isMountPoint()) return DeletionRefusal::volumeRoot;
+    const bool isFolder = S_ISDIR(status->st_mode);
+    if (isFolder != candidate.isDirectory) return DeletionRefusal::typeChanged;
+    if (!fileManager.isDeletable(item)) return DeletionRefusal::notPermitted;
+    if (isFolder && !fileManager.isWritable(item)) return DeletionRefusal::notPermitted;
+    if (isFolder && !SystemExtensionsInside::installed(realPath, extensionDatabase, fileManager).empty())
         return DeletionRefusal::carriesSystemExtension;
     // Linux has no cloud placeholders that a move here would delete everywhere.
+    return std::move(item);
+}
+
+std::optional<DeletionRefusal> refusal(const DeletionCandidate& candidate, const Context& context,
+                                       const FileManager& fileManager, const std::string& extensionDatabase) {
+    std::variant<AnchoredPath, DeletionRefusal> judged = admit(candidate, context, fileManager, extensionDatabase);
+    if (const DeletionRefusal* reason = std::get_if<DeletionRefusal>(&judged)) return *reason;
     return std::nullopt;
 }
 

@@ -1,21 +1,25 @@
 // The trash service.
 //
 // Trash: every allowed item is judged again (the disk may have changed while
-// the confirmation stood open), then handed to the platform's Trash. One
+// the confirmation stood open), then handed to the platform's Trash. The
+// guard follows the item to the folder that really holds it and the Trash
+// moves it through that same open folder, so swapping a folder on the way
+// for a link between the test and the move can't redirect the move. One
 // item's failure never stops the run; an operation that moved something is
 // pushed on the undo stack, which keeps the newest `undoDepth` operations.
 //
-// Restore: parents first (shortest original path first, stably), so that a
-// folder comes back before what was moved out of it. Nothing that stands in
-// the way is overwritten and no missing folder is recreated: an item that
-// can't come back simply stays in the Trash, with the reason.
+// Restore: parents first (shortest path first, stably), so that a folder
+// comes back before what was moved out of it. An item goes back to where it
+// really stood. Nothing that stands in the way is overwritten and no missing
+// folder is recreated: an item that can't come back simply stays in the
+// Trash, with the reason.
 
 #include "TrashKit/TrashService.h"
 
 #include <algorithm>
+#include <cerrno>
 
 #include "DiskScanKit/CheckedSize.h"
-#include "DiskScanKit/Paths.h"
 #include "TrashKit/DockTiles.h"
 
 namespace tessel {
@@ -38,13 +42,15 @@ TrashOutcome TrashService::trash(const DeletionPlan& plan, const DeletionGuard::
     for (std::size_t index = 0; index < total; ++index) {
         const DeletionCandidate& candidate = plan.allowed[index];
         if (progress) progress(index, total);
-        if (std::optional<DeletionRefusal> refusal =
-                DeletionGuard::refusal(candidate, context, fileManager_, extensionDatabase_)) {
+        std::variant<AnchoredPath, DeletionRefusal> judged =
+            DeletionGuard::admit(candidate, context, fileManager_, extensionDatabase_);
+        if (const DeletionRefusal* refusal = std::get_if<DeletionRefusal>(&judged)) {
             outcome.failures.push_back(
                 {candidate.path, std::string(DeletionRefusals::explanation(*refusal, context.platform))});
             continue;
         }
-        std::variant<std::string, TrashError> moved = bin_.trashItem(DeletionGuard::normalize(candidate.path));
+        const AnchoredPath& item = std::get<AnchoredPath>(judged);
+        std::variant<std::string, TrashError> moved = bin_.trashItem(item);
         if (const TrashError* error = std::get_if<TrashError>(&moved)) {
             outcome.failures.push_back({candidate.path, error->message});
             continue;
@@ -54,7 +60,7 @@ TrashOutcome TrashService::trash(const DeletionPlan& plan, const DeletionGuard::
             outcome.failures.push_back({candidate.path, movedButLost});
             continue;
         }
-        outcome.receipts.push_back({candidate.path, trashedPath, candidate.bytes, candidate.isDirectory});
+        outcome.receipts.push_back({candidate.path, trashedPath, candidate.bytes, candidate.isDirectory, item.realPath()});
     }
     if (outcome.receipts.empty()) return outcome;
     if (dock_ != nullptr) {
@@ -68,27 +74,31 @@ TrashOutcome TrashService::trash(const DeletionPlan& plan, const DeletionGuard::
 }
 
 RestoreOutcome TrashService::restore(std::vector<TrashReceipt> receipts) {
-    std::stable_sort(receipts.begin(), receipts.end(), [](const TrashReceipt& a, const TrashReceipt& b) {
-        return a.originalPath.size() < b.originalPath.size();
+    auto home = [](const TrashReceipt& receipt) {
+        return receipt.realPath.empty() ? DeletionGuard::normalize(receipt.originalPath) : receipt.realPath;
+    };
+    std::stable_sort(receipts.begin(), receipts.end(), [&](const TrashReceipt& a, const TrashReceipt& b) {
+        return home(a).size() < home(b).size();
     });
     RestoreOutcome outcome;
     for (TrashReceipt& receipt : receipts) {
-        const std::string original = DeletionGuard::normalize(receipt.originalPath);
-        if (!fileManager_.exists(receipt.trashedPath)) {
+        std::variant<AnchoredPath, AnchoredPath::Failure> trashed = AnchoredPath::resolve(receipt.trashedPath);
+        const AnchoredPath* inTrash = std::get_if<AnchoredPath>(&trashed);
+        if (inTrash == nullptr || !inTrash->status()) {
             outcome.failures.push_back({receipt.originalPath, goneFromTrash});
             continue;
         }
-        if (fileManager_.exists(original)) {
+        std::variant<AnchoredPath, AnchoredPath::Failure> destination = AnchoredPath::resolve(home(receipt));
+        if (const AnchoredPath::Failure* failed = std::get_if<AnchoredPath::Failure>(&destination)) {
+            outcome.failures.push_back({receipt.originalPath, failed->code == EACCES ? folderUnreachable : folderGone});
+            continue;
+        }
+        const AnchoredPath& place = std::get<AnchoredPath>(destination);
+        if (place.status()) {
             outcome.failures.push_back({receipt.originalPath, somethingInTheWay});
             continue;
         }
-        const std::size_t slash = original.rfind('/');
-        const std::string folder = slash == 0 ? std::string("/") : original.substr(0, slash);
-        if (!fileManager_.isFolder(folder)) {
-            outcome.failures.push_back({receipt.originalPath, folderGone});
-            continue;
-        }
-        std::variant<std::monostate, TrashError> back = bin_.putBack(receipt.trashedPath, original);
+        std::variant<std::monostate, TrashError> back = bin_.putBack(*inTrash, place);
         if (const TrashError* error = std::get_if<TrashError>(&back)) {
             outcome.failures.push_back({receipt.originalPath, error->message});
             continue;

@@ -13,6 +13,7 @@
 #include "Command.h"
 #include "Listing.h"
 #include "TerminalText.h"
+#include "DiskScanKit/AnchoredPath.h"
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/DiskScanner.h"
 #include "DiskScanKit/Paths.h"
@@ -32,13 +33,18 @@ std::optional<std::string> runningProgram() {
     return std::string(path, static_cast<std::size_t>(length));
 }
 
+// The path as typed, made absolute but not tidied: "lnk/../x" is for the
+// guard to follow as the kernel does.
 DeletionCandidate candidateFor(const std::string& given) {
     DeletionCandidate candidate;
-    candidate.path = Paths::absolute(given);
-    struct stat info {};
-    if (lstat(candidate.path.c_str(), &info) == 0) {
-        candidate.isDirectory = S_ISDIR(info.st_mode);
-        candidate.bytes = DiskScanner::allocatedSize(candidate.path);
+    candidate.path = Paths::absoluteAsTyped(given);
+    std::variant<AnchoredPath, AnchoredPath::Failure> item = AnchoredPath::resolve(candidate.path);
+    const AnchoredPath* found = std::get_if<AnchoredPath>(&item);
+    const std::optional<struct stat> info = found != nullptr ? found->status() : std::nullopt;
+    if (info) {
+        candidate.isDirectory = S_ISDIR(info->st_mode);
+        candidate.bytes = candidate.isDirectory ? DiskScanner::allocatedSize(found->realPath())
+                                                : static_cast<std::int64_t>(info->st_blocks) * 512;
     }
     return candidate;
 }
@@ -65,9 +71,12 @@ void printOutcome(const TrashOutcome& outcome) {
         std::printf("Moved to the Trash: %s, %s. Nothing was deleted: it can be put back from the Trash.\n",
                     counted(static_cast<std::int64_t>(outcome.receipts.size()), "item", "items").c_str(),
                     ByteFormat::string(outcome.reclaimedBytes()).c_str());
-        for (const TrashReceipt& receipt : outcome.receipts)
-            std::printf("  %s\n    now %s\n", printable(receipt.originalPath).c_str(),
-                        printable(receipt.trashedPath).c_str());
+        for (const TrashReceipt& receipt : outcome.receipts) {
+            std::printf("  %s\n", printable(receipt.originalPath).c_str());
+            if (receipt.realPath != DeletionGuard::normalize(receipt.originalPath))
+                std::printf("    really %s\n", printable(receipt.realPath).c_str());
+            std::printf("    now %s\n", printable(receipt.trashedPath).c_str());
+        }
     }
     if (!outcome.failures.empty()) {
         std::printf("Could not move: %s\n",
@@ -78,23 +87,40 @@ void printOutcome(const TrashOutcome& outcome) {
 }
 
 nlohmann::ordered_json report(const DeletionPlan& plan, const TrashOutcome& outcome) {
-    nlohmann::ordered_json allowed = nlohmann::ordered_json::array();
-    for (const DeletionCandidate& candidate : plan.allowed)
-        allowed.push_back({{"path", candidate.path}, {"bytes", candidate.bytes}, {"isDirectory", candidate.isDirectory}});
-    nlohmann::ordered_json refused = nlohmann::ordered_json::array();
-    for (const auto& [candidate, reason] : plan.refused)
-        refused.push_back({{"path", candidate.path},
-                           {"reason", std::string(DeletionRefusals::rawValue(reason))},
-                           {"explanation", std::string(DeletionRefusals::explanation(reason))}});
-    nlohmann::ordered_json receipts = nlohmann::ordered_json::array();
-    for (const TrashReceipt& receipt : outcome.receipts)
-        receipts.push_back({{"originalPath", receipt.originalPath},
-                            {"trashedPath", receipt.trashedPath},
-                            {"bytes", receipt.bytes},
-                            {"isDirectory", receipt.isDirectory}});
-    nlohmann::ordered_json failures = nlohmann::ordered_json::array();
-    for (const TrashFailure& failure : outcome.failures)
-        failures.push_back({{"path", failure.path}, {"message", failure.message}});
+    using Json = nlohmann::ordered_json;
+    Json allowed = Json::array();
+    for (const DeletionCandidate& candidate : plan.allowed) {
+        Json item;
+        putName(item, "path", candidate.path);
+        item["bytes"] = candidate.bytes;
+        item["isDirectory"] = candidate.isDirectory;
+        allowed.push_back(std::move(item));
+    }
+    Json refused = Json::array();
+    for (const auto& [candidate, reason] : plan.refused) {
+        Json item;
+        putName(item, "path", candidate.path);
+        item["reason"] = std::string(DeletionRefusals::rawValue(reason));
+        item["explanation"] = std::string(DeletionRefusals::explanation(reason));
+        refused.push_back(std::move(item));
+    }
+    Json receipts = Json::array();
+    for (const TrashReceipt& receipt : outcome.receipts) {
+        Json item;
+        putName(item, "originalPath", receipt.originalPath);
+        putName(item, "realPath", receipt.realPath);
+        putName(item, "trashedPath", receipt.trashedPath);
+        item["bytes"] = receipt.bytes;
+        item["isDirectory"] = receipt.isDirectory;
+        receipts.push_back(std::move(item));
+    }
+    Json failures = Json::array();
+    for (const TrashFailure& failure : outcome.failures) {
+        Json item;
+        putName(item, "path", failure.path);
+        item["message"] = failure.message;
+        failures.push_back(std::move(item));
+    }
     return {{"allowed", allowed}, {"refused", refused}, {"receipts", receipts}, {"failures", failures}};
 }
 

@@ -92,12 +92,18 @@ const std::vector<Command>& commands() {
          "\n"
          "Judges each PATH as the app does before moving anything: what may go, and\n"
          "what stays with its reason (part of the system, a standard folder, not\n"
-         "yours to move, already in the Trash...). Then moves what may go to the\n"
-         "Trash, from where it can be put back; nothing is ever deleted. A folder\n"
-         "and something inside it are one move. Exit status 1 when anything stayed.\n"
+         "yours to move, already in the Trash...). A path is judged both as typed and\n"
+         "where it really is, with the links in its folders followed as the system\n"
+         "follows them; a link itself is moved as a link, never what it points to.\n"
+         "Then moves what may go to the Trash of its own disk, from where it can be\n"
+         "put back; nothing is ever deleted. A folder and something inside it are one\n"
+         "move. Exit status 1 when anything stayed.\n"
          "\n"
          "  --dry-run              show the plan, move nothing\n"
-         "  --json                 print {\"allowed\", \"refused\", \"receipts\", \"failures\"}\n"
+         "  --json                 print {\"allowed\", \"refused\", \"receipts\", \"failures\"};\n"
+         "                         a receipt holds \"originalPath\" as typed, \"realPath\"\n"
+         "                         where it really stood, \"trashedPath\", \"bytes\" and\n"
+         "                         \"isDirectory\"\n"
              + std::string(namesInJsonHelp),
          runTrash},
         {"report", "Save a scan as a spreadsheet or a web page",

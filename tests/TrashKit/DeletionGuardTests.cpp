@@ -23,8 +23,8 @@ std::optional<DeletionRefusal> onLinux(const std::string& path) {
 struct Refusing : FileManager {
     bool deletable = true;
     bool writable = true;
-    bool isDeletable(const std::string&) const override { return deletable; }
-    bool isWritable(const std::string&) const override { return writable; }
+    bool isDeletable(const AnchoredPath&) const override { return deletable; }
+    bool isWritable(const AnchoredPath&) const override { return writable; }
 };
 
 } // namespace

@@ -151,10 +151,10 @@ TEST_F(DockFixture, PreferencesThatCannotBeReadAreNeverOverwritten) {
 }
 
 TEST(DockSharedApps, OnlyAppsInApplicationsAndOnlyWithOtherAccounts) {
-    const std::vector<TrashReceipt> receipts{{"/Applications/Mail.app", "/t/1", 1, true},
-                                             {"/applications/Utilities/Tool.app/", "/t/2", 1, true},
-                                             {"/Users/me/Applications/Mine.app", "/t/3", 1, true},
-                                             {"/Applications/readme.txt", "/t/4", 1, false}};
+    const std::vector<TrashReceipt> receipts{{"/Applications/Mail.app", "/t/1", 1, true, {}},
+                                             {"/applications/Utilities/Tool.app/", "/t/2", 1, true, {}},
+                                             {"/Users/me/Applications/Mine.app", "/t/3", 1, true, {}},
+                                             {"/Applications/readme.txt", "/t/4", 1, false, {}}};
     EXPECT_EQ(DockTiles::sharedApps(receipts, true), (std::vector<std::string>{"Mail", "Tool"}));
     EXPECT_TRUE(DockTiles::sharedApps(receipts, false).empty());
     EXPECT_FALSE(DockTiles::otherAccountsExist({".localized", "Shared", "Guest", "me"}, "/Users/me/"));

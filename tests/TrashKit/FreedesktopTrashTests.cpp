@@ -52,7 +52,7 @@ TEST(FreedesktopTrashHome, RecordsAbsolutePathAndDateThenMovesByRename) {
     writeFile(path, 4000);
     struct stat before {};
     lstat(path.c_str(), &before);
-    const std::string trashed = trashedPathOf(home.bin.trashItem(path));
+    const std::string trashed = trashedPathOf(home.bin.trashItem(anchored(path)));
     ASSERT_EQ(trashed, home.trash + "/files/odd name \xff.txt");
     struct stat after {};
     ASSERT_EQ(lstat(trashed.c_str(), &after), 0);
@@ -72,16 +72,16 @@ TEST(FreedesktopTrashHome, NamesNeverCollideAndPutBackTakesItsRecordAway) {
     makeFolder(home.home + "/b");
     writeFile(home.home + "/a/.bashrc", 10);
     writeFile(home.home + "/b/.bashrc", 20);
-    const std::string first = trashedPathOf(home.bin.trashItem(home.home + "/a/.bashrc"));
-    const std::string second = trashedPathOf(home.bin.trashItem(home.home + "/b/.bashrc"));
+    const std::string first = trashedPathOf(home.bin.trashItem(anchored(home.home + "/a/.bashrc")));
+    const std::string second = trashedPathOf(home.bin.trashItem(anchored(home.home + "/b/.bashrc")));
     EXPECT_EQ(first, home.trash + "/files/.bashrc");
     EXPECT_EQ(second, home.trash + "/files/.bashrc 2");
-    ASSERT_TRUE(std::holds_alternative<std::monostate>(home.bin.putBack(second, home.home + "/b/.bashrc")));
+    ASSERT_TRUE(std::holds_alternative<std::monostate>(home.bin.putBack(anchored(second), anchored(home.home + "/b/.bashrc"))));
     EXPECT_EQ(readText(home.home + "/b/.bashrc").size(), 20u);
     EXPECT_FALSE(LocalFileManager().exists(home.trash + "/info/.bashrc 2.trashinfo"));
     EXPECT_TRUE(LocalFileManager().exists(home.trash + "/info/.bashrc.trashinfo"));
     writeFile(home.home + "/a/.bashrc", 5);
-    EXPECT_TRUE(std::holds_alternative<TrashError>(home.bin.putBack(first, home.home + "/a/.bashrc")))
+    EXPECT_TRUE(std::holds_alternative<TrashError>(home.bin.putBack(anchored(first), anchored(home.home + "/a/.bashrc"))))
         << "never over what stands there";
     EXPECT_EQ(readText(home.home + "/a/.bashrc").size(), 5u);
 }
@@ -90,13 +90,13 @@ TEST(FreedesktopTrashHome, AFolderHasItsDirectorySizesLine) {
     TrashHome home;
     makeFolder(home.home + "/photos 2024");
     writeFile(home.home + "/photos 2024/a.jpg", 50000);
-    const std::string trashed = trashedPathOf(home.bin.trashItem(home.home + "/photos 2024"));
+    const std::string trashed = trashedPathOf(home.bin.trashItem(anchored(home.home + "/photos 2024")));
     ASSERT_EQ(trashed, home.trash + "/files/photos 2024");
     const std::string sizes = readText(home.trash + "/directorysizes");
     std::smatch match;
     ASSERT_TRUE(std::regex_match(sizes, match, std::regex("(\\d+) (\\d+) photos%202024\n"))) << sizes;
     EXPECT_GE(std::stoll(match[1]), 50000);
-    ASSERT_TRUE(std::holds_alternative<std::monostate>(home.bin.putBack(trashed, home.home + "/photos 2024")));
+    ASSERT_TRUE(std::holds_alternative<std::monostate>(home.bin.putBack(anchored(trashed), anchored(home.home + "/photos 2024"))));
     EXPECT_EQ(readText(home.trash + "/directorysizes"), "");
 }
 
@@ -110,11 +110,11 @@ TEST(FreedesktopTrashDisks, ASecondDiskGetsATrashAtItsTopWithRelativePaths) {
     writeFile(disk.path + "/deep/film.mkv", 100);
     writeFile(inner.path + "/notes.txt", 100);
     const std::string user = std::to_string(geteuid());
-    EXPECT_EQ(trashedPathOf(home.bin.trashItem(disk.path + "/deep/film.mkv")),
+    EXPECT_EQ(trashedPathOf(home.bin.trashItem(anchored(disk.path + "/deep/film.mkv"))),
               disk.path + "/.Trash-" + user + "/files/film.mkv");
     EXPECT_EQ(readText(disk.path + "/.Trash-" + user + "/info/film.mkv.trashinfo").substr(0, 35),
               "[Trash Info]\nPath=deep/film.mkv\nDel");
-    EXPECT_EQ(trashedPathOf(home.bin.trashItem(inner.path + "/notes.txt")),
+    EXPECT_EQ(trashedPathOf(home.bin.trashItem(anchored(inner.path + "/notes.txt"))),
               inner.path + "/.Trash-" + user + "/files/notes.txt");
 }
 
@@ -126,18 +126,18 @@ TEST(FreedesktopTrashDisks, ASharedTrashCountsOnlyWhenRealAndSticky) {
     // A .Trash without the sticky bit is passed over.
     makeFolder(disk.path + "/.Trash");
     writeFile(disk.path + "/a", 10);
-    EXPECT_EQ(trashedPathOf(home.bin.trashItem(disk.path + "/a")), disk.path + "/.Trash-" + user + "/files/a");
+    EXPECT_EQ(trashedPathOf(home.bin.trashItem(anchored(disk.path + "/a"))), disk.path + "/.Trash-" + user + "/files/a");
     // Made sticky, it is used, with a folder of the user's inside.
     chmod((disk.path + "/.Trash").c_str(), 01777);
     writeFile(disk.path + "/b", 10);
-    EXPECT_EQ(trashedPathOf(home.bin.trashItem(disk.path + "/b")), disk.path + "/.Trash/" + user + "/files/b");
+    EXPECT_EQ(trashedPathOf(home.bin.trashItem(anchored(disk.path + "/b"))), disk.path + "/.Trash/" + user + "/files/b");
     // A .Trash that is a link to somewhere else is never followed.
     SecondDisk other(home.folder / "other");
     makeFolder(home.folder / "elsewhere");
     chmod((home.folder / "elsewhere").c_str(), 01777);
     makeSymlink(home.folder / "elsewhere", other.path + "/.Trash");
     writeFile(other.path + "/c", 10);
-    EXPECT_EQ(trashedPathOf(home.bin.trashItem(other.path + "/c")), other.path + "/.Trash-" + user + "/files/c");
+    EXPECT_EQ(trashedPathOf(home.bin.trashItem(anchored(other.path + "/c"))), other.path + "/.Trash-" + user + "/files/c");
     EXPECT_FALSE(LocalFileManager().exists(home.folder / ("elsewhere/" + user)));
 }
 
@@ -148,7 +148,7 @@ TEST(FreedesktopTrashDisks, NoUsableTrashLeavesTheItemInPlace) {
     // The name of the user's Trash is taken by a plain file: no Trash can be made.
     writeFile(disk.path + "/.Trash-" + std::to_string(geteuid()), 1);
     writeFile(disk.path + "/keep", 100);
-    const auto moved = home.bin.trashItem(disk.path + "/keep");
+    const auto moved = home.bin.trashItem(anchored(disk.path + "/keep"));
     ASSERT_TRUE(std::holds_alternative<TrashError>(moved));
     EXPECT_NE(std::get<TrashError>(moved).message.find("Nothing was copied or deleted."), std::string::npos);
     EXPECT_EQ(readText(disk.path + "/keep").size(), 100u);
@@ -162,7 +162,7 @@ TEST(FreedesktopTrashInterop, TrashCliListsAndRestoresWhatWeMoved) {
     const std::string path = home.home + "/work/draft one.txt";
     writeFile(path, 1234);
     const FileState before = stateOf(path);
-    ASSERT_EQ(trashedPathOf(home.bin.trashItem(path)), home.trash + "/files/draft one.txt");
+    ASSERT_EQ(trashedPathOf(home.bin.trashItem(anchored(path))), home.trash + "/files/draft one.txt");
 
     const std::string environment = "HOME=" + shellQuoted(home.home) + " XDG_DATA_HOME=" + shellQuoted(home.dataHome);
     const std::string listed = home.folder / "listed.txt";

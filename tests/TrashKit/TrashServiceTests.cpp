@@ -34,8 +34,8 @@ protected:
 // A bin whose platform says no, or says yes without saying where.
 struct Unhelpful : TrashBin {
     std::variant<std::string, TrashError> answer;
-    std::variant<std::string, TrashError> trashItem(const std::string&) override { return answer; }
-    std::variant<std::monostate, TrashError> putBack(const std::string&, const std::string&) override { return {}; }
+    std::variant<std::string, TrashError> trashItem(const AnchoredPath&) override { return answer; }
+    std::variant<std::monostate, TrashError> putBack(const AnchoredPath&, const AnchoredPath&) override { return {}; }
 };
 
 } // namespace

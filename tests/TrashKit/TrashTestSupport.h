@@ -8,8 +8,10 @@
 
 #include <cstdio>
 #include <map>
+#include <stdexcept>
 #include <string>
 
+#include "DiskScanKit/AnchoredPath.h"
 #include "Fixture.h"
 #include "linux/FreedesktopTrash.h"
 #include "TrashKit/DeletionGuard.h"
@@ -26,6 +28,14 @@ struct TrashHome {
 
     TrashHome() { makeFolder(home); }
 };
+
+// The path followed to its folder, as the trash service hands items to a Trash.
+inline AnchoredPath anchored(const std::string& path) {
+    std::variant<AnchoredPath, AnchoredPath::Failure> found = AnchoredPath::resolve(path);
+    if (const AnchoredPath::Failure* failed = std::get_if<AnchoredPath::Failure>(&found))
+        throw std::runtime_error(failed->message);
+    return std::move(std::get<AnchoredPath>(found));
+}
 
 // A tmpfs mounted for one test, as a second disk; unmounted at the end.
 struct SecondDisk {

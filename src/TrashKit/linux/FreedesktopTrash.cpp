@@ -8,20 +8,29 @@
 // be used, the item stays where it is, with the reason: nothing is copied
 // and nothing is deleted.
 //
-// The top folder is found by walking up while the device stays the same, not
-// from the mount table: a btrfs subvolume has a device of its own without
-// being a mount point.
+// Items arrive followed to the folder that really holds them (AnchoredPath),
+// and the top folder is found from there, walking up through real parents
+// until the kernel says a folder is the top of a mount or the device changes
+// (a btrfs subvolume has a device of its own without being mounted). So an
+// item reached through a link onto another disk goes to the Trash at that
+// disk's top, where the desktop's file manager looks, never to a folder of
+// the path as it was typed.
 //
 // Each Trash holds files/ and info/. For an item "report.pdf":
 //
 //   1. info/report.pdf.trashinfo is created with O_EXCL, so two programs can
 //      never take the same name; if it exists, "report 2.pdf", "report 3.pdf"...
-//   2. it records Path= (the raw bytes of the path, percent-encoded: absolute
-//      in the home Trash, relative to the top folder elsewhere) and
-//      DeletionDate= (local time, no zone, as the format says);
-//   3. the item is renamed into files/report.pdf, never replacing anything;
-//      a rename is atomic and never a copy. If it fails, the .trashinfo just
-//      made is taken back, so no stray record is left;
+//      A name of more than 245 bytes can't take ".trashinfo" after it within
+//      the 255 bytes a name may have, so its Trash name is shortened, keeping
+//      the extension; the real name stays in Path=, and comes back with it;
+//   2. it records Path= (the raw bytes of where the item really is,
+//      percent-encoded: absolute in the home Trash, relative to the top
+//      folder elsewhere) and DeletionDate= (local time, no zone, as the
+//      format says);
+//   3. the item is renamed, from the folder that was judged, into
+//      files/report.pdf, never replacing anything; a rename is atomic and
+//      never a copy. If it fails, the .trashinfo just made is taken back, so
+//      no stray record is left;
 //   4. a folder also gets a line in directorysizes (size, the .trashinfo's
 //      modification time, the encoded name), which file managers read so
 //      they need not measure the folder again.
@@ -37,6 +46,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -86,27 +96,23 @@ bool ensureTrashLayout(const std::string& trash, uid_t user) {
            ensureOwnFolder(trash + "/info", user);
 }
 
-// "report 2.pdf" after "report.pdf"; ".bashrc 2" after ".bashrc".
-std::string candidateName(const std::string& name, int attempt) {
-    if (attempt == 1) return name;
-    const std::size_t dot = name.rfind('.');
-    const bool hasExtension = dot != std::string::npos && dot > 0;
-    const std::string stem = hasExtension ? name.substr(0, dot) : name;
-    const std::string extension = hasExtension ? name.substr(dot) : std::string();
-    return stem + " " + std::to_string(attempt) + extension;
-}
-
 // rename() that never replaces: renameat2 with RENAME_NOREPLACE, or, where a
 // file system does not take that flag, a rename after making sure nothing is there.
-int renameWithoutReplacing(const std::string& from, const std::string& to) {
-    if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return 0;
+int renameWithoutReplacing(int fromFolder, const std::string& fromName, int toFolder, const std::string& toName) {
+    if (renameat2(fromFolder, fromName.c_str(), toFolder, toName.c_str(), RENAME_NOREPLACE) == 0) return 0;
     if (errno != EINVAL && errno != ENOSYS) return -1;
     struct stat info {};
-    if (lstat(to.c_str(), &info) == 0) {
+    if (fstatat(toFolder, toName.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0) {
         errno = EEXIST;
         return -1;
     }
-    return rename(from.c_str(), to.c_str());
+    return renameat(fromFolder, fromName.c_str(), toFolder, toName.c_str());
+}
+
+// Where a cut may fall in `text` at or before `at` without splitting a UTF-8 character.
+std::size_t characterBoundary(std::string_view text, std::size_t at) {
+    while (at > 0 && at < text.size() && (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80) --at;
+    return at;
 }
 
 bool writeAll(int fd, const std::string& text) {
@@ -213,18 +219,26 @@ std::string FreedesktopTrash::deletionDate(std::time_t when) {
     return text;
 }
 
-std::string FreedesktopTrash::topFolder(const std::string& path, dev_t device) {
-    std::string top = parentOf(path);
-    while (top != "/") {
-        const std::string above = parentOf(top);
-        struct stat info {};
-        if (lstat(above.c_str(), &info) != 0 || info.st_dev != device) break;
-        top = above;
+std::string FreedesktopTrash::trashName(std::string_view name, int attempt) {
+    static constexpr std::size_t recordSuffix = sizeof ".trashinfo" - 1;
+    const std::size_t dot = name.rfind('.');
+    const bool hasExtension = dot != std::string_view::npos && dot > 0;
+    std::string_view stem = hasExtension ? name.substr(0, dot) : name;
+    std::string_view extension = hasExtension ? name.substr(dot) : std::string_view();
+    const std::string counter = attempt == 1 ? std::string() : " " + std::to_string(attempt);
+    const std::size_t room = NAME_MAX - recordSuffix;
+    if (stem.size() + counter.size() + extension.size() > room) {
+        // An extension that long is no extension a program goes by: the name is cut as a whole.
+        if (extension.size() > room / 4) {
+            stem = name;
+            extension = {};
+        }
+        stem = stem.substr(0, characterBoundary(stem, room - counter.size() - extension.size()));
     }
-    return top;
+    return std::string(stem) + counter + std::string(extension);
 }
 
-std::variant<FreedesktopTrash::Location, TrashError> FreedesktopTrash::trashFor(const std::string& path, dev_t device) {
+std::variant<FreedesktopTrash::Location, TrashError> FreedesktopTrash::trashFor(const AnchoredPath& item, dev_t device) {
     const std::string homeTrash = settings_.dataHome + "/Trash";
     // A new account may have no ~/.local/share yet; the home Trash still belongs there.
     makeFolders(settings_.dataHome);
@@ -236,7 +250,10 @@ std::variant<FreedesktopTrash::Location, TrashError> FreedesktopTrash::trashFor(
         return Location{homeTrash, {}};
     }
 
-    const std::string top = topFolder(path, device);
+    std::variant<OpenFolder, AnchoredPath::Failure> found = item.fileSystemTop();
+    if (const AnchoredPath::Failure* failed = std::get_if<AnchoredPath::Failure>(&found))
+        return TrashError{"The top of its disk can't be found (" + failed->message + "), so it stayed where it is."};
+    const std::string top = std::get<OpenFolder>(found).realPath;
     const std::string user = std::to_string(settings_.user);
     // A shared .Trash counts only as an administrator sets it up: a real folder, sticky.
     const std::string shared = top == "/" ? "/.Trash" : top + "/.Trash";
@@ -251,24 +268,24 @@ std::variant<FreedesktopTrash::Location, TrashError> FreedesktopTrash::trashFor(
                       "can't be made at the top of the disk (" + personal + "). Nothing was copied or deleted."};
 }
 
-std::variant<std::string, TrashError> FreedesktopTrash::trashItem(const std::string& path) {
-    const std::string item = Paths::standardized(path);
-    struct stat itemInfo {};
-    if (lstat(item.c_str(), &itemInfo) != 0)
+std::variant<std::string, TrashError> FreedesktopTrash::trashItem(const AnchoredPath& item) {
+    const std::optional<struct stat> itemInfo = item.status();
+    if (!itemInfo)
         return TrashError{"It can't be found any more (" + errorText(errno) + "). Nothing was moved."};
-    std::variant<Location, TrashError> found = trashFor(item, itemInfo.st_dev);
+    if (item.name().empty()) return TrashError{"The top of a disk can't go to the Trash. Nothing was moved."};
+    std::variant<Location, TrashError> found = trashFor(item, itemInfo->st_dev);
     if (const TrashError* error = std::get_if<TrashError>(&found)) return *error;
     const Location& location = std::get<Location>(found);
 
     // Where it came from: absolute for the home Trash, relative to the disk's top elsewhere.
-    std::string recorded = item;
-    if (!location.top.empty()) recorded = location.top == "/" ? item.substr(1) : item.substr(location.top.size() + 1);
+    std::string recorded = item.realPath();
+    if (!location.top.empty())
+        recorded = location.top == "/" ? recorded.substr(1) : recorded.substr(location.top.size() + 1);
     const std::string info = "[Trash Info]\nPath=" + encode(recorded) + "\nDeletionDate=" +
                              deletionDate(settings_.now()) + "\n";
 
-    const std::string name = nameOf(item);
     for (int attempt = 1; attempt < 10000; ++attempt) {
-        const std::string chosen = candidateName(name, attempt);
+        const std::string chosen = trashName(item.name(), attempt);
         const std::string infoPath = location.trash + "/info/" + chosen + ".trashinfo";
         const int fd = open(infoPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
         if (fd < 0) {
@@ -283,13 +300,13 @@ std::variant<std::string, TrashError> FreedesktopTrash::trashItem(const std::str
             unlink(infoPath.c_str()); // the record just made, never the item
             return TrashError{"Could not record in the Trash where it came from, so it stayed where it is."};
         }
-        if (renameWithoutReplacing(item, target) != 0) {
+        if (renameWithoutReplacing(item.folder(), item.name(), AT_FDCWD, target) != 0) {
             const int code = errno;
             unlink(infoPath.c_str()); // the record just made, never the item
             if (code == EEXIST) continue; // a stray file under that name: take the next one
             return TrashError{"Could not move it into the Trash (" + errorText(code) + "), so it stayed where it is."};
         }
-        if (S_ISDIR(itemInfo.st_mode)) {
+        if (S_ISDIR(itemInfo->st_mode)) {
             struct stat recordInfo {};
             stat(infoPath.c_str(), &recordInfo);
             const std::string line = std::to_string(DiskScanner::allocatedSize(target)) + " " +
@@ -302,14 +319,15 @@ std::variant<std::string, TrashError> FreedesktopTrash::trashItem(const std::str
     return TrashError{"The Trash holds too many items of that name; it stayed where it is."};
 }
 
-std::variant<std::monostate, TrashError> FreedesktopTrash::putBack(const std::string& trashedPath,
-                                                                   const std::string& originalPath) {
-    if (renameWithoutReplacing(trashedPath, originalPath) != 0)
+std::variant<std::monostate, TrashError> FreedesktopTrash::putBack(const AnchoredPath& trashed,
+                                                                   const AnchoredPath& destination) {
+    if (trashed.name().empty() || destination.name().empty() ||
+        renameWithoutReplacing(trashed.folder(), trashed.name(), destination.folder(), destination.name()) != 0)
         return TrashError{"Could not move it back (" + errorText(errno) + "). It is still in the Trash."};
     // The item is back: the records that spoke of it in the Trash go.
-    const std::string files = parentOf(trashedPath);
+    const std::string& files = trashed.realFolder();
     const std::string trash = parentOf(files);
-    const std::string name = nameOf(trashedPath);
+    const std::string& name = trashed.name();
     if (nameOf(files) == "files") {
         unlink((trash + "/info/" + name + ".trashinfo").c_str());
         const std::string encodedName = " " + encode(name) + "\n";

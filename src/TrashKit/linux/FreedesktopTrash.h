@@ -12,6 +12,7 @@
 #include <string_view>
 #include <variant>
 
+#include "DiskScanKit/AnchoredPath.h"
 #include "TrashKit/TrashBin.h"
 
 namespace tessel {
@@ -36,15 +37,16 @@ public:
 
     explicit FreedesktopTrash(Settings settings);
 
-    std::variant<std::string, TrashError> trashItem(const std::string& path) override;
-    std::variant<std::monostate, TrashError> putBack(const std::string& trashedPath,
-                                                     const std::string& originalPath) override;
+    std::variant<std::string, TrashError> trashItem(const AnchoredPath& item) override;
+    std::variant<std::monostate, TrashError> putBack(const AnchoredPath& trashed,
+                                                     const AnchoredPath& destination) override;
 
-    // The Trash an item on this path belongs in, made if need be.
-    std::variant<Location, TrashError> trashFor(const std::string& path, dev_t device);
-    // The topmost folder above `path` still on `device`: a mount point, or the
-    // top of a btrfs subvolume, which has a device of its own without being mounted.
-    static std::string topFolder(const std::string& path, dev_t device);
+    // The Trash an item on `device` belongs in, made if need be.
+    std::variant<Location, TrashError> trashFor(const AnchoredPath& item, dev_t device);
+    // The name an item called `name` gets in the Trash on the given attempt:
+    // "report.pdf", then "report 2.pdf", "report 3.pdf"... A name too long to
+    // take ".trashinfo" after it is shortened, keeping its extension.
+    static std::string trashName(std::string_view name, int attempt);
     // Bytes outside A-Z a-z 0-9 - _ . ~ / as %XX, as "Path=" keys hold raw names.
     static std::string encode(std::string_view raw);
     static std::optional<std::string> decode(std::string_view encoded);

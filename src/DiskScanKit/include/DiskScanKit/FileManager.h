@@ -10,6 +10,8 @@
 
 namespace tessel {
 
+class AnchoredPath;
+
 class FileManager {
 public:
     virtual ~FileManager() = default;
@@ -19,14 +21,12 @@ public:
     virtual bool canList(const std::string& path) const;
     // Whether lstat finds anything there.
     virtual bool exists(const std::string& path) const;
-    // What lstat finds there: a folder or not; none when nothing is there.
-    virtual std::optional<bool> isFolderEntry(const std::string& path) const;
-    // Whether this user may take the entry out of its folder: the folder is
+    // Whether this user may take the item out of its folder: the folder is
     // writable and enterable, and, where the folder is sticky (as /tmp is),
-    // the user owns the entry or the folder.
-    virtual bool isDeletable(const std::string& path) const;
-    // access(path, W_OK): a folder moved elsewhere must be writable, for its "..".
-    virtual bool isWritable(const std::string& path) const;
+    // the user owns the item or the folder.
+    virtual bool isDeletable(const AnchoredPath& item) const;
+    // The item itself is writable: a folder moved elsewhere must be, for its "..".
+    virtual bool isWritable(const AnchoredPath& item) const;
     // The names in a folder, "." and ".." left out; none when it can't be listed.
     virtual std::optional<std::vector<std::string>> contentsOfDirectory(const std::string& path) const;
     // A whole small file; none when it can't be read or is larger than `limit`.

@@ -13,6 +13,10 @@ std::string standardized(std::string_view path, std::string_view home);
 std::string standardized(std::string_view path);
 // A relative path made absolute against the working folder, then standardised.
 std::string absolute(std::string_view path);
+// A relative path put after the working folder and a leading "~" expanded,
+// nothing else: ".." after a link means the link's target's parent, which
+// only a walk of the disk can tell, so it is left for that walk.
+std::string absoluteAsTyped(std::string_view path);
 // Equal to `ancestor`, or below it at a component boundary.
 bool isWithin(std::string_view path, std::string_view ancestor);
 std::string join(std::string_view folder, std::string_view name);

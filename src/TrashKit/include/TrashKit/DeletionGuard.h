@@ -8,8 +8,10 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <variant>
 #include <vector>
 
+#include "DiskScanKit/AnchoredPath.h"
 #include "DiskScanKit/FileManager.h"
 #include "DiskScanKit/Platform.h"
 
@@ -65,6 +67,11 @@ struct Context {
     std::string homeTrash;
 };
 
+// The same places as the disk has them now: the home folder, its Trash and
+// the running program with every link on the way resolved. A place that
+// can't be followed stays as given.
+Context realContext(const Context& context);
+
 std::string normalize(std::string_view path);
 // Equal to `root`, or below it at a component boundary.
 bool isWithin(std::string_view normalPath, std::string_view normalRoot);
@@ -78,9 +85,16 @@ std::string homeTrash(const std::string& home, Platform platform = currentPlatfo
 
 // Pure string work, no disk: any tool may use it to hide a row that can't go.
 std::optional<DeletionRefusal> staticRefusal(const std::string& path, const Context& context);
-// The static test, then the disk: existence, type, permission, system extensions, iCloud.
+// The static test, then the disk: the path is followed to where it really
+// is, which must pass the static test too, then existence, a mount point,
+// type, permission, system extensions.
 std::optional<DeletionRefusal> refusal(const DeletionCandidate& candidate, const Context& context,
                                        const FileManager& fileManager, const std::string& extensionDatabase);
+// The same test, and on success the item itself, followed to the folder that
+// really holds it: the trash service moves what was judged, through that
+// folder, so nothing swapped in since can take its place.
+std::variant<AnchoredPath, DeletionRefusal> admit(const DeletionCandidate& candidate, const Context& context,
+                                                  const FileManager& fileManager, const std::string& extensionDatabase);
 // What is below a folder that is itself a candidate goes with the folder.
 std::vector<DeletionCandidate> collapseNested(std::vector<DeletionCandidate> candidates);
 DeletionPlan plan(const std::vector<DeletionCandidate>& candidates, const Context& context,

@@ -18,10 +18,12 @@ namespace tessel {
 class DockTiles;
 
 struct TrashReceipt {
-    std::string originalPath;
+    std::string originalPath; // as the tool named it
     std::string trashedPath;
     std::int64_t bytes = 0;
     bool isDirectory = false;
+    // Where it really stood, links on the way resolved: where Put Back returns it.
+    std::string realPath;
     bool operator==(const TrashReceipt&) const = default;
 };
 
@@ -53,6 +55,8 @@ public:
         "Something else is already at this location. The item is still in the Trash.";
     static constexpr const char* folderGone =
         "The folder it came from no longer exists. The item is still in the Trash.";
+    static constexpr const char* folderUnreachable =
+        "The folder it came from can't be entered. The item is still in the Trash.";
 
     TrashService(const FileManager& fileManager, TrashBin& bin, int undoDepth, DockTiles* dock = nullptr,
                  std::string extensionDatabase = "/Library/SystemExtensions/db.plist");
