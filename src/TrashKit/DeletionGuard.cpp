@@ -275,7 +275,8 @@ std::variant<AnchoredPath, DeletionRefusal> admit(const DeletionCandidate& candi
             if (std::optional<DeletionRefusal> found = staticRefusal(*path, *places)) return *found;
 
     const std::optional<struct stat> status = item.status();
-    if (!status) return DeletionRefusal::missing;
+    // Its folder may be one this user can't search, which is no proof it is gone.
+    if (!status) return errno == EACCES ? DeletionRefusal::notPermitted : DeletionRefusal::missing;
     // Moving a mounted disk's top fails ("busy") only after a Trash was made for it.
     if (item.isMountPoint()) return DeletionRefusal::volumeRoot;
     const bool isFolder = S_ISDIR(status->st_mode);

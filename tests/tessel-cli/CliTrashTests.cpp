@@ -71,6 +71,27 @@ TEST_F(TrashHome, HomeItselfAndThisProgramStay) {
     EXPECT_EQ(access(TESSEL_BINARY, X_OK), 0);
 }
 
+TEST_F(TrashHome, LinksAndDotDotAreJudgedWhereTheyLead) {
+    test::makeFolder(home / "Documents");
+    test::makeFolder(home / "sub");
+    test::makeFolder(home / "sub/dir");
+    test::writeFile(home / "victim", 10);
+    test::writeFile(home / "sub/victim", 20);
+    test::makeSymlink(home.path(), home / "hop");
+    test::makeSymlink("sub/dir", home / "lnk");
+    const Outcome outcome = run({"trash", "--json", home / "hop/Documents", home / "lnk/../victim"});
+    EXPECT_EQ(outcome.status, 1) << "the Documents folder stayed";
+    const json report = json::parse(outcome.out);
+    ASSERT_EQ(report.at("refused").size(), 1u) << report;
+    EXPECT_EQ(report.at("refused")[0].at("path"), home / "hop/Documents") << "named as typed";
+    EXPECT_EQ(report.at("refused")[0].at("reason"), "protectedFolder");
+    ASSERT_EQ(report.at("receipts").size(), 1u) << report;
+    EXPECT_EQ(report.at("receipts")[0].at("originalPath"), home / "lnk/../victim");
+    EXPECT_EQ(report.at("receipts")[0].at("realPath"), home / "sub/victim");
+    EXPECT_EQ(access((home / "victim").c_str(), F_OK), 0) << "the file the text names stays";
+    EXPECT_EQ(access((home / "Documents").c_str(), F_OK), 0);
+}
+
 TEST_F(TrashHome, NoPathIsAUsageMistake) {
     expectOneErrorLine(run({"trash", "--json"}), 2, "trash wants at least one path");
 }

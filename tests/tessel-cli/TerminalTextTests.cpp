@@ -38,6 +38,12 @@ TEST(TerminalText, EscapesEveryByteThatIsNotPartOfValidUtf8) {
     EXPECT_EQ(printable("\xff\xc3\xa9"), "\\xff\xc3\xa9"); // what follows a bad byte survives
 }
 
+TEST(TerminalText, EscapesCharactersThatReorderTheLine) {
+    EXPECT_EQ(printable("photo\xe2\x80\xaegpj.exe"), "photo\\u202egpj.exe");
+    EXPECT_EQ(printable("\xe2\x80\xaa\xe2\x81\xa6\xe2\x81\xa9"), "\\u202a\\u2066\\u2069");
+    EXPECT_EQ(printable("\xe2\x80\xa9\xe2\x81\xaa"), "\xe2\x80\xa9\xe2\x81\xaa") << "neighbours of the range stay";
+}
+
 TEST(TerminalText, DoublesBackslashesSoEscapesAreUnambiguous) {
     EXPECT_EQ(printable("a\\nb"), "a\\\\nb");
     EXPECT_NE(printable("a\\nb"), printable("a\nb"));
