@@ -8,7 +8,8 @@
 //    user's to remove, whatever it duplicates,
 //  - places where nothing may be offered (the system's own trees, other
 //    users' homes, the parts of the home that programs manage),
-//  - files smaller than the minimum on disk.
+//  - files smaller than the minimum on disk, but for the further names of
+//    hard-linked files (0 bytes in the tree), which the sizing stage measures.
 // The folder the walk starts from is the user's explicit choice, so it is
 // always looked into: choosing ~/.cache/some-folder means that folder. The
 // rules hold back what the walk would wander into on its own, so a place is
@@ -70,7 +71,9 @@ std::vector<std::string> DuplicateFinder::candidatePaths(const FileNode& root, s
         const std::string_view name = child->name();
         // A tree scanned without names can't say where its files are.
         if (name.empty()) continue;
-        if (!child->isDirectory() && child->totalBytes() < minimumBytes) continue;
+        // A further name of a hard-linked file shows 0 bytes, its bytes counted
+        // under the first name; the finder gathers every name of one file.
+        if (!child->isDirectory() && child->totalBytes() < minimumBytes && !child->isFurtherName()) continue;
         if (child->isDirectory() && (isManagedFolderName(name) || Packages::isPackage(name))) continue;
         path.resize(top.pathLength);
         if (path.back() != '/') path += '/';

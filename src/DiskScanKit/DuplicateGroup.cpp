@@ -44,6 +44,15 @@ std::string sharingWords(const DuplicateFile& file) {
     return {};
 }
 
+std::string hardLinkRemovalWords(const DuplicateFile& file) {
+    if (file.linkCount < 2) return {};
+    std::string words = "Its space comes free only when all " + std::to_string(file.linkCount) + " names go";
+    const auto outside = static_cast<std::int64_t>(file.linkCount) - 1 - static_cast<std::int64_t>(file.otherNames.size());
+    if (outside == 1) words += "; 1 of them lies outside the folder compared";
+    if (outside > 1) words += "; " + std::to_string(outside) + " of them lie outside the folder compared";
+    return words + ".";
+}
+
 bool BlockSharing::isFullClone() const {
     return flags && (*flags & sharesAllBlocks) != 0 && cloneID && *cloneID != 0 && (!cloneCount || *cloneCount >= 2);
 }

@@ -68,7 +68,8 @@ std::vector<FileNode*> FileNode::largestDescendants(int limit, bool directoriesO
         Item item = stack.back();
         stack.pop_back();
         for (FileNode* child : item.node->children()) {
-            if (!directoriesOnly || child->isDirectory()) selection.offer(child, item.depth + 1);
+            const bool listed = child->isDirectory() || (!directoriesOnly && !child->isFurtherName());
+            if (listed) selection.offer(child, item.depth + 1);
             if (child->childCount_ > 0) stack.push_back({child, item.depth + 1});
         }
     }
@@ -113,7 +114,7 @@ void FileNode::reattach(const Detachment& detachment) {
 void FileNode::setChildren(ArenaCursor& cursor, std::span<FileNode* const> children) {
     if (children.size() > childCapacity_) {
         children_ = cursor.allocateArray<FileNode*>(children.size());
-        childCapacity_ = static_cast<std::uint32_t>(children.size()) & 0x7fffffffu;
+        childCapacity_ = static_cast<std::uint32_t>(children.size()) & 0x3fffffffu;
     }
     std::copy(children.begin(), children.end(), children_);
     childCount_ = static_cast<std::uint32_t>(children.size());
@@ -125,7 +126,7 @@ void FileNode::appendChild(ArenaCursor& cursor, FileNode* child) {
         FileNode** grown = cursor.allocateArray<FileNode*>(capacity);
         std::copy(children_, children_ + childCount_, grown);
         children_ = grown;
-        childCapacity_ = capacity & 0x7fffffffu;
+        childCapacity_ = capacity & 0x3fffffffu;
     }
     children_[childCount_++] = child;
     child->parent_ = this;

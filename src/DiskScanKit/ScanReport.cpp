@@ -36,7 +36,7 @@ Inventory inventory(const FileNode& root, int limit) {
                 stack.push_back({child, item.depth + 1, childrenInside});
         } else {
             ++result.fileCount;
-            if (!item.insidePackage && !node->name().empty()) files.offer(node, item.depth);
+            if (!item.insidePackage && !node->name().empty() && !node->isFurtherName()) files.offer(node, item.depth);
         }
     }
     result.folders = folders.sorted();

@@ -23,7 +23,9 @@
 //
 // Hard links. A file with two or more links is counted once: the first link
 // met, on whichever thread, carries its bytes; later ones count as files of 0
-// bytes. Only such files take the link lock, so the common file takes none.
+// bytes, and get a node of 0 bytes where the file is big enough to be listed,
+// so that every name of it can be found. Only such files take the link lock,
+// so the common file takes none.
 //
 // Tickets and the watchdog. Every folder in progress has a ticket whose
 // `lastActivity` is renewed after each batch of entries. The thread that
@@ -48,6 +50,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <system_error>
 
 #include "DiskScanKit/CheckedSize.h"
 #include "DiskScanKit/Paths.h"
@@ -89,10 +92,13 @@ ScanResult ScanRun::execute() {
     const double start = uptime();
     pending_.push_back({rootPath_, rootNode_, nullptr});
 
-    const int workers = std::max(1, options_.workerCount);
-    for (int i = 0; i < workers; ++i) startWorker();
+    // Threads are a resource like any other: with the process limit reached
+    // the walk goes on with those that could start, or on this thread alone.
+    const int workers = std::clamp(options_.workerCount, 1, ScanOptions::maximumWorkerCount);
+    int remaining = 0;
+    while (remaining < workers && startWorker()) ++remaining;
+    bool shortOfThreads = remaining < workers;
 
-    int remaining = workers;
     while (remaining > 0) {
         if (finished_.try_acquire_for(std::chrono::seconds(1))) {
             --remaining;
@@ -100,8 +106,19 @@ ScanResult ScanRun::execute() {
         }
         auto [released, replacements] = releaseStalledFolders();
         remaining -= released;
-        for (int i = 0; i < replacements; ++i) startWorker();
-        remaining += replacements;
+        for (int i = 0; i < replacements; ++i) {
+            if (!startWorker()) {
+                shortOfThreads = true;
+                break;
+            }
+            ++remaining;
+        }
+    }
+    // What no thread was left to walk, this one walks, without a watchdog to
+    // stand in for a folder that never answers.
+    if (shortOfThreads) {
+        Worker worker(tree_->arena(), readBufferSize());
+        workerLoop(worker);
     }
 
     ScanResult result;
@@ -119,14 +136,21 @@ ScanResult ScanRun::execute() {
     return result;
 }
 
-void ScanRun::startWorker() {
+std::size_t ScanRun::readBufferSize() const {
+    return static_cast<std::size_t>(std::max<std::int64_t>(options_.bufferSize, 4096));
+}
+
+bool ScanRun::startWorker() {
     std::shared_ptr<ScanRun> self = shared_from_this();
-    const auto bufferSize = static_cast<std::size_t>(std::max<std::int64_t>(options_.bufferSize, 4096));
-    startDetachedThread(workerNamePrefix, nextWorkerNumber_++, workerStackBytes,
-                        [self, bufferSize] {
-                            Worker worker(self->tree_->arena(), bufferSize);
-                            if (self->workerLoop(worker)) self->finished_.release();
-                        });
+    try {
+        startDetachedThread(workerNamePrefix, nextWorkerNumber_++, workerStackBytes, [self, bufferSize = readBufferSize()] {
+            Worker worker(self->tree_->arena(), bufferSize);
+            if (self->workerLoop(worker)) self->finished_.release();
+        });
+    } catch (const std::system_error&) {
+        return false;
+    }
+    return true;
 }
 
 bool ScanRun::workerLoop(Worker& worker) {
@@ -249,6 +273,7 @@ void ScanRun::consume(const RawEntry& entry, const std::string& folderPath, std:
     }
 
     std::int64_t size = entry.allocatedBytes;
+    bool furtherName = false;
     if (entry.linkCount >= 2) {
         bool firstLink = false;
         {
@@ -259,17 +284,23 @@ void ScanRun::consume(const RawEntry& entry, const std::string& folderPath, std:
             ++outcome.hardLinksSkipped;
             outcome.hardLinkBytesSkipped = checkedAdd(outcome.hardLinkBytesSkipped, size);
             size = 0;
+            furtherName = true;
         }
     }
     ++outcome.files;
     outcome.ownBytes = checkedAdd(outcome.ownBytes, size);
-    if (options_.fileNodeThreshold < 0 || size < options_.fileNodeThreshold) {
+    // A further name of a file big enough to be listed is listed too, at 0
+    // bytes: its bytes count once, under the name met first, and every name
+    // can still be found (the duplicate finder shows them all).
+    const std::int64_t listedSize = furtherName ? entry.allocatedBytes : size;
+    if (options_.fileNodeThreshold < 0 || listedSize < options_.fileNodeThreshold) {
         outcome.aggregatedBytes = checkedAdd(outcome.aggregatedBytes, size);
         ++outcome.aggregatedFiles;
         return;
     }
     FileNode* node = FileNode::create(worker.cursor, entry.name, false, parent);
     node->setTotalBytes(size);
+    if (furtherName) node->markAsFurtherName();
     outcome.childNodes.push_back(node);
 }
 

@@ -95,7 +95,9 @@ private:
         }
     };
 
-    void startWorker();
+    // False when the system would not give another thread.
+    bool startWorker();
+    std::size_t readBufferSize() const;
     bool workerLoop(Worker& worker);
     std::optional<PendingDirectory> takeWork();
     // Fills `worker.outcome`; returns false when the ticket was released meanwhile.

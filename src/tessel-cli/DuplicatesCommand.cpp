@@ -90,6 +90,8 @@ void printGroup(const DuplicateGroup& group) {
         if (!sharing.empty()) std::printf("                  %s\n", sharing.c_str());
         for (const std::string& name : file.otherNames)
             std::printf("                  also named %s\n", printable(name).c_str());
+        const std::string removal = hardLinkRemovalWords(file);
+        if (!keeper && !removal.empty()) std::printf("                  %s\n", removal.c_str());
         keeper = false;
     }
 }

@@ -22,7 +22,12 @@ std::vector<OptionSpec> withScanOptions(std::vector<OptionSpec> own) {
 ScanOptions scanOptionsFrom(const Arguments& arguments) {
     ScanOptions options;
     options.progressInterval = 0.25;
-    if (auto workers = arguments.integer("workers", 1)) options.workerCount = static_cast<int>(*workers);
+    if (auto workers = arguments.integer("workers", 1)) {
+        if (*workers > ScanOptions::maximumWorkerCount)
+            throw UsageError("--workers takes at most " + std::to_string(ScanOptions::maximumWorkerCount) +
+                             " threads, not " + std::to_string(*workers));
+        options.workerCount = static_cast<int>(*workers);
+    }
     if (auto threshold = arguments.integer("threshold", 0)) options.fileNodeThreshold = *threshold;
     if (auto stall = arguments.seconds("stall-timeout")) options.stallTimeout = *stall;
     options.crossDeviceBoundaries = arguments.has("cross-devices");

@@ -14,7 +14,8 @@
 namespace tessel::cli {
 
 const char* const scanOptionsHelp =
-    "  --workers N            reading threads (default: processors, 2 to 8)\n"
+    "  --workers N            reading threads, 1 to 64 (default: processors, 2 to 8);\n"
+    "                         fewer when the system has no more to give\n"
     "  --threshold BYTES      smallest file that is listed on its own (default 1048576)\n"
     "  --cross-devices        enter other file systems mounted inside PATH\n"
     "  --include-trash        enter volume trash folders too\n"

@@ -362,6 +362,54 @@ TEST(CandidatePaths, PathsOfARealScanNameRealFiles) {
     EXPECT_EQ(paths, Paths{folder / "sub/big"});
 }
 
+TEST(CandidatePaths, EveryNameOfAHardLinkedFileReachesTheFinder) {
+    TempFolder folder;
+    makeFolder(folder / "a");
+    makeFolder(folder / "b");
+    write(folder / "a/film.mov", contents(2 * MB, 40));
+    makeHardLink(folder / "a/film.mov", folder / "b/film.mov");
+    makeHardLink(folder / "a/film.mov", folder / "film again.mov");
+    write(folder / "copy.mov", contents(2 * MB, 40));
+    ScanOptions options;
+    options.fileNodeThreshold = MB;
+    const ScanResult scan = DiskScanner::scan(folder.path(), options);
+    const Paths paths = DuplicateFinder::candidatePaths(*scan.root, MB, "/nonexistent-home");
+    EXPECT_EQ(std::set<std::string>(paths.begin(), paths.end()),
+              (std::set<std::string>{folder / "a/film.mov", folder / "b/film.mov", folder / "film again.mov",
+                                     folder / "copy.mov"}));
+
+    const DuplicateReport report = DuplicateFinder(MB, 16384, 2, "/nonexistent-home").find(paths);
+    ASSERT_EQ(report.groups.size(), 1u);
+    const DuplicateGroup& group = report.groups[0];
+    ASSERT_EQ(group.files.size(), 2u) << "three names of one file are one file";
+    const auto linked = std::find_if(group.files.begin(), group.files.end(),
+                                     [](const DuplicateFile& file) { return file.linkCount == 3; });
+    ASSERT_NE(linked, group.files.end());
+    std::set<std::string> names(linked->otherNames.begin(), linked->otherNames.end());
+    names.insert(linked->path);
+    EXPECT_EQ(names, (std::set<std::string>{folder / "a/film.mov", folder / "b/film.mov", folder / "film again.mov"}));
+    EXPECT_EQ(linked->otherNames.size(), 2u);
+}
+
+TEST(CandidatePaths, CopiesDeeperThanPathMaxAreCompared) {
+    TempFolder folder;
+    makeFolder(folder / "one");
+    makeFolder(folder / "two");
+    const std::string level(200, 'd');
+    ASSERT_EQ(makeDeepChain(folder / "one", level, 25), 25);
+    ASSERT_EQ(makeDeepChain(folder / "two", level, 25), 25);
+    ScanOptions options;
+    options.fileNodeThreshold = 1000;
+    const ScanResult scan = DiskScanner::scan(folder.path(), options);
+    const Paths paths = DuplicateFinder::candidatePaths(*scan.root, 1000, "/nonexistent-home");
+    ASSERT_EQ(paths.size(), 2u);
+    EXPECT_GT(paths[0].size(), 5000u);
+    const DuplicateReport report = DuplicateFinder(1000, 4096, 2, "/nonexistent-home").find(paths);
+    EXPECT_EQ(report.unreadable, 0) << "a long path is no unreadable file";
+    ASSERT_EQ(report.groups.size(), 1u);
+    EXPECT_EQ(report.groups[0].files.size(), 2u);
+}
+
 TEST(OpenFileIdentity, AFileChangedSinceItWasMeasuredIsRefusedWithTheReason) {
     TempFolder folder;
     const std::string path = folder / "data";

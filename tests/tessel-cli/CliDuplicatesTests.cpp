@@ -67,6 +67,25 @@ TEST_F(DuplicateHome, TextShowsWhatStaysAndWhatWouldBeFreed) {
     EXPECT_TRUE(outcome.err.empty()) << "no progress line off a terminal: " << outcome.err;
 }
 
+TEST_F(DuplicateHome, EveryNameOfAHardLinkedCopyIsShownWithWhatItsRemovalTakes) {
+    test::makeHardLink(home / "Downloads/plan (1).pdf", home / "misc/plan link.pdf");
+    test::makeHardLink(home / "Downloads/plan (1).pdf", home / "plan again.pdf");
+    const Outcome text = run({"duplicates", home.path()});
+    ASSERT_EQ(text.status, 0) << text.err;
+    EXPECT_NE(text.out.find("Hard link: one file under 3 names"), std::string::npos) << text.out;
+    for (const std::string name : {"Downloads/plan (1).pdf", "misc/plan link.pdf", "plan again.pdf"})
+        EXPECT_NE(text.out.find(home / name), std::string::npos) << name << " in\n" << text.out;
+    EXPECT_NE(text.out.find("Its space comes free only when all 3 names go."), std::string::npos) << text.out;
+
+    const json report = json::parse(run({"duplicates", "--json", home.path()}).out);
+    ASSERT_EQ(report.at("groups").size(), 1u) << report;
+    const json& linked = report.at("groups")[0].at("files")[1];
+    EXPECT_EQ(linked.at("sharing"), "hardLinked");
+    EXPECT_EQ(linked.at("otherNames").size(), 2u) << linked;
+    EXPECT_EQ(report.at("groups")[0].at("reclaimableBytes"), test::allocatedOf(home / "plan again.pdf"))
+        << "every name of the copy goes, so its bytes come free";
+}
+
 TEST_F(DuplicateHome, FailuresAreOneLine) {
     expectOneErrorLine(run({"duplicates", home / "missing"}), 1, home / "missing");
     expectOneErrorLine(run({"duplicates"}), 2, "duplicates");

@@ -186,6 +186,22 @@ TEST(CliScan, UnreadableFolderIsCountedAndWarnedAbout) {
     EXPECT_NE(text.out.find("\nWarnings\n  1 folder could not be read"), std::string::npos) << text.out;
 }
 
+TEST(CliScan, WithNoThreadToSpareTheScanStillEndsAndAddsUp) {
+    test::TempFolder tree;
+    folder(tree, "a");
+    folder(tree, "a/b");
+    file(tree, "a/b/big", 3 << 20);
+    file(tree, "a/small", 5000);
+    ASSERT_EQ(chmod(tree.path().c_str(), 0755), 0) << "nobody must pass through";
+    const Outcome plain = runTessel({"scan", "--json", tree.path()});
+    const Outcome limited = runTessel({"scan", "--json", "--workers", "4", tree.path()}, As::withoutThreads);
+    ASSERT_EQ(limited.status, 0) << limited.err;
+    EXPECT_EQ(limited.err, "");
+    const json expected = json::parse(plain.out);
+    const json got = json::parse(limited.out);
+    for (const char* key : {"bytes", "files", "directories", "largestFiles"}) EXPECT_EQ(got.at(key), expected.at(key)) << key;
+}
+
 TEST(CliScan, ProgressOnATerminalIsWipedBeforeTheReport) {
     test::TempFolder tree;
     folder(tree, "a");
@@ -225,7 +241,7 @@ TEST(CliErrors, UsageMistakesFailWithStatusTwo) {
     const std::string root = tree.path();
     const std::vector<std::vector<std::string>> mistakes{
         {"scan"}, {"scan", root, root}, {"scan", "--bogus", root}, {"scan", "--workers", "0", root},
-        {"scan", "--workers", "abc", root}, {"scan", "--stall-timeout", "-1", root},
+        {"scan", "--workers", "abc", root}, {"scan", "--workers", "65", root}, {"scan", "--stall-timeout", "-1", root},
         {"scan", "--json=yes", root}, {"scan", root, "--threshold"}, {"scan", "--bad\noption", root},
         {"frobnicate", root}, {"frob\nnicate"},
     };

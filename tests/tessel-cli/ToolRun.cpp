@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -50,6 +51,15 @@ Outcome runTessel(std::vector<std::string> words, As as, const std::string& home
     for (std::string& word : words) argv.push_back(word.data());
     argv.push_back(nullptr);
     std::vector<std::string> variables = home.empty() ? std::vector<std::string>() : environmentWithHome(home);
+    if (as == As::withoutThreads) {
+        // The leak check runs on a thread of its own, which can't start either.
+        if (variables.empty())
+            for (char** entry = environ; *entry != nullptr; ++entry) variables.emplace_back(*entry);
+        std::erase_if(variables, [](const std::string& variable) { return variable.starts_with("ASAN_OPTIONS="); });
+        const char* asan = std::getenv("ASAN_OPTIONS");
+        variables.push_back(std::string("ASAN_OPTIONS=") + (asan != nullptr ? std::string(asan) + ":" : "") +
+                            "detect_leaks=0");
+    }
     std::vector<char*> envp;
     for (std::string& variable : variables) envp.push_back(variable.data());
     envp.push_back(nullptr);
@@ -71,9 +81,11 @@ Outcome runTessel(std::vector<std::string> words, As as, const std::string& home
         // Nothing but async-signal-safe calls between fork and exec in a threaded process.
         const int in = open("/dev/null", O_RDONLY);
         if (in < 0 || dup2(in, 0) < 0 || dup2(out, 1) < 0 || dup2(err[1], 2) < 0) _exit(126);
-        if (as == As::nobody && (setgroups(0, nullptr) != 0 || setgid(65534) != 0 || setuid(65534) != 0))
-            _exit(126);
-        if (home.empty()) execv(argv[0], argv.data());
+        const bool asNobody = as == As::nobody || (as == As::withoutThreads && geteuid() == 0);
+        if (asNobody && (setgroups(0, nullptr) != 0 || setgid(65534) != 0 || setuid(65534) != 0)) _exit(126);
+        const struct rlimit oneProcess {1, 1};
+        if (as == As::withoutThreads && setrlimit(RLIMIT_NPROC, &oneProcess) != 0) _exit(126);
+        if (variables.empty()) execv(argv[0], argv.data());
         else execve(argv[0], argv.data(), envp.data());
         _exit(127);
     }

@@ -14,8 +14,10 @@ struct Outcome {
 
 // Standard input is /dev/null and standard output a file. Standard error is a pipe, or a
 // pseudo-terminal for `terminal`. `nobody` loses root's power to read any folder, so it
-// needs a temporary folder that everyone may pass through.
-enum class As { usual, nobody, terminal };
+// needs a temporary folder that everyone may pass through. `withoutThreads` is as
+// `nobody` when the tests run as root (root is never held to the process limit), with
+// the limit on processes lowered so that no thread can be started.
+enum class As { usual, nobody, terminal, withoutThreads };
 
 // A non-empty `home` becomes the tool's home folder, and its Trash the one under it, so
 // a test never touches the real one. Throws std::system_error when the machinery around

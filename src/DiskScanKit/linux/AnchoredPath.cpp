@@ -189,6 +189,32 @@ std::optional<std::string> AnchoredPath::realPathOf(std::string_view path) {
     return std::nullopt;
 }
 
+int AnchoredPath::openAnyLength(const std::string& path, int flags) {
+    const int fd = open(path.c_str(), flags);
+    if (fd >= 0 || errno != ENAMETOOLONG) return fd;
+    std::variant<AnchoredPath, Failure> found = resolve(path);
+    if (const Failure* failed = std::get_if<Failure>(&found)) {
+        errno = failed->code;
+        return -1;
+    }
+    const AnchoredPath& item = std::get<AnchoredPath>(found);
+    return openat(item.folder(), item.name().empty() ? "." : item.name().c_str(), flags);
+}
+
+int AnchoredPath::lstatAnyLength(const std::string& path, struct stat& info) {
+    if (lstat(path.c_str(), &info) == 0) return 0;
+    if (errno != ENAMETOOLONG) return -1;
+    std::variant<AnchoredPath, Failure> found = resolve(path);
+    if (const Failure* failed = std::get_if<Failure>(&found)) {
+        errno = failed->code;
+        return -1;
+    }
+    const std::optional<struct stat> status = std::get<AnchoredPath>(found).status();
+    if (!status) return -1;
+    info = *status;
+    return 0;
+}
+
 std::string AnchoredPath::realPath() const { return name_.empty() ? realFolder_ : within(realFolder_, name_); }
 
 std::optional<struct stat> AnchoredPath::status() const {

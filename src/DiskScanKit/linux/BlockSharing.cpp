@@ -48,6 +48,7 @@
 //   b: 0 +8 KiB at 4 MiB, private; 8 KiB +1016 KiB at 104 KiB, shared
 //   b: may share, privateBytes 8192. a is unchanged, still fully shared.
 
+#include "DiskScanKit/AnchoredPath.h"
 #include "DiskScanKit/DuplicateGroup.h"
 
 #include <fcntl.h>
@@ -192,10 +193,10 @@ std::optional<std::uint64_t> digestOf(const std::vector<Run>& runs, std::int64_t
 BlockSharing BlockSharing::read(const std::string& path) {
     // Only regular files: opening a device node can have effects of its own.
     struct stat info {};
-    if (lstat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) return {};
+    if (AnchoredPath::lstatAnyLength(path, info) != 0 || !S_ISREG(info.st_mode)) return {};
     // O_PATH would do for fstat but not for the ioctl; O_NONBLOCK keeps a file
     // swapped for a FIFO since the lstat from holding us up.
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
+    const Descriptor file(AnchoredPath::openAnyLength(path, O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
     if (file.get() < 0 || fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode)) return {};
 
     Tally tally;

@@ -63,6 +63,7 @@
 #include <cstring>
 #include <utility>
 
+#include "DiskScanKit/AnchoredPath.h"
 #include "DiskScanKit/CheckedSize.h"
 
 namespace tessel {
@@ -135,7 +136,7 @@ std::optional<FileIdentity> FileIdentity::ofPath(const std::string& path) {
 MeasuredPath MeasuredPath::of(const std::string& path) {
     MeasuredPath measured;
     struct stat status {};
-    if (lstat(path.c_str(), &status) != 0) return measured;
+    if (AnchoredPath::lstatAnyLength(path, status) != 0) return measured;
     // Linux has no placeholders whose reading would download them, so no file is `inTheCloud` here.
     measured.kind = S_ISREG(status.st_mode) ? Kind::regularFile : Kind::notAFile;
     measured.identity = identityOf(status);
@@ -151,7 +152,7 @@ std::optional<OpenFile> OpenFile::bypassCache(const std::string& path, const Fil
         if (failure != nullptr) *failure = std::move(why);
         return std::nullopt;
     };
-    const int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
+    const int fd = AnchoredPath::openAnyLength(path, O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
     if (fd < 0) return refuse(sentence("open", path, errno), -1);
     struct stat status {};
     if (fstat(fd, &status) != 0) return refuse(sentence("fstat", path, errno), fd);

@@ -37,6 +37,12 @@ public:
     // it exists; none when a folder on the way can't be followed.
     static std::optional<std::string> realPathOf(std::string_view path);
 
+    // open(2) and lstat(2) for a path of any length: the plain call, and where
+    // the kernel refuses the path as too long, the same call through the
+    // folder that holds the item. -1 with errno set on failure.
+    static int openAnyLength(const std::string& path, int flags);
+    static int lstatAnyLength(const std::string& path, struct stat& info);
+
     AnchoredPath(AnchoredPath&&) noexcept = default;
     AnchoredPath& operator=(AnchoredPath&&) noexcept = default;
 

@@ -59,6 +59,10 @@ struct DuplicateFile {
 // under 2 names", "Clone: shares all its blocks with other files", "Partly
 // shared: 1.2 MB of its own"; empty for a copy that owns all its blocks.
 std::string sharingWords(const DuplicateFile& file);
+// What removing a hard-linked file takes before any of its space comes free:
+// "Its space comes free only when all 3 names go." and how many of them lie
+// outside the folder that was compared; empty for a file with one name.
+std::string hardLinkRemovalWords(const DuplicateFile& file);
 
 // What the file system says about a file's blocks; every field may be missing.
 struct BlockSharing {

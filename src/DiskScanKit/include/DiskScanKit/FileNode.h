@@ -36,6 +36,10 @@ public:
     // The same name, NUL-terminated, for system calls.
     const char* nameCString() const { return name_; }
     bool isDirectory() const { return isDirectory_; }
+    // Another name of a hard-linked file whose bytes count under the name the
+    // scan met first: it has a node of 0 bytes only so that every name of the
+    // file can be found, and is no file of its own in lists of the largest.
+    bool isFurtherName() const { return isFurtherName_; }
     std::int64_t totalBytes() const { return totalBytes_; }
     std::span<FileNode* const> children() const { return {children_, childCount_}; }
     FileNode* parent() const { return parent_; }
@@ -58,6 +62,7 @@ public:
     void addTotalBytes(std::int64_t bytes);
     void setAggregatedFiles(std::int64_t bytes, std::int64_t count);
     void setPendingChildren(std::int64_t count) { pendingChildren_ = static_cast<std::int32_t>(count); }
+    void markAsFurtherName() { isFurtherName_ = 1; }
 
 private:
     FileNode(const char* name, bool isDirectory, FileNode* parent)
@@ -70,8 +75,9 @@ private:
     std::int64_t totalBytes_ = 0;
     std::int64_t aggregatedFileBytes_ = 0;
     std::uint32_t childCount_ = 0;
-    std::uint32_t childCapacity_ : 31 = 0;
+    std::uint32_t childCapacity_ : 30 = 0;
     std::uint32_t isDirectory_ : 1;
+    std::uint32_t isFurtherName_ : 1 = 0;
     std::int32_t aggregatedFileCount_ = 0;
     std::int32_t pendingChildren_ = 0;
 };

@@ -12,12 +12,14 @@ namespace tessel {
 using NameSet = std::set<std::string, std::less<>>;
 
 struct ScanOptions {
+    // More readers than this only queue behind one another in the kernel.
+    static constexpr int maximumWorkerCount = 64;
     static int defaultWorkerCount();
     static const NameSet& defaultSkippedPaths();
     static const NameSet& skippedPathsOn(Platform platform);
     static const NameSet& defaultSkippedNames();
 
-    // Values below 1 are raised to 1 when a run starts.
+    // Brought within 1...maximumWorkerCount when a run starts.
     int workerCount = defaultWorkerCount();
     std::int64_t bufferSize = 131072;
     bool retainFileNames = true;
