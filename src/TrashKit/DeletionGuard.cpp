@@ -259,6 +259,13 @@ Context realContext(const Context& context) {
 std::variant<AnchoredPath, DeletionRefusal> admit(const DeletionCandidate& candidate, const Context& context,
                                                   const FileManager& fileManager, const std::string& extensionDatabase) {
     if (std::optional<DeletionRefusal> found = staticRefusal(candidate.path, context)) return *found;
+    return admit(candidate, context, realContext(context), fileManager, extensionDatabase);
+}
+
+std::variant<AnchoredPath, DeletionRefusal> admit(const DeletionCandidate& candidate, const Context& context,
+                                                  const Context& real, const FileManager& fileManager,
+                                                  const std::string& extensionDatabase) {
+    if (std::optional<DeletionRefusal> found = staticRefusal(candidate.path, context)) return *found;
     std::variant<AnchoredPath, AnchoredPath::Failure> resolved = AnchoredPath::resolve(candidate.path);
     // A folder on the way this user may not enter, or one that is gone.
     if (const AnchoredPath::Failure* failed = std::get_if<AnchoredPath::Failure>(&resolved))
@@ -268,7 +275,6 @@ std::variant<AnchoredPath, DeletionRefusal> admit(const DeletionCandidate& candi
     // Both the path as given and where it really is, against the home as given
     // and as it really is: whichever road a protected place is reached by, it
     // is refused for the reason it gets when named directly.
-    const Context real = realContext(context);
     const std::string realPath = item.realPath();
     for (const std::string* path : {&candidate.path, &realPath})
         for (const Context* places : {&context, &real})
@@ -317,8 +323,10 @@ std::vector<DeletionCandidate> collapseNested(std::vector<DeletionCandidate> can
 DeletionPlan plan(const std::vector<DeletionCandidate>& candidates, const Context& context,
                   const FileManager& fileManager, const std::string& extensionDatabase) {
     DeletionPlan result;
+    const Context real = realContext(context);
     for (DeletionCandidate& candidate : collapseNested(candidates)) {
-        if (std::optional<DeletionRefusal> reason = refusal(candidate, context, fileManager, extensionDatabase))
+        std::variant<AnchoredPath, DeletionRefusal> judged = admit(candidate, context, real, fileManager, extensionDatabase);
+        if (const DeletionRefusal* reason = std::get_if<DeletionRefusal>(&judged))
             result.refused.emplace_back(std::move(candidate), *reason);
         else
             result.allowed.push_back(std::move(candidate));

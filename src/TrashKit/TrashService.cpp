@@ -39,11 +39,12 @@ TrashOutcome TrashService::trash(const DeletionPlan& plan, const DeletionGuard::
                                  const Progress& progress) {
     TrashOutcome outcome;
     const std::size_t total = plan.allowed.size();
+    const DeletionGuard::Context real = DeletionGuard::realContext(context);
     for (std::size_t index = 0; index < total; ++index) {
         const DeletionCandidate& candidate = plan.allowed[index];
         if (progress) progress(index, total);
         std::variant<AnchoredPath, DeletionRefusal> judged =
-            DeletionGuard::admit(candidate, context, fileManager_, extensionDatabase_);
+            DeletionGuard::admit(candidate, context, real, fileManager_, extensionDatabase_);
         if (const DeletionRefusal* refusal = std::get_if<DeletionRefusal>(&judged)) {
             outcome.failures.push_back(
                 {candidate.path, std::string(DeletionRefusals::explanation(*refusal, context.platform))});

@@ -95,6 +95,11 @@ std::optional<DeletionRefusal> refusal(const DeletionCandidate& candidate, const
 // folder, so nothing swapped in since can take its place.
 std::variant<AnchoredPath, DeletionRefusal> admit(const DeletionCandidate& candidate, const Context& context,
                                                   const FileManager& fileManager, const std::string& extensionDatabase);
+// The same, with `real` the context's places as the disk has them (realContext
+// of `context`), found once for a run over many candidates.
+std::variant<AnchoredPath, DeletionRefusal> admit(const DeletionCandidate& candidate, const Context& context,
+                                                  const Context& real, const FileManager& fileManager,
+                                                  const std::string& extensionDatabase);
 // What is below a folder that is itself a candidate goes with the folder.
 std::vector<DeletionCandidate> collapseNested(std::vector<DeletionCandidate> candidates);
 DeletionPlan plan(const std::vector<DeletionCandidate>& candidates, const Context& context,
