@@ -62,7 +62,7 @@ TEST_F(SnapshotHome, ABaselineFromANewerBuildFailsInWords) {
     const std::string path = listed.at("snapshots")[0].at("path");
     const std::string folder = path.substr(0, path.rfind('/'));
     std::ofstream(folder + "/9999-future.json")
-        << R"({"date":9e9,"entries":{},"formatVersion":2,"minimumBytes":1,"rootPath":")" << data.path()
+        << R"({"date":8e9,"entries":{},"formatVersion":2,"minimumBytes":1,"rootPath":")" << data.path()
         << R"(","totalBytes":1})";
 
     expectOneErrorLine(run({"changes", data.path()}), 1,
