@@ -5,8 +5,21 @@
 // header only and keeps those whose root really is the one asked for: two roots
 // may share a folder when their hashes collide.
 //
+// The folder is in the user's data folder, but anything may turn up there: a
+// FIFO, a link, a folder named "x.json", a huge file, a file edited by hand.
+// Each "*.json" is read without following a link, without waiting on a FIFO
+// and only up to a bound, and whatever can't be read as a snapshot is told
+// with the reason, not passed over in silence. A file of another root is not
+// unreadable, only not this root's.
+//
 // The files written and pruned here are Tessel's own records, not the user's:
-// pruning them is housekeeping, like replacing a cache file.
+// pruning them is housekeeping, like replacing a cache file. Only files read
+// as snapshots of the root are ever removed; an unreadable one may be anyone's.
+//
+// Before snapshots kept names that are not UTF-8 exactly, such a root was
+// written with U+FFFD for its bad bytes, and its snapshots were never listed
+// again, nor pruned. Pruning counts those lossy copies among the root's
+// snapshots, oldest first to go, so they don't pile up for ever.
 
 #include "DiskScanKit/SnapshotStore.h"
 
@@ -23,14 +36,23 @@
 #include <random>
 
 #include "DiskScanKit/FileManager.h"
+#include "DiskScanKit/NameBytes.h"
 #include "DiskScanKit/Paths.h"
 
 namespace tessel {
 
 namespace {
 
-// A snapshot of a whole disk stays far below this; a bigger file is not one of ours.
-constexpr std::int64_t largestSnapshotFile = std::int64_t{1} << 28;
+// SnapshotStore::largestFile. A snapshot holds the paths of 10 MB or more:
+// a few thousand even on a large disk, at about a hundred bytes each, a few
+// hundred kilobytes of JSON. 64 MB holds some 600,000 such entries, room for a
+// hundred times a large disk's or for a floor set far lower, while a hostile
+// file costs no more than parsing 64 MB does: under half a second and under
+// 200 MB of memory in an optimised build (a 256 MB bound let one file take
+// several seconds and most of a gigabyte). The size is checked on the open
+// file before a byte is read.
+constexpr const char* tooLarge = "It is larger than 64 MB, more than any snapshot needs.";
+constexpr const char* notRegular = "It is not a regular file.";
 
 [[noreturn]] void failed(const char* call, const std::string& path, int error) {
     throw SnapshotError(std::string(call) + " " + path + ": " + std::strerror(error));
@@ -52,6 +74,58 @@ void writeAll(int fd, const std::string& data, const std::string& path) {
         if (wrote <= 0) failed("Could not write", path, wrote < 0 ? errno : EIO);
         done += static_cast<std::size_t>(wrote);
     }
+}
+
+// Why the file could not be read, asked after the reader said only "no".
+std::string unreadableReason(const std::string& path) {
+    struct stat info {};
+    if (lstat(path.c_str(), &info) != 0) return std::string("It could not be read: ") + std::strerror(errno) + ".";
+    if (!S_ISREG(info.st_mode)) return notRegular;
+    if (info.st_size > SnapshotStore::largestFile) return tooLarge;
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+    if (fd < 0) return std::string("It could not be read: ") + std::strerror(errno) + ".";
+    close(fd);
+    return "It could not be read whole: it changed while it was read.";
+}
+
+bool newestFirst(const SnapshotInfo& a, const SnapshotInfo& b) {
+    return a.date != b.date ? a.date > b.date : a.path > b.path;
+}
+
+// A root's folder as read: the listing, and the lossy copies of the root that
+// an older build wrote when its path was not UTF-8.
+struct FolderRead {
+    SnapshotListing listing;
+    std::vector<SnapshotInfo> lossyCopies;
+};
+
+FolderRead readFolder(const FileManager& files, const std::string& folder, const std::string& standardRoot) {
+    FolderRead read;
+    const std::optional<std::vector<std::string>> names = files.contentsOfDirectory(folder);
+    if (!names) return read;
+    const std::string lossyRoot = Utf8::repaired(standardRoot);
+    for (const std::string& name : *names) {
+        if (!name.ends_with(".json") || name.starts_with('.')) continue;
+        const std::string path = folder + "/" + name;
+        const std::optional<std::string> text = files.contents(path, SnapshotStore::largestFile);
+        if (!text) {
+            read.listing.unreadable.push_back({path, unreadableReason(path)});
+            continue;
+        }
+        try {
+            SnapshotJson::Header header = SnapshotJson::decodeHeader(*text);
+            const std::string root = Paths::standardized(header.rootPath);
+            SnapshotInfo info{path, std::move(header.rootPath), header.date, header.totalBytes};
+            if (root == standardRoot) read.listing.readable.push_back(std::move(info));
+            else if (root == lossyRoot) read.lossyCopies.push_back(std::move(info));
+        } catch (const SnapshotError& error) {
+            read.listing.unreadable.push_back({path, error.what()});
+        }
+    }
+    std::sort(read.listing.readable.begin(), read.listing.readable.end(), newestFirst);
+    std::sort(read.listing.unreadable.begin(), read.listing.unreadable.end(),
+              [](const UnreadableSnapshot& a, const UnreadableSnapshot& b) { return a.path > b.path; });
+    return read;
 }
 
 std::string randomTag() {
@@ -103,8 +177,16 @@ std::string SnapshotStore::folderFor(const std::string& rootPath) const {
 
 SnapshotInfo SnapshotStore::save(const ScanSnapshot& snapshot) const {
     const std::string folder = folderFor(snapshot.rootPath);
+    std::string data;
+    try {
+        data = SnapshotJson::encode(snapshot);
+    } catch (const SnapshotError& error) {
+        throw SnapshotError("Could not save a snapshot of " + snapshot.rootPath + ": " + error.what());
+    }
+    if (static_cast<std::int64_t>(data.size()) > largestFile)
+        throw SnapshotError("Could not save a snapshot of " + snapshot.rootPath +
+                            ": it would be larger than 64 MB, too large to be read back.");
     makeFolders(folder);
-    const std::string data = SnapshotJson::encode(snapshot);
 
     std::string temporary = folder + "/.snapshot-XXXXXX";
     const int fd = mkostemp(temporary.data(), O_CLOEXEC);
@@ -132,35 +214,42 @@ SnapshotInfo SnapshotStore::save(const ScanSnapshot& snapshot) const {
     }
 }
 
-std::vector<SnapshotInfo> SnapshotStore::snapshots(const std::string& rootPath) const {
+SnapshotListing SnapshotStore::listing(const std::string& rootPath) const {
     const std::string standard = Paths::standardized(rootPath);
-    const std::string folder = folderFor(standard);
-    std::vector<SnapshotInfo> found;
-    const std::optional<std::vector<std::string>> names = files_.contentsOfDirectory(folder);
-    if (!names) return found;
-    for (const std::string& name : *names) {
-        if (!name.ends_with(".json") || name.starts_with('.')) continue;
-        const std::string path = folder + "/" + name;
-        const std::optional<std::string> text = files_.contents(path, largestSnapshotFile);
-        if (!text) continue;
-        const std::optional<SnapshotJson::Header> header = SnapshotJson::decodeHeader(*text);
-        if (!header || Paths::standardized(header->rootPath) != standard) continue;
-        found.push_back({path, header->rootPath, header->date, header->totalBytes});
-    }
-    std::sort(found.begin(), found.end(), [](const SnapshotInfo& a, const SnapshotInfo& b) {
-        return a.date != b.date ? a.date > b.date : a.path > b.path;
-    });
-    return found;
+    return readFolder(files_, folderFor(standard), standard).listing;
+}
+
+std::vector<SnapshotInfo> SnapshotStore::snapshots(const std::string& rootPath) const {
+    return listing(rootPath).readable;
 }
 
 ScanSnapshot SnapshotStore::load(const SnapshotInfo& info) const {
-    const std::optional<std::string> text = files_.contents(info.path, largestSnapshotFile);
-    if (!text) throw SnapshotError("Could not read " + info.path + ": it is missing, unreadable or too large.");
+    const std::optional<std::string> text = files_.contents(info.path, largestFile);
+    if (!text) throw SnapshotError(unreadableReason(info.path));
     return SnapshotJson::decode(*text);
 }
 
+SnapshotBaseline SnapshotStore::baseline(const std::vector<SnapshotInfo>& readable, const std::string& except) const {
+    SnapshotBaseline found;
+    for (const SnapshotInfo& info : readable) {
+        if (info.path == except) continue;
+        try {
+            found.snapshot = load(info);
+            found.info = info;
+            return found;
+        } catch (const SnapshotError& error) {
+            found.passedOver.push_back({info.path, error.what()});
+        }
+    }
+    return found;
+}
+
 void SnapshotStore::prune(const std::string& rootPath, int keeping) const {
-    const std::vector<SnapshotInfo> all = snapshots(rootPath);
+    const std::string standard = Paths::standardized(rootPath);
+    FolderRead read = readFolder(files_, folderFor(standard), standard);
+    std::vector<SnapshotInfo>& all = read.listing.readable;
+    all.insert(all.end(), read.lossyCopies.begin(), read.lossyCopies.end());
+    std::sort(all.begin(), all.end(), newestFirst);
     for (std::size_t index = static_cast<std::size_t>(std::max(keeping, 0)); index < all.size(); ++index)
         unlink(all[index].path.c_str());
 }

@@ -1,8 +1,11 @@
 // tessel snapshot, snapshots and changes: the records the app keeps after each
 // scan, from the command line. They share the app's store
 // ($XDG_DATA_HOME/Tessel/Snapshots), so a scan made here is compared with one
-// made in the app and the other way round.
+// made in the app and the other way round. A file in that folder that can't
+// be read as a snapshot is named with the reason, and `changes` goes on to
+// the next earlier snapshot rather than failing on every run.
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <ctime>
@@ -65,6 +68,25 @@ std::string signedSize(std::int64_t delta) {
     return (delta < 0 ? "-" : "+") + ByteFormat::string(delta < 0 ? -delta : delta);
 }
 
+// [{"file", "reason"}], newest name first.
+nlohmann::ordered_json unreadableItems(const std::vector<UnreadableSnapshot>& files) {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const UnreadableSnapshot& file : files) {
+        nlohmann::ordered_json item;
+        putName(item, "file", file.path);
+        item["reason"] = file.reason;
+        list.push_back(std::move(item));
+    }
+    return list;
+}
+
+void printUnreadable(const std::vector<UnreadableSnapshot>& files, const char* heading) {
+    if (files.empty()) return;
+    std::printf("%s\n", heading);
+    for (const UnreadableSnapshot& file : files)
+        std::printf("  %s: %s\n", printable(file.path).c_str(), printable(file.reason).c_str());
+}
+
 void printChanges(const std::vector<SnapshotChange>& changes) {
     for (const SnapshotChange& change : changes) {
         std::printf("  %-11s %10s  %s  (%s -> %s)\n", std::string(SnapshotDiff::kindName(change.kind)).c_str(),
@@ -95,20 +117,30 @@ int runSnapshots(const std::vector<std::string>& words) {
     const std::string root = Paths::absolute(arguments.positionals.front());
     const LocalFileManager files;
     const SnapshotStore store(SnapshotStore::defaultDirectory(), files);
-    const std::vector<SnapshotInfo> all = store.snapshots(root);
+    const SnapshotListing listed = store.listing(root);
     if (arguments.has("json")) {
         nlohmann::ordered_json list = nlohmann::ordered_json::array();
-        for (const SnapshotInfo& info : all)
-            list.push_back({{"date", isoDate(info.date)}, {"totalBytes", info.totalBytes}, {"path", info.path}});
-        printJson({{"root", root}, {"snapshots", list}});
-    } else if (all.empty()) {
+        for (const SnapshotInfo& info : listed.readable) {
+            nlohmann::ordered_json item{{"date", isoDate(info.date)}, {"totalBytes", info.totalBytes}};
+            putName(item, "path", info.path);
+            list.push_back(std::move(item));
+        }
+        nlohmann::ordered_json report;
+        putName(report, "root", root);
+        report["snapshots"] = std::move(list);
+        report["unreadable"] = unreadableItems(listed.unreadable);
+        printJson(report);
+        return exitSuccess;
+    }
+    if (listed.readable.empty() && listed.unreadable.empty()) {
         std::printf("No snapshots of %s yet: \"tessel snapshot\" or a scan in the app keeps one.\n",
                     printable(root).c_str());
-    } else {
-        for (const SnapshotInfo& info : all)
-            std::printf("%s  %s  %s\n", localDate(info.date).c_str(), ByteFormat::padded(info.totalBytes, 9).c_str(),
-                        printable(info.path).c_str());
+        return exitSuccess;
     }
+    for (const SnapshotInfo& info : listed.readable)
+        std::printf("%s  %s  %s\n", localDate(info.date).c_str(), ByteFormat::padded(info.totalBytes, 9).c_str(),
+                    printable(info.path).c_str());
+    printUnreadable(listed.unreadable, "Files that could not be read as snapshots:");
     return exitSuccess;
 }
 
@@ -119,49 +151,60 @@ int runChanges(const std::vector<std::string>& words) {
     const SnapshotStore store(SnapshotStore::defaultDirectory(), files);
     const std::optional<Saved> saved = scanAndSave(arguments.positionals.front(), arguments, store);
     if (!saved) return exitFailure;
+    const std::string& root = saved->snapshot.rootPath;
 
-    // The newest snapshot other than the one just saved.
-    std::optional<SnapshotInfo> baseline;
-    for (const SnapshotInfo& info : store.snapshots(saved->snapshot.rootPath))
-        if (info.path != saved->info.path) {
-            baseline = info;
-            break;
-        }
-    std::vector<SnapshotChange> changes;
-    if (baseline) {
-        try {
-            changes = SnapshotDiff::changes(store.load(*baseline), saved->snapshot);
-        } catch (const SnapshotError& error) {
-            printError("That snapshot could not be read: " + printable(error.what()));
-            return exitFailure;
-        }
-    }
+    // The newest snapshot other than the one just saved that can be read whole.
+    const SnapshotListing listed = store.listing(root);
+    const SnapshotBaseline baseline = store.baseline(listed.readable, saved->info.path);
+    std::vector<UnreadableSnapshot> unreadable = baseline.passedOver;
+    unreadable.insert(unreadable.end(), listed.unreadable.begin(), listed.unreadable.end());
+    std::sort(unreadable.begin(), unreadable.end(),
+              [](const UnreadableSnapshot& a, const UnreadableSnapshot& b) { return a.path > b.path; });
+    const std::vector<SnapshotChange> changes =
+        baseline.snapshot ? SnapshotDiff::changes(*baseline.snapshot, saved->snapshot) : std::vector<SnapshotChange>{};
 
     if (arguments.has("json")) {
         nlohmann::ordered_json list = nlohmann::ordered_json::array();
-        for (const SnapshotChange& change : changes)
-            list.push_back({{"path", change.path},
-                            {"oldBytes", change.oldBytes},
-                            {"newBytes", change.newBytes},
-                            {"kind", std::string(SnapshotDiff::kindName(change.kind))}});
+        for (const SnapshotChange& change : changes) {
+            nlohmann::ordered_json item;
+            putName(item, "path", change.path);
+            item["oldBytes"] = change.oldBytes;
+            item["newBytes"] = change.newBytes;
+            item["kind"] = std::string(SnapshotDiff::kindName(change.kind));
+            list.push_back(std::move(item));
+        }
         nlohmann::ordered_json base = nullptr;
-        if (baseline) base = {{"date", isoDate(baseline->date)}, {"totalBytes", baseline->totalBytes}};
-        printJson({{"root", saved->snapshot.rootPath}, {"baseline", base}, {"changes", list}});
+        if (baseline.info) base = {{"date", isoDate(baseline.info->date)}, {"totalBytes", baseline.info->totalBytes}};
+        nlohmann::ordered_json report;
+        putName(report, "root", root);
+        report["baseline"] = std::move(base);
+        report["changes"] = std::move(list);
+        report["unreadable"] = unreadableItems(unreadable);
+        printJson(report);
         return exitSuccess;
     }
-    if (!baseline) {
+    const char* const passedOver = "Passed over, as they could not be read:";
+    if (!baseline.info && unreadable.empty()) {
         std::printf("Nothing to compare with yet: this is the first snapshot of %s. It is kept, so the next run "
                     "has one.\n",
-                    printable(saved->snapshot.rootPath).c_str());
+                    printable(root).c_str());
         return exitSuccess;
     }
-    std::printf("Since %s: %s then, %s now.\n", localDate(baseline->date).c_str(),
-                ByteFormat::string(baseline->totalBytes).c_str(), ByteFormat::string(saved->snapshot.totalBytes).c_str());
+    if (!baseline.info) {
+        std::printf("Nothing to compare with: no earlier snapshot of %s can be read. This one is kept, so the "
+                    "next run has one.\n",
+                    printable(root).c_str());
+        printUnreadable(unreadable, passedOver);
+        return exitSuccess;
+    }
+    std::printf("Since %s: %s then, %s now.\n", localDate(baseline.info->date).c_str(),
+                ByteFormat::string(baseline.info->totalBytes).c_str(), ByteFormat::string(saved->snapshot.totalBytes).c_str());
     if (changes.empty())
-        std::printf("Nothing in %s changed by %s or more.\n", printable(saved->snapshot.rootPath).c_str(),
+        std::printf("Nothing in %s changed by %s or more.\n", printable(root).c_str(),
                     ByteFormat::string(SnapshotDiff::standardMinimumDelta).c_str());
     else
         printChanges(changes);
+    printUnreadable(unreadable, passedOver);
     return exitSuccess;
 }
 

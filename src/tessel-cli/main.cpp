@@ -153,8 +153,13 @@ const std::vector<Command>& commands() {
          "usage: tessel snapshots [--json] PATH\n"
          "\n"
          "Lists the snapshots of PATH, newest first: when, how large it was, and the file.\n"
+         "Then the files in their folder that could not be read as snapshots (not a\n"
+         "regular file, larger than 64 MB, not valid JSON, a value out of range...),\n"
+         "each with the reason. They are left as they are.\n"
          "\n"
-         "  --json                 print {\"root\", \"snapshots\": [{\"date\", \"totalBytes\", \"path\"}]}\n"
+         "  --json                 print {\"root\", \"snapshots\": [{\"date\", \"totalBytes\", \"path\"}],\n"
+         "                         \"unreadable\": [{\"file\", \"reason\"}]}; unreadable holds\n"
+         "                         the files that could not be read, newest name first\n"
              + std::string(namesInJsonHelp),
          runSnapshots},
         {"changes", "Show what grew or shrank since the last snapshot",
@@ -163,11 +168,15 @@ const std::vector<Command>& commands() {
          "Scans PATH, keeps its snapshot, and compares it with the newest earlier one:\n"
          "the files and folders that changed by 50 MB or more, each change told once\n"
          "(a folder is not listed again for what a listed folder inside it tells).\n"
+         "An earlier snapshot that can't be read is passed over, with the reason, for\n"
+         "the next one that can.\n"
          "\n"
          "  --json                 print {\"root\", \"baseline\": {\"date\", \"totalBytes\"} or null,\n"
-         "                         \"changes\": [{\"path\", \"oldBytes\", \"newBytes\", \"kind\"}]};\n"
-         "                         kind is grew, shrank, appeared or disappeared, dates\n"
-         "                         are ISO 8601 in UTC\n")
+         "                         \"changes\": [{\"path\", \"oldBytes\", \"newBytes\", \"kind\"}],\n"
+         "                         \"unreadable\": [{\"file\", \"reason\"}]}; kind is grew,\n"
+         "                         shrank, appeared or disappeared, dates are ISO 8601 in\n"
+         "                         UTC, unreadable holds the snapshot files passed over\n"
+         "                         because they could not be read\n")
              + scanOptionsHelp + namesInJsonHelp,
          runChanges},
     };

@@ -1,13 +1,22 @@
-// Snapshots: what a tree leaves in one, its JSON, and the store on a real folder.
+// Snapshots: what a tree leaves in one, and the store on a real folder,
+// including a folder where someone has left things that are not snapshots.
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
+#include <limits>
+#include <map>
 #include <set>
 #include <string>
+#include <nlohmann/json.hpp>
 
 #include "DiskScanKit/FileManager.h"
+#include "DiskScanKit/NameBytes.h"
 #include "DiskScanKit/SnapshotStore.h"
+#include "FifoRelease.h"
 #include "Fixture.h"
 #include "TreeBuilder.h"
 
@@ -17,6 +26,11 @@ namespace {
 constexpr std::int64_t MB = 1'000'000;
 
 void writeText(const std::string& path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
+
+bool present(const std::string& path) {
+    struct stat info {};
+    return lstat(path.c_str(), &info) == 0;
+}
 
 TEST(SnapshotOfATree, KeepsThePathsAtTheFloorJoinedFromTheRoot) {
     test::TreeBuilder tree("/");
@@ -41,34 +55,6 @@ TEST(SnapshotOfATree, ASmallRootStandsAloneUnderItsPath) {
     tree.file(tree.root, "a", 3 * MB);
     const ScanSnapshot snapshot = ScanSnapshot::of(*tree.root, 0);
     EXPECT_EQ(snapshot.entries, (std::unordered_map<std::string, std::int64_t>{{"/home/me/small", 3 * MB}}));
-}
-
-TEST(SnapshotJsonForm, SortedKeysPlainSlashesAndAFaithfulRoundTrip) {
-    ScanSnapshot snapshot;
-    snapshot.rootPath = "/home/me";
-    snapshot.date = 785'000'000.125;
-    snapshot.totalBytes = 90 * MB;
-    snapshot.entries = {{"/home/me", 90 * MB}, {"/home/me/a \"quoted\"", 60 * MB}, {"/home/me/b", 30 * MB}};
-    const std::string text = SnapshotJson::encode(snapshot);
-    EXPECT_TRUE(text.starts_with("{\"date\":785000000.125,\"entries\":{")) << text;
-    EXPECT_NE(text.find("\"formatVersion\":1,\"minimumBytes\":10000000,\"rootPath\":\"/home/me\",\"totalBytes\":90000000}"),
-              std::string::npos)
-        << text;
-    EXPECT_EQ(text.find("\\/"), std::string::npos) << "slashes are written as they are";
-    EXPECT_EQ(SnapshotJson::decode(text), snapshot);
-}
-
-TEST(SnapshotJsonForm, ANewerFormatAndBrokenFilesAreRefusedInWords) {
-    try {
-        SnapshotJson::decode(R"({"formatVersion":2,"rootPath":"/","date":1,"totalBytes":1,"minimumBytes":1,"entries":{}})");
-        FAIL() << "a newer format was read";
-    } catch (const SnapshotError& error) {
-        EXPECT_STREQ(error.what(), "Snapshot format 2 is newer than this build understands.");
-    }
-    for (const char* broken : {"", "[1]", "{\"formatVersion\":1}", R"({"formatVersion":1,"rootPath":"/","date":1,)",
-                               R"({"formatVersion":1,"rootPath":"/","date":1,"totalBytes":1,"minimumBytes":1,"entries":{"/":"x"}})"})
-        EXPECT_THROW(SnapshotJson::decode(broken), SnapshotError) << broken;
-    EXPECT_FALSE(SnapshotJson::decodeHeader(R"({"formatVersion":1,"rootPath":"/","date":"today","totalBytes":1})"));
 }
 
 TEST(SnapshotPathsOfEntries, DepthAndParent) {
@@ -103,6 +89,13 @@ struct SnapshotFolder : ::testing::Test {
         return snapshot;
     }
     std::string rootFolder(const std::string& root = "/data") { return store.directory() + "/" + SnapshotStore::folderName(root); }
+    // The JSON of a snapshot at `date`, with `change` made to it.
+    template <typename Change>
+    std::string alteredText(double date, Change change) {
+        nlohmann::json object = nlohmann::json::parse(SnapshotJson::encode(at(date)));
+        change(object);
+        return object.dump();
+    }
 };
 
 TEST_F(SnapshotFolder, SavedSnapshotsComeBackNewestFirstAndWhole) {
@@ -163,6 +156,148 @@ TEST_F(SnapshotFolder, PruningKeepsTheNewest) {
     EXPECT_EQ(names->size(), 20u) << "no temporary file is left behind";
 }
 
+TEST_F(SnapshotFolder, ARootThatIsNotUtf8IsListedLoadedAndPrunedByItsBytes) {
+    const std::string root = "/data/caf\xe9";
+    for (int day = 1; day <= 21; ++day) store.save(at(day * 86400.0, root));
+    const SnapshotListing listed = store.listing(root);
+    ASSERT_EQ(listed.readable.size(), 21u);
+    EXPECT_TRUE(listed.unreadable.empty());
+    EXPECT_EQ(listed.readable.front().rootPath, root);
+    EXPECT_EQ(store.load(listed.readable.front()), at(21 * 86400.0, root));
+    EXPECT_TRUE(store.snapshots("/data/caf\xef\xbf\xbd").empty()) << "its repaired name is another root";
+
+    store.prune(root);
+    const std::vector<SnapshotInfo> left = store.snapshots(root);
+    ASSERT_EQ(left.size(), 20u);
+    EXPECT_EQ(left.back().date, 2 * 86400.0) << "the oldest went";
+    EXPECT_EQ(files.contentsOfDirectory(rootFolder(root))->size(), 20u);
+}
+
+TEST_F(SnapshotFolder, LossyCopiesAnOlderBuildWroteOfARootNotUtf8ArePrunedFirst) {
+    const std::string root = "/data/caf\xe9";
+    for (int day = 1; day <= 3; ++day) store.save(at(day * 86400.0, root));
+    // What a build that repaired names wrote: the root with U+FFFD, no bytes beside it.
+    writeText(rootFolder(root) + "/lossy-1.json", SnapshotJson::encode(at(10, "/data/caf\xef\xbf\xbd")));
+    writeText(rootFolder(root) + "/lossy-2.json", SnapshotJson::encode(at(20, "/data/caf\xef\xbf\xbd")));
+    ASSERT_TRUE(present(rootFolder(root) + "/lossy-1.json"));
+    const SnapshotListing listed = store.listing(root);
+    EXPECT_EQ(listed.readable.size(), 3u) << "a lossy copy can't be compared by its names";
+    EXPECT_TRUE(listed.unreadable.empty()) << "nor is it unreadable";
+
+    store.prune(root, 4);
+    EXPECT_TRUE(present(rootFolder(root) + "/lossy-2.json")) << "the newer lossy copy is still among the newest 4";
+    EXPECT_FALSE(present(rootFolder(root) + "/lossy-1.json"));
+    store.prune(root, 3);
+    EXPECT_FALSE(present(rootFolder(root) + "/lossy-2.json"));
+    EXPECT_EQ(store.snapshots(root).size(), 3u);
+}
+
+TEST_F(SnapshotFolder, FilesThatAreNotSnapshotsAreToldWithTheirReasonNeverWaitedOn) {
+    const SnapshotInfo good = store.save(at(100));
+    const std::string here = rootFolder();
+    ASSERT_EQ(mkfifo((here + "/stray.json").c_str(), 0644), 0);
+    const test::FifoRelease guard(here + "/stray.json");
+    test::makeSymlink(good.path, here + "/link.json");
+    test::makeFolder(here + "/dir.json");
+    test::writeSparseFile(here + "/big.json", SnapshotStore::largestFile + 1);
+    writeText(here + "/broken.json", "{\"formatVersion\":1,");
+    writeText(here + "/date.json", alteredText(200, [](nlohmann::json& o) { o["date"] = 1e308; }));
+    writeText(here + "/total.json", alteredText(300, [](nlohmann::json& o) {
+                  o["totalBytes"] = std::numeric_limits<std::uint64_t>::max();
+              }));
+    writeText(here + "/entry.json", alteredText(400, [](nlohmann::json& o) {
+                  o["entries"]["/data"] = std::numeric_limits<std::int64_t>::min();
+              }));
+    writeText(here + "/text.json", alteredText(500, [](nlohmann::json& o) { o["entries"]["/data"] = "x"; }));
+    // Not ours to list in either part: another root's file, and names that don't look like snapshots.
+    writeText(here + "/other.json", SnapshotJson::encode(at(600, "/other")));
+    writeText(here + "/notes.txt", "{");
+    writeText(here + "/.hidden.json", "{");
+
+    const SnapshotListing listed = store.listing("/data");
+    EXPECT_EQ(listed.readable, std::vector<SnapshotInfo>{good});
+    std::map<std::string, std::string> reasons;
+    for (const UnreadableSnapshot& file : listed.unreadable) reasons[file.path.substr(here.size() + 1)] = file.reason;
+    const std::map<std::string, std::string> expected{
+        {"stray.json", "It is not a regular file."},
+        {"link.json", "It is not a regular file."},
+        {"dir.json", "It is not a regular file."},
+        {"big.json", "It is larger than 64 MB, more than any snapshot needs."},
+        {"broken.json", "It is not valid JSON."},
+        {"date.json", "Its date is not between 1970 and 2261."},
+        {"total.json", "Its total size is negative or too large."},
+        {"entry.json", "The size of \"/data\" is negative or too large."},
+        {"text.json", "The size of \"/data\" is not a whole number."},
+    };
+    EXPECT_EQ(reasons, expected);
+    EXPECT_TRUE(std::is_sorted(listed.unreadable.begin(), listed.unreadable.end(),
+                               [](const UnreadableSnapshot& a, const UnreadableSnapshot& b) { return a.path > b.path; }));
+
+    store.prune("/data", 0);
+    EXPECT_TRUE(store.snapshots("/data").empty());
+    for (const auto& [name, reason] : expected) EXPECT_TRUE(present(here + "/" + name)) << name << " is not ours to remove";
+    EXPECT_TRUE(present(here + "/other.json"));
+    EXPECT_FALSE(guard.hadToRelease()) << "listing or pruning waited on a FIFO";
+}
+
+TEST_F(SnapshotFolder, AFileAtTheSizeBoundIsReadAndOneByteMoreIsNot) {
+    std::string text = SnapshotJson::encode(at(100));
+    text.resize(static_cast<std::size_t>(SnapshotStore::largestFile), ' ');
+    store.save(at(50)); // makes the folder
+    writeText(rootFolder() + "/padded.json", text);
+    const std::vector<SnapshotInfo> readable = store.snapshots("/data");
+    ASSERT_EQ(readable.size(), 2u);
+    EXPECT_EQ(readable.front().date, 100);
+
+    writeText(rootFolder() + "/padded.json", text + " ");
+    const SnapshotListing listed = store.listing("/data");
+    EXPECT_EQ(listed.readable.size(), 1u);
+    EXPECT_EQ(listed.unreadable, (std::vector<UnreadableSnapshot>{
+                                     {rootFolder() + "/padded.json", "It is larger than 64 MB, more than any snapshot needs."}}));
+}
+
+TEST_F(SnapshotFolder, TheBaselineIsTheNewestEarlierSnapshotThatLoadsWhole) {
+    const SnapshotInfo good = store.save(at(100));
+    std::string future = SnapshotJson::encode(at(400));
+    future.replace(future.find("\"formatVersion\":1"), 17, "\"formatVersion\":2");
+    writeText(rootFolder() + "/future.json", future);
+    const SnapshotInfo justSaved = store.save(at(500));
+
+    const std::vector<SnapshotInfo> readable = store.snapshots("/data");
+    ASSERT_EQ(readable.size(), 3u) << "a newer format is listed: its header reads";
+    SnapshotBaseline found = store.baseline(readable, justSaved.path);
+    EXPECT_EQ(found.info, good);
+    EXPECT_EQ(found.snapshot, at(100));
+    EXPECT_EQ(found.passedOver, (std::vector<UnreadableSnapshot>{
+                                    {rootFolder() + "/future.json", "Snapshot format 2 is newer than this build understands."}}));
+    EXPECT_EQ(store.baseline(readable, "").info, justSaved) << "nothing excepted";
+
+    // The good one turns into a FIFO between listing and loading.
+    ASSERT_EQ(unlink(good.path.c_str()), 0);
+    ASSERT_EQ(mkfifo(good.path.c_str(), 0644), 0);
+    {
+        const test::FifoRelease guard(good.path);
+        found = store.baseline(readable, justSaved.path);
+        EXPECT_FALSE(guard.hadToRelease()) << "loading waited on a FIFO";
+    }
+    EXPECT_FALSE(found.info);
+    EXPECT_FALSE(found.snapshot);
+    ASSERT_EQ(found.passedOver.size(), 2u);
+    EXPECT_EQ(found.passedOver[1], (UnreadableSnapshot{good.path, "It is not a regular file."}));
+}
+
+TEST_F(SnapshotFolder, ASnapshotThatCouldNotBeReadBackIsNotSaved) {
+    ScanSnapshot snapshot = at(100);
+    snapshot.date = 1e308;
+    try {
+        store.save(snapshot);
+        FAIL() << "saved a date that can't be read back";
+    } catch (const SnapshotError& error) {
+        EXPECT_STREQ(error.what(), "Could not save a snapshot of /data: Its date is not between 1970 and 2261.");
+    }
+    EXPECT_FALSE(present(rootFolder())) << "nothing was written";
+}
+
 TEST_F(SnapshotFolder, AFolderThatCannotBeMadeIsAnErrorNamingThePath) {
     writeText(folder / "file", "x");
     const SnapshotStore blocked(folder / "file/Snapshots", files);
@@ -173,7 +308,12 @@ TEST_F(SnapshotFolder, AFolderThatCannotBeMadeIsAnErrorNamingThePath) {
         EXPECT_NE(std::string(error.what()).find(folder / "file/Snapshots"), std::string::npos) << error.what();
     }
     SnapshotInfo missing{folder / "gone.json", "/data", 1, 1};
-    EXPECT_THROW(store.load(missing), SnapshotError);
+    try {
+        store.load(missing);
+        FAIL() << "loaded a missing file";
+    } catch (const SnapshotError& error) {
+        EXPECT_STREQ(error.what(), "It could not be read: No such file or directory.");
+    }
 }
 
 } // namespace

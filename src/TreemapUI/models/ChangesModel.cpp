@@ -84,8 +84,18 @@ void ChangesModel::keepAndList(bool save, bool thenCompare) {
                 saveError = QStringLiteral("Could not keep a snapshot of this scan: ") + QString::fromUtf8(error.what());
             }
         }
-        std::vector<SnapshotInfo> listed = store.snapshots(snapshot.rootPath);
-        relay->post([self, generation, thenCompare, saved, saveError, listed = std::move(listed)]() mutable {
+        SnapshotListing listed = store.listing(snapshot.rootPath);
+        // The baseline is the newest earlier snapshot that can be read whole;
+        // one that can't is passed over rather than failing every comparison.
+        SnapshotBaseline found;
+        std::vector<SnapshotChange> changes;
+        if (thenCompare) {
+            found = store.baseline(listed.readable, saved ? saved->path : std::string());
+            if (found.snapshot) changes = SnapshotDiff::changes(*found.snapshot, snapshot);
+        }
+        relay->post([self, generation, thenCompare, saved, saveError, listed = std::move(listed.readable),
+                     baseline = std::move(found.info), passedOver = std::move(found.passedOver),
+                     changes = std::move(changes)]() mutable {
             if (generation != self->generation_) return;
             self->snapshots_ = std::move(listed);
             self->saveError_ = saveError;
@@ -95,9 +105,17 @@ void ChangesModel::keepAndList(bool save, bool thenCompare) {
                 emit self->changesChanged(); // the baseline's place in the list may have moved
                 return;
             }
-            self->baseline_ = earlier(self->snapshots_, saved);
-            if (self->baseline_) self->compare(*self->baseline_);
-            else emit self->changesChanged();
+            ++self->comparison_; // a comparison still under way answers for an older list
+            self->isComparing_ = false;
+            self->changes_ = std::move(changes);
+            self->lastError_.reset();
+            self->baseline_ = std::move(baseline);
+            if (!self->baseline_ && !passedOver.empty()) {
+                // Nothing earlier can be read: say why the newest can't.
+                self->baseline_ = earlier(self->snapshots_, saved);
+                self->lastError_ = passedOver.front().reason;
+            }
+            emit self->changesChanged();
         });
     });
 }

@@ -45,19 +45,34 @@ public:
 };
 
 namespace SnapshotJson {
-// Sorted keys, slashes as they are; name bytes that are not UTF-8 become U+FFFD.
+// Dates a snapshot may hold: from 1970-01-01T00:00:00Z, before which no scan
+// was made on this system, up to but not including 2262-01-01T00:00:00Z, where
+// the system clock's 64-bit count of nanoseconds ends; a later date could not
+// even be shown. In seconds since the reference date.
+inline constexpr double earliestDate = -978'307'200;
+inline constexpr double endOfDates = 8'236'339'200;
+
+// Sorted keys, slashes as they are. A path that is valid UTF-8 is written as
+// it is; one that is not keeps its exact bytes in base64: the root as
+// "rootPathBytes" beside its repaired "rootPath", an entry under
+// "entriesBytes" instead of "entries". Throws SnapshotError for a snapshot
+// that `decode` would refuse, so none is written that can't be read back.
 std::string encode(const ScanSnapshot& snapshot);
-// Throws SnapshotError: a format newer than this build, or anything not a snapshot.
+// Throws SnapshotError saying what is wrong: a format newer than this build,
+// anything not a snapshot, a value out of range.
 ScanSnapshot decode(std::string_view text);
 
-// The first four keys alone; "entries" is skipped unbuilt. None when they are not all there.
+// Everything but the entries, which are checked as they pass but never built.
 struct Header {
     std::int64_t formatVersion = 0;
-    std::string rootPath;
+    std::string rootPath; // exact bytes
     double date = 0;
     std::int64_t totalBytes = 0;
+    std::int64_t minimumBytes = 0;
 };
-std::optional<Header> decodeHeader(std::string_view text);
+// Throws SnapshotError as `decode` does, except for a newer format: its
+// header is read, and refusing it is left to `decode`.
+Header decodeHeader(std::string_view text);
 } // namespace SnapshotJson
 
 // Paths of snapshot entries, as plain strings.

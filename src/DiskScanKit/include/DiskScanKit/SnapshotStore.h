@@ -3,6 +3,7 @@
 // written atomically and pruned to the newest few.
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,9 +22,34 @@ struct SnapshotInfo {
     bool operator==(const SnapshotInfo&) const = default;
 };
 
+// A file in a root's folder that looks like a snapshot but can't be read as one.
+struct UnreadableSnapshot {
+    std::string path; // the file
+    std::string reason; // a sentence: "It is not a regular file."
+
+    bool operator==(const UnreadableSnapshot&) const = default;
+};
+
+// A root's folder, read: the snapshots of that root, newest first, and the
+// files that could not be read, newest name first. Files of another root that
+// shares the folder are in neither.
+struct SnapshotListing {
+    std::vector<SnapshotInfo> readable;
+    std::vector<UnreadableSnapshot> unreadable;
+};
+
+// The snapshot a new scan is compared with, and those passed over on the way to it.
+struct SnapshotBaseline {
+    std::optional<SnapshotInfo> info;
+    std::optional<ScanSnapshot> snapshot;
+    std::vector<UnreadableSnapshot> passedOver;
+};
+
 class SnapshotStore {
 public:
     static constexpr int keptPerRoot = 20;
+    // A snapshot file larger than this is refused unread; see SnapshotStore.cpp.
+    static constexpr std::int64_t largestFile = 64'000'000;
 
     // Reads through `files`, which must outlive the store; writes its own files directly.
     SnapshotStore(std::string directory, const FileManager& files);
@@ -39,11 +65,20 @@ public:
 
     // Throws SnapshotError naming the call and the path.
     SnapshotInfo save(const ScanSnapshot& snapshot) const;
-    // Newest first; files that can't be read, or belong to another root, are left out.
+    // The root's folder: every "*.json" not starting with "." is either read or
+    // told as unreadable with the reason. Never throws, never waits on a file.
+    SnapshotListing listing(const std::string& rootPath) const;
+    // The readable part of `listing` alone.
     std::vector<SnapshotInfo> snapshots(const std::string& rootPath) const;
-    // Throws SnapshotError.
+    // Throws SnapshotError whose words are the reason, as in UnreadableSnapshot.
     ScanSnapshot load(const SnapshotInfo& info) const;
-    // Removes all but the newest `keeping` of the root's snapshots, ignoring failures.
+    // The newest of `readable` (newest first) other than the file `except`
+    // that loads whole; those that don't are passed over with their reasons.
+    SnapshotBaseline baseline(const std::vector<SnapshotInfo>& readable, const std::string& except) const;
+    // Removes all but the newest `keeping` of the root's snapshots, ignoring
+    // failures. Lossy copies that an older build wrote of a root that is not
+    // UTF-8 count among them. Files it can't read are never removed: they may
+    // not be ours.
     void prune(const std::string& rootPath, int keeping = keptPerRoot) const;
 
 private:
