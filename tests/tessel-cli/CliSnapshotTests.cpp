@@ -16,7 +16,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "../DiskScanKit/FifoRelease.h"
+#include "FifoRelease.h"
 #include "DiskScanKit/NameBytes.h"
 #include "Fixture.h"
 #include "ToolRun.h"

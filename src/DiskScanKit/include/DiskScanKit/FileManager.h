@@ -29,7 +29,9 @@ public:
     virtual bool isWritable(const AnchoredPath& item) const;
     // The names in a folder, "." and ".." left out; none when it can't be listed.
     virtual std::optional<std::vector<std::string>> contentsOfDirectory(const std::string& path) const;
-    // A whole small file; none when it can't be read or is larger than `limit`.
+    // A whole small regular file, links not followed; none when it can't be
+    // read, is larger than `limit` or is not a regular file (a FIFO in a
+    // folder someone else writes is never waited on).
     virtual std::optional<std::string> contents(const std::string& path, std::int64_t limit = 16 << 20) const;
 };
 
