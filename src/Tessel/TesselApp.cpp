@@ -2,7 +2,7 @@
 
 #include <QUrl>
 
-#include "IconProvider.h"
+#include "app/IconProvider.h"
 
 namespace tessel {
 

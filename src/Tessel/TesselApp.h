@@ -12,11 +12,11 @@
 #include <optional>
 #include <string>
 
-#include "AppSession.h"
-#include "GuideModel.h"
-#include "PreferencesModel.h"
-#include "ShellModel.h"
-#include "ThemeModel.h"
+#include "app/AppSession.h"
+#include "app/GuideModel.h"
+#include "app/PreferencesModel.h"
+#include "app/ShellModel.h"
+#include "app/ThemeModel.h"
 
 namespace tessel {
 

@@ -17,8 +17,8 @@
 #include "Drive.h"
 #include "DiskScanKit/ProcessLimits.h"
 #include "FixtureFolder.h"
-#include "QuietLaunch.h"
-#include "ScanCoordinator.h"
+#include "app/QuietLaunch.h"
+#include "scan/ScanCoordinator.h"
 #include "TesselApp.h"
 
 Q_IMPORT_QML_PLUGIN(Tessel_UIPlugin)

@@ -1,0 +1,111 @@
+#include "app/Notices.h"
+
+#include <QDir>
+
+#include "DiskScanKit/ByteFormat.h"
+#include "support/QtText.h"
+
+namespace tessel::Notices {
+
+namespace {
+
+// How many skipped folders the detail names before it only counts the rest.
+constexpr qsizetype namedFolders = 3;
+
+} // namespace
+
+QString list(const QStringList& names) {
+    if (names.size() < 2) return names.value(0);
+    return names.first(names.size() - 1).join(QStringLiteral(", ")) + QStringLiteral(" and ") + names.last();
+}
+
+AppNotification foldersSkipped(const QStringList& paths, std::function<void()> scanAgain) {
+    AppNotification notice;
+    notice.kind = AppNotification::Kind::warning;
+    notice.title = paths.size() == 1
+        ? QStringLiteral("Skipped a folder that did not respond")
+        : QStringLiteral("Skipped ") + groupedCount(paths.size()) + QStringLiteral(" folders that did not respond");
+    if (!paths.isEmpty()) {
+        QStringList shown;
+        for (const QString& path : paths.first(std::min(paths.size(), namedFolders))) shown << homeRelative(path, QDir::homePath());
+        // The tail stands in for the last name, so the sentence keeps a single
+        // " and ": five paths read "a, b, c and 2 more", not "a, b and c and 2 more".
+        if (paths.size() > namedFolders)
+            shown << groupedCount(paths.size() - namedFolders) + QStringLiteral(" more");
+        notice.detail = list(shown);
+    }
+    notice.actionTitle = QStringLiteral("Scan Again");
+    notice.action = std::move(scanAgain);
+    notice.symbol = QStringLiteral("exclamationmark.triangle.fill");
+    return notice;
+}
+
+AppNotification accessIncomplete(qint64 unreadable, std::function<void()> openSettings) {
+    AppNotification notice;
+    notice.kind = AppNotification::Kind::warning;
+    notice.title = groupedCount(unreadable) + QStringLiteral(" folders could not be read");
+    notice.detail = QStringLiteral("Without Full Disk Access this total is short.");
+    notice.actionTitle = QStringLiteral("Open Settings");
+    notice.action = std::move(openSettings);
+    notice.symbol = QStringLiteral("lock.shield");
+    return notice;
+}
+
+AppNotification scanFinished(qint64 bytes, double seconds) {
+    AppNotification notice;
+    notice.kind = AppNotification::Kind::success;
+    notice.title = QStringLiteral("Scanned ") + QString::fromStdString(ByteFormat::string(bytes));
+    notice.detail = QString::asprintf("in %.1f seconds", seconds);
+    notice.duration = 6.0;
+    notice.symbol = QStringLiteral("checkmark.circle.fill");
+    return notice;
+}
+
+namespace {
+QString noun(qint64 count) { return count == 1 ? QStringLiteral("item") : QStringLiteral("items"); }
+} // namespace
+
+AppNotification removed(qint64 count, qint64 bytes, std::function<void()> undo) {
+    AppNotification notice;
+    notice.kind = AppNotification::Kind::success;
+    notice.title = QStringLiteral("Moved %1 %2 to the Trash").arg(groupedCount(count), noun(count));
+    notice.detail = QString::fromStdString(ByteFormat::string(bytes)) + " in the Trash. Empty it to get the space back.";
+    notice.actionTitle = QStringLiteral("Put Back");
+    notice.action = std::move(undo);
+    notice.duration = 12;
+    notice.symbol = QStringLiteral("trash.fill");
+    return notice;
+}
+
+AppNotification restored(qint64 count) {
+    AppNotification notice;
+    notice.kind = AppNotification::Kind::success;
+    notice.title = QStringLiteral("Put %1 %2 back").arg(groupedCount(count), noun(count));
+    notice.duration = 6;
+    notice.symbol = QStringLiteral("arrow.uturn.backward");
+    return notice;
+}
+
+AppNotification partialFailure(qint64 count, const QString& first) {
+    AppNotification notice;
+    notice.kind = AppNotification::Kind::failure;
+    notice.title = QStringLiteral("%1 %2 could not be moved").arg(groupedCount(count), noun(count));
+    notice.detail = first;
+    notice.symbol = QStringLiteral("exclamationmark.triangle.fill");
+    return notice;
+}
+
+AppNotification shownInFileManager(qint64 count) {
+    AppNotification notice;
+    notice.kind = AppNotification::Kind::info;
+    notice.title = (count == 1 ? QStringLiteral("Selected") : QStringLiteral("%1 items selected").arg(groupedCount(count))) +
+                   " in Files";
+    notice.detail = QStringLiteral("Move %1 to the Trash in Files. It asks an administrator's password where one is "
+                                   "needed. If Files says it will delete something immediately, it will not be kept "
+                                   "in the Trash: cancel there to keep it.")
+                        .arg(count == 1 ? "it" : "them");
+    notice.symbol = QStringLiteral("lock.open.fill");
+    return notice;
+}
+
+} // namespace tessel::Notices

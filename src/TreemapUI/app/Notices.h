@@ -1,0 +1,35 @@
+#pragma once
+// Ready-made notices for the in-window stack, so every room words the same
+// event the same way.
+
+#include <QStringList>
+
+#include <functional>
+
+#include "app/AppNotifications.h"
+
+namespace tessel::Notices {
+
+// Joins names as a sentence would: {"a"} -> "a", {"a", "b"} -> "a and b",
+// {"a", "b", "c"} -> "a, b and c"; no names give "".
+QString list(const QStringList& names);
+
+// Folders the scan gave up on because they stopped answering. Stays until
+// dismissed; its action runs `scanAgain`.
+AppNotification foldersSkipped(const QStringList& paths, std::function<void()> scanAgain);
+
+// Folders the scan was not allowed into, so the total it shows is short.
+AppNotification accessIncomplete(qint64 unreadable, std::function<void()> openSettings);
+
+AppNotification scanFinished(qint64 bytes, double seconds);
+
+// Items went to the Trash; the action puts them back.
+AppNotification removed(qint64 count, qint64 bytes, std::function<void()> undo);
+// Items came back from the Trash.
+AppNotification restored(qint64 count);
+// Some items stayed: how many, and the first one's reason.
+AppNotification partialFailure(qint64 count, const QString& first);
+// Items were selected in the file manager for the user to move there.
+AppNotification shownInFileManager(qint64 count);
+
+} // namespace tessel::Notices

@@ -1,0 +1,71 @@
+#include "app/ShellModel.h"
+
+#include <QDesktopServices>
+#include <QUrl>
+
+#include "app/AppEvents.h"
+#include "support/QtText.h"
+
+namespace tessel {
+
+ShellModel::ShellModel(QObject* parent) : QObject(parent) {
+    connect(&AppEvents::center(), &AppEvents::posted, this, [this](const QString& name, const QVariant& payload) {
+        if (name == AppEvent::showRoom) showRoom(payload.toString());
+        else if (name == AppEvent::scanRequested) emit scanRequested();
+        else if (name == AppEvent::showGuide) emit guideRequested();
+    });
+}
+
+QString ShellModel::room() const { return QString::fromStdString(room_.id()); }
+
+void ShellModel::setRoom(const QString& id) {
+    std::optional<AppShell::Room> room = AppShell::Room::fromId(id.toStdString());
+    if (!room || *room == room_) return;
+    room_ = *room;
+    emit roomChanged();
+}
+
+QString ShellModel::roomTitle() const { return QString::fromStdString(AppShell::title(room_)); }
+
+QString ShellModel::comingSentence() const { return toQString(AppShell::comingSentence(room_)); }
+
+QVariantList ShellModel::sections() const {
+    QVariantList list;
+    for (const AppShell::Section& section : AppShell::sections()) {
+        QVariantList items;
+        for (const AppShell::Item& item : section.items)
+            items.append(QVariantMap{{"room", QString::fromStdString(item.room.id())},
+                                     {"title", QString::fromStdString(item.title)},
+                                     {"symbol", QString::fromStdString(item.symbol)}});
+        list.append(QVariantMap{{"title", section.title ? QString::fromStdString(*section.title) : QString()},
+                                {"items", items}});
+    }
+    return list;
+}
+
+QStringList ShellModel::roomIds() const {
+    QStringList ids;
+    for (const AppShell::Section& section : AppShell::sections())
+        for (const AppShell::Item& item : section.items) ids.append(QString::fromStdString(item.room.id()));
+    return ids;
+}
+
+bool ShellModel::showRoom(const QString& name) {
+    std::optional<AppShell::Room> room = AppShell::roomForRequest(name.toStdString());
+    if (!room) return false;
+    setRoom(QString::fromStdString(room->id()));
+    emit raiseRequested();
+    return true;
+}
+
+void ShellModel::requestRoom(const QString& name) { AppEvents::center().post(AppEvent::showRoom, name); }
+
+} // namespace tessel
+
+namespace tessel {
+
+void ShellModel::openHelp() { QDesktopServices::openUrl(QUrl(QStringLiteral("https://tesselworks.com/help"))); }
+
+void ShellModel::contactSupport() { QDesktopServices::openUrl(QUrl(QStringLiteral("mailto:support@tesselworks.com"))); }
+
+} // namespace tessel

@@ -1,0 +1,127 @@
+#include "overview/OverviewModel.h"
+
+#include <QDateTime>
+#include <QLocale>
+#include <QtConcurrent/QtConcurrentRun>
+
+#include "scan/TreeAccess.h"
+
+#include "app/AppEvents.h"
+#include "DiskScanKit/ByteFormat.h"
+#include "support/QtText.h"
+#include "app/Rooms.h"
+#include "scan/ScanSummary.h"
+#include "SystemStatsKit/VolumeSampler.h"
+
+namespace tessel {
+
+OverviewModel::OverviewModel(QSettings* settings, std::string home, QObject* parent)
+    : QObject(parent), settings_(settings), home_(std::move(home)) {
+    connect(&AppEvents::center(), &AppEvents::posted, this, [this](const QString& name) {
+        if (name == AppEvent::lastScanChanged) refreshSummary();
+    });
+    refreshSummary();
+}
+
+OverviewModel::~OverviewModel() { relay_->detach(); }
+
+void OverviewModel::scanCompleted(const std::shared_ptr<FileNode>& root, const std::string& rootPath) {
+    const int generation = ++generation_;
+    working_ = true;
+    emit figuresChanged();
+    OverviewModel* self = this;
+    (void)QtConcurrent::run([relay = relay_, self, generation, root, rootPath, home = home_] {
+        std::optional<VolumeCapacity> volume = VolumeSampler(rootPath).sample();
+        StorageBreakdown breakdown = [&] {
+            std::shared_lock reading(TreeAccess::lock());
+            return StorageBreakdown::make(*root, volume, home);
+        }();
+        relay->post([self, generation, volume, breakdown = std::move(breakdown)]() mutable {
+            if (generation != self->generation_) return;
+            self->volume_ = volume;
+            self->breakdown_ = std::move(breakdown);
+            self->working_ = false;
+            emit self->figuresChanged();
+        });
+    });
+    refreshHealth();
+}
+
+void OverviewModel::refreshHealth() {
+    OverviewModel* self = this;
+    (void)QtConcurrent::run([relay = relay_, self] {
+        std::optional<VolumeCapacity> disk = VolumeSampler("/").sample();
+        MacHealth health = MacHealth::assess(disk, std::nullopt, std::nullopt, std::nullopt);
+        relay->post([self, disk, health = std::move(health)] {
+            self->startupDisk_ = disk;
+            self->health_ = health;
+            emit self->healthChanged();
+        });
+    });
+}
+
+void OverviewModel::refreshSummary() {
+    QString line;
+    if (settings_ != nullptr)
+        if (std::optional<ScanSummary> summary = ScanSummary::load(*settings_)) {
+            const QLocale locale;
+            line = QStringLiteral("Last scan: %1, %2. %3 in %4 files and %5 folders.")
+                       .arg(summary->label, summary->when(QDateTime::currentDateTime(), locale),
+                            QString::fromStdString(ByteFormat::string(summary->bytes)),
+                            locale.toString(static_cast<qlonglong>(summary->files)),
+                            locale.toString(static_cast<qlonglong>(summary->folders)));
+        }
+    if (line != summaryLine_) {
+        summaryLine_ = line;
+        emit summaryChanged();
+    }
+}
+
+QString OverviewModel::volumeName() const {
+    return volume_ ? QString::fromStdString(volume_->name) : QString();
+}
+
+QVariantList OverviewModel::parts() const {
+    QVariantList list;
+    if (!breakdown_) return list;
+    for (const StorageBreakdown::Part& part : breakdown_->parts)
+        list.append(QVariantMap{
+            {"key", toQString(StorageBreakdown::key(part.category))},
+            {"title", QString::fromStdString(part.title)},
+            {"description", toQString(StorageBreakdown::description(part.category))},
+            {"bytes", static_cast<qint64>(part.bytes)},
+        });
+    return list;
+}
+
+QString OverviewModel::healthLevel() const {
+    switch (health_.level) {
+    case MacHealth::Level::good: return "good";
+    case MacHealth::Level::fair: return "fair";
+    case MacHealth::Level::poor: return "poor";
+    }
+    return "good";
+}
+
+QVariantList OverviewModel::tools() const {
+    QVariantList list;
+    for (ToolsView::Tool tool : ToolsView::allTools()) {
+        std::optional<std::string_view> line = ToolsView::line(tool);
+        if (!line) continue;
+        const AppShell::Room room{AppShell::Room::Kind::tool, tool == ToolsView::Tool::changes ? ToolsView::Tool::report : tool};
+        std::string symbol = "chart.bar.doc.horizontal";
+        for (const AppShell::Section& section : AppShell::sections())
+            for (const AppShell::Item& item : section.items)
+                if (item.room == room) symbol = item.symbol;
+        list.append(QVariantMap{
+            {"key", toQString(ToolsView::key(tool))},
+            {"title", QString::fromStdString(AppShell::title({AppShell::Room::Kind::tool, tool}))},
+            {"line", toQString(*line)},
+            {"symbol", QString::fromStdString(symbol)},
+            {"room", QString::fromStdString(room.id())},
+        });
+    }
+    return list;
+}
+
+} // namespace tessel

@@ -1,0 +1,93 @@
+#pragma once
+// The overview room: the disk of the scan and how its space divides into
+// kinds, one word for how the machine is doing, the last scan in a sentence,
+// and the list of tools. Figures are worked out off the main thread and
+// published only if no newer scan came meanwhile.
+
+#include <QObject>
+#include <QSettings>
+#include <QVariant>
+#include <QtQml/qqmlregistration.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "DiskScanKit/FileNode.h"
+#include "overview/MacHealth.h"
+#include "support/MainThreadRelay.h"
+#include "overview/StorageBreakdown.h"
+#include "SystemStatsKit/VolumeCapacity.h"
+
+namespace tessel {
+
+class OverviewModel : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The session owns the overview")
+    Q_PROPERTY(bool hasVolume READ hasVolume NOTIFY figuresChanged)
+    Q_PROPERTY(QString volumeName READ volumeName NOTIFY figuresChanged)
+    Q_PROPERTY(qint64 volumeTotal READ volumeTotal NOTIFY figuresChanged)
+    Q_PROPERTY(qint64 volumeAvailable READ volumeAvailable NOTIFY figuresChanged)
+    Q_PROPERTY(QVariantList parts READ parts NOTIFY figuresChanged)
+    Q_PROPERTY(QString diskName READ diskName NOTIFY healthChanged)
+    Q_PROPERTY(qint64 diskTotal READ diskTotal NOTIFY healthChanged)
+    Q_PROPERTY(qint64 diskAvailable READ diskAvailable NOTIFY healthChanged)
+    Q_PROPERTY(qint64 scanned READ scanned NOTIFY figuresChanged)
+    Q_PROPERTY(QString healthLevel READ healthLevel NOTIFY healthChanged)
+    Q_PROPERTY(QString healthWord READ healthWord NOTIFY healthChanged)
+    Q_PROPERTY(QString healthReason READ healthReason NOTIFY healthChanged)
+    Q_PROPERTY(QString summaryLine READ summaryLine NOTIFY summaryChanged)
+    Q_PROPERTY(QVariantList tools READ tools CONSTANT)
+    Q_PROPERTY(bool working READ working NOTIFY figuresChanged)
+
+public:
+    OverviewModel(QSettings* settings, std::string home, QObject* parent = nullptr);
+    ~OverviewModel() override;
+
+    // A new tree: the breakdown of its disk, worked out in the background.
+    void scanCompleted(const std::shared_ptr<FileNode>& root, const std::string& rootPath);
+    // The startup disk's health, cheap enough to read at launch.
+    Q_INVOKABLE void refreshHealth();
+    Q_INVOKABLE void refreshSummary();
+
+    const std::optional<StorageBreakdown>& breakdown() const { return breakdown_; }
+    const MacHealth& health() const { return health_; }
+    int generation() const { return generation_; }
+
+    bool hasVolume() const { return volume_.has_value(); }
+    QString volumeName() const;
+    qint64 volumeTotal() const { return volume_ ? volume_->total : 0; }
+    qint64 volumeAvailable() const { return volume_ ? volume_->available : 0; }
+    QVariantList parts() const;
+    // The startup disk, which the sidebar and the health word speak of.
+    QString diskName() const { return startupDisk_ ? QString::fromStdString(startupDisk_->name) : QString(); }
+    qint64 diskTotal() const { return startupDisk_ ? startupDisk_->total : 0; }
+    qint64 diskAvailable() const { return startupDisk_ ? startupDisk_->available : 0; }
+    qint64 scanned() const { return breakdown_ ? breakdown_->scanned : 0; }
+    QString healthLevel() const;
+    QString healthWord() const { return QString::fromStdString(health_.word); }
+    QString healthReason() const { return QString::fromStdString(health_.reason.value_or(std::string())); }
+    QString summaryLine() const { return summaryLine_; }
+    QVariantList tools() const;
+    bool working() const { return working_; }
+
+signals:
+    void figuresChanged();
+    void healthChanged();
+    void summaryChanged();
+
+private:
+    QSettings* settings_;
+    std::string home_;
+    std::shared_ptr<MainThreadRelay> relay_ = MainThreadRelay::make(this);
+    int generation_ = 0;
+    bool working_ = false;
+    std::optional<VolumeCapacity> volume_;
+    std::optional<VolumeCapacity> startupDisk_;
+    std::optional<StorageBreakdown> breakdown_;
+    MacHealth health_;
+    QString summaryLine_;
+};
+
+} // namespace tessel

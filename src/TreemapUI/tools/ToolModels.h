@@ -1,0 +1,57 @@
+#pragma once
+// One model per tool, each reset for every new tree. The tools arrive one by
+// one; those that stand are held here.
+
+#include <QDateTime>
+#include <QObject>
+#include <QSettings>
+#include <QtQml/qqmlregistration.h>
+
+#include <memory>
+
+#include "tools/changes/ChangesModel.h"
+#include "DiskScanKit/FileNode.h"
+#include "tools/duplicates/DuplicatesModel.h"
+#include "tools/report/ReportView.h"
+#include "lists/ToolRooms.h"
+
+namespace tessel {
+
+class ToolModels : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The session owns the tools")
+    Q_PROPERTY(QDateTime scannedAt READ scannedAt NOTIFY scanned)
+    Q_PROPERTY(tessel::HiddenFilesModel* hidden READ hidden CONSTANT)
+    Q_PROPERTY(tessel::ChangesModel* changes READ changes CONSTANT)
+    Q_PROPERTY(tessel::DuplicatesModel* duplicates READ duplicates CONSTANT)
+    Q_PROPERTY(tessel::ReportView* report READ report CONSTANT)
+    // The report room's tab: "changes" or "summary".
+    Q_PROPERTY(QString reportTab READ reportTab WRITE setReportTab NOTIFY reportTabChanged)
+public:
+    ToolModels(QSettings* settings, ChangesModel::Environment changes, std::string home, QObject* parent = nullptr);
+
+    QDateTime scannedAt() const { return scannedAt_; }
+    HiddenFilesModel* hidden() { return &hidden_; }
+    ChangesModel* changes() { return &changes_; }
+    DuplicatesModel* duplicates() { return &duplicates_; }
+    ReportView* report() { return &report_; }
+    QString reportTab() const;
+    void setReportTab(const QString& tab);
+    // Each tree-dependent tool goes back to its empty state for the new tree.
+    void scanCompleted(const std::shared_ptr<FileNode>& root, bool savesSnapshot);
+
+signals:
+    void scanned();
+    void reportTabChanged();
+
+private:
+    QSettings* settings_;
+    QDateTime scannedAt_;
+    HiddenFilesModel hidden_;
+    ChangesModel changes_;
+    DuplicatesModel duplicates_;
+    ReportView report_;
+};
+
+} // namespace tessel

@@ -1,0 +1,213 @@
+#include "tools/changes/ChangesModel.h"
+
+#include <QDateTime>
+#include <QtConcurrent/QtConcurrentRun>
+
+#include "DiskScanKit/ByteFormat.h"
+#include "DiskScanKit/FileNode.h"
+#include "DiskScanKit/Paths.h"
+#include "support/QtText.h"
+#include "scan/TreeAccess.h"
+
+namespace tessel {
+
+namespace {
+
+QString dateText(double date) { return localDate(ReferenceDate::timePoint(date), QStringLiteral("d MMM yyyy, HH:mm")); }
+
+QString sizeText(std::int64_t bytes) { return toQString(ByteFormat::string(bytes)); }
+
+QString kindTitle(SnapshotChange::Kind kind) {
+    switch (kind) {
+    case SnapshotChange::Kind::grew: return QStringLiteral("Grew");
+    case SnapshotChange::Kind::shrank: return QStringLiteral("Shrank");
+    case SnapshotChange::Kind::appeared: return QStringLiteral("New");
+    case SnapshotChange::Kind::disappeared: return QStringLiteral("Gone");
+    }
+    return {};
+}
+
+ScanSnapshot snapshotOf(const FileNode& root, double date) {
+    std::shared_lock reading(TreeAccess::lock());
+    return ScanSnapshot::of(root, date);
+}
+
+} // namespace
+
+ChangesModel::ChangesModel(Environment environment, QObject* parent)
+    : QObject(parent), environment_(std::move(environment)), store_(environment_.directory, *environment_.files) {
+    if (!environment_.now)
+        environment_.now = [] { return ReferenceDate::seconds(std::chrono::system_clock::now()); };
+    // One at a time, in order: a save is listed by the listing that follows it.
+    worker_.setMaxThreadCount(1);
+}
+
+ChangesModel::~ChangesModel() {
+    relay_->detach();
+    worker_.waitForDone();
+}
+
+void ChangesModel::scanCompleted(std::shared_ptr<FileNode> root, bool save) {
+    const std::string path = root->path();
+    if (rootPath_ != path) {
+        baseline_.reset();
+        changes_.clear();
+        lastError_.reset();
+        snapshots_.clear();
+        rootPath_ = path;
+    }
+    root_ = std::move(root);
+    ++generation_;
+    keepAndList(save, true);
+}
+
+void ChangesModel::saveNow() {
+    if (root_ == nullptr) return;
+    keepAndList(true, false);
+}
+
+void ChangesModel::keepAndList(bool save, bool thenCompare) {
+    isLoading_ = true;
+    emit snapshotsChanged();
+    const int generation = generation_;
+    ChangesModel* self = this;
+    (void)QtConcurrent::run(&worker_, [relay = relay_, self, generation, save, thenCompare, root = root_,
+                                       store = store_, now = environment_.now(), files = environment_.files] {
+        const ScanSnapshot snapshot = snapshotOf(*root, now);
+        std::optional<SnapshotInfo> saved;
+        QString saveError;
+        if (save) {
+            try {
+                saved = store.save(snapshot);
+                store.prune(snapshot.rootPath);
+            } catch (const SnapshotError& error) {
+                saveError = QStringLiteral("Could not keep a snapshot of this scan: ") + QString::fromUtf8(error.what());
+            }
+        }
+        SnapshotListing listed = store.listing(snapshot.rootPath);
+        // The baseline is the newest earlier snapshot that can be read whole;
+        // one that can't is passed over rather than failing every comparison.
+        SnapshotBaseline found;
+        std::vector<SnapshotChange> changes;
+        if (thenCompare) {
+            found = store.baseline(listed.readable, saved ? saved->path : std::string());
+            if (found.snapshot) changes = SnapshotDiff::changes(*found.snapshot, snapshot);
+        }
+        relay->post([self, generation, thenCompare, saved, saveError, listed = std::move(listed.readable),
+                     baseline = std::move(found.info), passedOver = std::move(found.passedOver),
+                     changes = std::move(changes)]() mutable {
+            if (generation != self->generation_) return;
+            self->snapshots_ = std::move(listed);
+            self->saveError_ = saveError;
+            self->isLoading_ = false;
+            emit self->snapshotsChanged();
+            if (!thenCompare) {
+                emit self->changesChanged(); // the baseline's place in the list may have moved
+                return;
+            }
+            ++self->comparison_; // a comparison still under way answers for an older list
+            self->isComparing_ = false;
+            self->changes_ = std::move(changes);
+            self->lastError_.reset();
+            self->baseline_ = std::move(baseline);
+            if (!self->baseline_ && !passedOver.empty()) {
+                // Nothing earlier can be read: say why the newest can't.
+                self->baseline_ = earlier(self->snapshots_, saved);
+                self->lastError_ = passedOver.front().reason;
+            }
+            emit self->changesChanged();
+        });
+    });
+}
+
+void ChangesModel::compareWith(int index) {
+    if (index < 0 || static_cast<std::size_t>(index) >= snapshots_.size()) return;
+    compare(snapshots_[static_cast<std::size_t>(index)]);
+}
+
+void ChangesModel::compare(const SnapshotInfo& info) {
+    if (root_ == nullptr) return;
+    baseline_ = info;
+    isComparing_ = true;
+    lastError_.reset();
+    emit changesChanged();
+    const int generation = generation_;
+    const int comparison = ++comparison_;
+    ChangesModel* self = this;
+    (void)QtConcurrent::run(&worker_, [relay = relay_, self, generation, comparison, info, root = root_, store = store_,
+                                       now = environment_.now(), files = environment_.files] {
+        std::vector<SnapshotChange> changes;
+        std::optional<std::string> error;
+        try {
+            const ScanSnapshot old = store.load(info);
+            changes = SnapshotDiff::changes(old, snapshotOf(*root, now));
+        } catch (const SnapshotError& failure) {
+            error = failure.what();
+        }
+        relay->post([self, generation, comparison, changes = std::move(changes), error]() mutable {
+            if (generation != self->generation_ || comparison != self->comparison_) return;
+            self->changes_ = std::move(changes);
+            self->lastError_ = error;
+            self->isComparing_ = false;
+            emit self->changesChanged();
+        });
+    });
+}
+
+std::optional<SnapshotInfo> ChangesModel::earlier(const std::vector<SnapshotInfo>& snapshots,
+                                                  const std::optional<SnapshotInfo>& justSaved) {
+    for (const SnapshotInfo& info : snapshots)
+        if (!justSaved || info.path != justSaved->path) return info;
+    return std::nullopt;
+}
+
+int ChangesModel::baselineIndex() const {
+    if (!baseline_) return -1;
+    for (std::size_t index = 0; index < snapshots_.size(); ++index)
+        if (snapshots_[index].path == baseline_->path) return static_cast<int>(index);
+    return -1;
+}
+
+QVariantList ChangesModel::snapshotRows() const {
+    QVariantList rows;
+    for (const SnapshotInfo& info : snapshots_)
+        rows.append(QVariantMap{{"date", dateText(info.date)}, {"size", sizeText(info.totalBytes)}});
+    return rows;
+}
+
+QVariantList ChangesModel::changeRows() const {
+    QVariantList rows;
+    for (const SnapshotChange& change : changes_) {
+        const std::int64_t delta = change.delta();
+        const QString path = toQString(change.path);
+        rows.append(QVariantMap{
+            {"path", path},
+            {"name", toQString(Paths::lastComponent(change.path))},
+            {"kind", toQString(SnapshotDiff::kindName(change.kind))},
+            {"title", kindTitle(change.kind)},
+            {"delta", (delta < 0 ? QStringLiteral("−") : QStringLiteral("+")) + sizeText(delta < 0 ? -delta : delta)},
+            {"sizes", sizeText(change.oldBytes) + QStringLiteral(" → ") + sizeText(change.newBytes)},
+            {"newBytes", QVariant::fromValue<qint64>(change.newBytes)},
+            {"oldBytes", QVariant::fromValue<qint64>(change.oldBytes)},
+        });
+    }
+    return rows;
+}
+
+QString ChangesModel::lastErrorText() const {
+    return lastError_ ? QStringLiteral("That snapshot could not be read: ") + toQString(*lastError_) : QString();
+}
+
+QString ChangesModel::ruleText() const {
+    if (!rootPath_) return {};
+    const std::string_view name = *rootPath_ == "/" ? std::string_view("/") : Paths::lastComponent(*rootPath_);
+    return QStringLiteral("Files and folders in ") + toQString(name) + QStringLiteral(" that have changed by 50 MB or more.");
+}
+
+QString ChangesModel::baselineText() const {
+    if (!baseline_) return {};
+    return QStringLiteral("Since the scan of ") + dateText(baseline_->date) + QStringLiteral(", when it held ") +
+           sizeText(baseline_->totalBytes);
+}
+
+} // namespace tessel

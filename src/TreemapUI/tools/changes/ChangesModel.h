@@ -1,0 +1,108 @@
+#pragma once
+// Changes over time: after each scan a snapshot of it is kept, and the scan is
+// compared with the newest earlier snapshot of the same place, or with one the
+// user picks. The work happens off the main thread; `generation` rises with
+// each scan and results that a newer scan has overtaken are dropped.
+
+#include <QObject>
+#include <QThreadPool>
+#include <QVariant>
+#include <QtQml/qqmlregistration.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "DiskScanKit/FileManager.h"
+#include "DiskScanKit/SnapshotDiff.h"
+#include "DiskScanKit/SnapshotStore.h"
+#include "support/MainThreadRelay.h"
+
+namespace tessel {
+
+class FileNode;
+
+class ChangesModel : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The tools own the changes")
+    Q_PROPERTY(bool hasTree READ hasTree NOTIFY snapshotsChanged)
+    Q_PROPERTY(QVariantList snapshots READ snapshotRows NOTIFY snapshotsChanged)
+    Q_PROPERTY(int baselineIndex READ baselineIndex NOTIFY changesChanged)
+    Q_PROPERTY(QVariantList changes READ changeRows NOTIFY changesChanged)
+    Q_PROPERTY(bool isComparing READ isComparing NOTIFY changesChanged)
+    Q_PROPERTY(bool isLoading READ isLoading NOTIFY snapshotsChanged)
+    Q_PROPERTY(QString lastError READ lastErrorText NOTIFY changesChanged)
+    Q_PROPERTY(QString saveError READ saveError NOTIFY snapshotsChanged)
+    Q_PROPERTY(QString ruleText READ ruleText NOTIFY snapshotsChanged)
+    Q_PROPERTY(QString baselineText READ baselineText NOTIFY changesChanged)
+    Q_PROPERTY(int generation READ generation NOTIFY snapshotsChanged)
+
+public:
+    struct Environment {
+        std::string directory = SnapshotStore::defaultDirectory();
+        std::shared_ptr<const FileManager> files = std::make_shared<LocalFileManager>();
+        // Seconds since the reference date, for the date of a snapshot.
+        std::function<double()> now;
+    };
+
+    explicit ChangesModel(Environment environment, QObject* parent = nullptr);
+    ~ChangesModel() override;
+
+    // A new tree: keep its snapshot when `save`, list the root's snapshots, and compare with `earlier`.
+    void scanCompleted(std::shared_ptr<FileNode> root, bool save);
+    // "Save Snapshot": keep the present tree as a point to compare against later.
+    Q_INVOKABLE void saveNow();
+    // Compares the present tree with the snapshot at `index` of the list.
+    Q_INVOKABLE void compareWith(int index);
+    void compare(const SnapshotInfo& info);
+
+    const std::vector<SnapshotInfo>& snapshots() const { return snapshots_; }
+    const std::optional<SnapshotInfo>& baseline() const { return baseline_; }
+    const std::vector<SnapshotChange>& changes() const { return changes_; }
+    const std::optional<std::string>& lastError() const { return lastError_; }
+    const std::optional<std::string>& rootPath() const { return rootPath_; }
+    const SnapshotStore& store() const { return store_; }
+    bool hasTree() const { return root_ != nullptr; }
+    bool isComparing() const { return isComparing_; }
+    bool isLoading() const { return isLoading_; }
+    int generation() const { return generation_; }
+    int baselineIndex() const;
+    QVariantList snapshotRows() const;
+    QVariantList changeRows() const;
+    QString lastErrorText() const;
+    QString saveError() const { return saveError_; }
+    QString ruleText() const;
+    QString baselineText() const;
+
+    // The newest snapshot other than the one just saved.
+    static std::optional<SnapshotInfo> earlier(const std::vector<SnapshotInfo>& snapshots,
+                                               const std::optional<SnapshotInfo>& justSaved);
+
+signals:
+    void snapshotsChanged();
+    void changesChanged();
+
+private:
+    void keepAndList(bool save, bool thenCompare);
+
+    Environment environment_;
+    SnapshotStore store_;
+    QThreadPool worker_;
+    std::shared_ptr<MainThreadRelay> relay_ = MainThreadRelay::make(this);
+    std::shared_ptr<FileNode> root_;
+    std::optional<std::string> rootPath_;
+    std::vector<SnapshotInfo> snapshots_;
+    std::optional<SnapshotInfo> baseline_;
+    std::vector<SnapshotChange> changes_;
+    std::optional<std::string> lastError_;
+    QString saveError_;
+    bool isComparing_ = false;
+    bool isLoading_ = false;
+    int generation_ = 0;
+    int comparison_ = 0;
+};
+
+} // namespace tessel

@@ -1,0 +1,165 @@
+#pragma once
+// The duplicates room: files with identical contents in the scanned tree, one
+// group per contents, the copy that stays first with why it stays, the others
+// ticked. The comparison reads files, so it runs off the main thread, reports
+// its phase, and stops when asked; what the ticked copies would free counts
+// hard links and clones for what they are. Removal takes the removal road,
+// and a group follows its files out and back in.
+
+#include <QAbstractListModel>
+#include <QSettings>
+#include <QThreadPool>
+#include <QtQml/qqmlregistration.h>
+
+#include <atomic>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "DiskScanKit/DuplicateFinder.h"
+#include "tools/duplicates/DuplicateChoices.h"
+#include "support/MainThreadRelay.h"
+
+namespace tessel {
+
+class PathRemovalModel;
+
+// One row per group; the files of a group travel as a list in one role.
+class DuplicateGroupList : public QAbstractListModel {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The duplicates room fills it")
+    Q_PROPERTY(int count READ rowCount NOTIFY countChanged)
+
+public:
+    enum Role { titleRole = Qt::UserRole + 1, detailRole, freesRole, filesRole, groupIdRole };
+    struct Row {
+        QString groupId;
+        QString title;
+        QString detail;
+        QString frees;
+        QVariantList files;
+    };
+
+    using QAbstractListModel::QAbstractListModel;
+    int rowCount(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role) const override;
+    QHash<int, QByteArray> roleNames() const override;
+
+    void reset(std::vector<Row> rows);
+    void replace(int row, Row value);
+    const std::vector<Row>& rows() const { return rows_; }
+
+signals:
+    void countChanged();
+
+private:
+    std::vector<Row> rows_;
+};
+
+class DuplicatesModel : public QObject {
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("The tools own the duplicates")
+    Q_PROPERTY(tessel::DuplicateGroupList* groups READ groups CONSTANT)
+    // "waiting" (no tree), "ready" (not looked yet), "working", "done", "stopped".
+    Q_PROPERTY(QString state READ state NOTIFY stateChanged)
+    Q_PROPERTY(QString progressText READ progressText NOTIFY progressChanged)
+    Q_PROPERTY(double fraction READ fraction NOTIFY progressChanged)
+    Q_PROPERTY(QString summary READ summary NOTIFY resultChanged)
+    Q_PROPERTY(QString keeping READ keeping NOTIFY resultChanged)
+    Q_PROPERTY(QString order READ order WRITE setOrder NOTIFY resultChanged)
+    Q_PROPERTY(int tickedCount READ tickedCount NOTIFY ticksChanged)
+    Q_PROPERTY(qint64 tickedBytes READ tickedBytes NOTIFY ticksChanged)
+    Q_PROPERTY(QString removeTitle READ removeTitle NOTIFY ticksChanged)
+
+public:
+    struct Environment {
+        std::string home;
+        QSettings* settings = nullptr;
+        int workerCount = DuplicateFinder::defaultWorkerCount();
+        std::int64_t minimumBytes = DuplicateFinder::toolMinimumBytes;
+    };
+
+    explicit DuplicatesModel(Environment environment, QObject* parent = nullptr);
+    ~DuplicatesModel() override;
+
+    // Removal goes this way, and the groups follow what it moves and puts back.
+    void setRemoval(PathRemovalModel* removal);
+    // A new tree: whatever was found belongs to the old one.
+    void scanCompleted(const std::shared_ptr<FileNode>& root);
+
+    // Starts looking in the present tree, unless it was looked at already.
+    Q_INVOKABLE void look();
+    // Looks again from the start.
+    Q_INVOKABLE void lookAgain();
+    Q_INVOKABLE void cancel();
+    Q_INVOKABLE void keepOriginal();
+    Q_INVOKABLE void keepOldest();
+    // Ticks or unticks one copy; the last unticked copy of a group can't be ticked.
+    Q_INVOKABLE void toggle(int row, int file);
+    // Opens the removal's confirmation for the ticked copies, all their names.
+    Q_INVOKABLE void removeTicked();
+
+    DuplicateGroupList* groups() { return &list_; }
+    QString state() const { return state_; }
+    QString progressText() const { return progressText_; }
+    double fraction() const { return fraction_; }
+    QString summary() const;
+    QString keeping() const;
+    QString order() const { return DuplicateChoices::orderName(order_); }
+    void setOrder(const QString& raw);
+    int tickedCount() const;
+    qint64 tickedBytes() const;
+    QString removeTitle() const;
+    const std::optional<DuplicateReport>& report() const { return report_; }
+    // The groups as shown, after what left and in the chosen order.
+    const std::vector<DuplicateGroup>& shown() const { return shown_; }
+    bool isTicked(const std::string& path) const { return ticked_.contains(path); }
+
+signals:
+    void stateChanged();
+    void progressChanged();
+    void resultChanged();
+    void ticksChanged();
+
+private:
+    void setState(const QString& state);
+    void received(DuplicateReport report);
+    void progressed(const DuplicateScanProgress& progress);
+    // The shown groups from the report, without what went, in order, each with its keeper; ticks stay.
+    void refreshShown();
+    // The rows of the shown groups, to the view.
+    void publish();
+    void rebuild() {
+        refreshShown();
+        publish();
+    }
+    void chooseKeepers(DuplicateChoices::Keeping keeping);
+    DuplicateGroupList::Row rowFor(std::size_t index) const;
+    void stopRunning();
+
+    Environment environment_;
+    PathRemovalModel* removal_ = nullptr;
+    DuplicateGroupList list_;
+    std::shared_ptr<MainThreadRelay> relay_ = MainThreadRelay::make(this);
+    QThreadPool worker_;
+    std::shared_ptr<FileNode> root_;
+    std::shared_ptr<std::atomic<bool>> cancelled_;
+    int generation_ = 0;
+    QString state_ = QStringLiteral("waiting");
+    QString progressText_;
+    double fraction_ = 0;
+    std::optional<DuplicateReport> report_;
+    std::vector<DuplicateGroup> shown_;
+    // By group id: the path of the copy that stays.
+    std::map<std::string, std::string> keepers_;
+    std::set<std::string> ticked_;
+    std::set<std::string> gone_;
+    DuplicateChoices::Keeping keeping_ = DuplicateChoices::Keeping::original;
+    DuplicateChoices::Order order_ = DuplicateChoices::Order::reclaimable;
+};
+
+} // namespace tessel

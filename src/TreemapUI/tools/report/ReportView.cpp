@@ -1,0 +1,129 @@
+#include "tools/report/ReportView.h"
+
+#include <QClipboard>
+#include <QDir>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QSaveFile>
+#include <QStandardPaths>
+#include <QtConcurrent/QtConcurrentRun>
+
+#include "DiskScanKit/ByteFormat.h"
+#include "DiskScanKit/FileNode.h"
+#include "support/QtText.h"
+#include "scan/TreeAccess.h"
+
+namespace tessel {
+
+namespace {
+
+ScanReport::TimePoint timePoint(const QDateTime& when) {
+    return ScanReport::TimePoint(std::chrono::milliseconds(when.toMSecsSinceEpoch()));
+}
+
+QVariantMap tile(const QString& title, const QString& value, const QString& caption) {
+    return {{"title", title}, {"value", value}, {"caption", caption}};
+}
+
+} // namespace
+
+ReportView::ReportView(QObject* parent) : QObject(parent) {}
+
+ReportView::~ReportView() { relay_->detach(); }
+
+void ReportView::scanCompleted(std::shared_ptr<FileNode> root, QDateTime scannedAt) {
+    root_ = std::move(root);
+    scannedAt_ = std::move(scannedAt);
+    inventory_.reset();
+    lastSaved_.clear();
+    lastError_.clear();
+    const int generation = ++generation_;
+    emit treeChanged();
+    emit exported();
+    ReportView* self = this;
+    // The tiles need one walk of the whole tree: off the main thread, once per tree.
+    (void)QtConcurrent::run([relay = relay_, self, generation, root = root_] {
+        ScanReport::Inventory inventory = [&] {
+            std::shared_lock reading(TreeAccess::lock());
+            return ScanReport::inventory(*root, 1);
+        }();
+        relay->post([self, generation, inventory = std::move(inventory)]() mutable {
+            if (generation != self->generation_) return;
+            self->inventory_ = std::move(inventory);
+            emit self->treeChanged();
+        });
+    });
+}
+
+QVariantList ReportView::tiles() const {
+    if (root_ == nullptr) return {};
+    std::shared_lock reading(TreeAccess::lock());
+    const QString name = toQString(ScanReport::rootName(*root_));
+    const QString waiting = QStringLiteral("…");
+    QVariantList all;
+    all.append(tile(QStringLiteral("Scanned"), toQString(ByteFormat::string(root_->totalBytes())),
+                    toQString(ScanReport::readableDate(timePoint(scannedAt_)))));
+    all.append(tile(QStringLiteral("Folders"),
+                    inventory_ ? toQString(ScanReport::countText(inventory_->folderCount)) : waiting,
+                    QStringLiteral("Everything beneath ") + name));
+    all.append(tile(QStringLiteral("Files"), inventory_ ? toQString(ScanReport::countText(inventory_->fileCount)) : waiting,
+                    QStringLiteral("Small ones counted with their folder")));
+    if (inventory_ && !inventory_->folders.empty()) {
+        const FileNode* largest = inventory_->folders.front();
+        all.append(tile(QStringLiteral("Largest Folder"), toQString(largest->name()),
+                        toQString(ByteFormat::string(largest->totalBytes()))));
+    } else {
+        all.append(tile(QStringLiteral("Largest Folder"), inventory_ ? QStringLiteral("None") : waiting,
+                        inventory_ ? QStringLiteral("No folders inside") : QString()));
+    }
+    return all;
+}
+
+QString ReportView::suggestedName(const QString& format) const {
+    QString folder = root_ ? toQString(ScanReport::rootName(*root_)) : QStringLiteral("scan");
+    folder.replace(QLatin1Char(':'), QLatin1Char('-'));
+    folder.replace(QLatin1Char('/'), folder == QStringLiteral("/") ? QStringLiteral("Disk") : QStringLiteral("-"));
+    const QString extension = format == QStringLiteral("html") ? QStringLiteral("html") : QStringLiteral("csv");
+    return QStringLiteral("Tessel report ") + folder + QLatin1Char(' ') + scannedAt_.toString(QStringLiteral("yyyy-MM-dd")) +
+           QLatin1Char('.') + extension;
+}
+
+QUrl ReportView::suggestedFile(const QString& format) const {
+    QString folder = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+    if (folder.isEmpty() || !QFileInfo(folder).isDir()) folder = QDir::homePath();
+    return QUrl::fromLocalFile(QDir(folder).filePath(suggestedName(format)));
+}
+
+void ReportView::exportTo(const QString& format, const QUrl& file) {
+    lastSaved_.clear();
+    lastError_.clear();
+    if (root_ == nullptr) return;
+    const std::string text = [&] {
+        std::shared_lock reading(TreeAccess::lock());
+        return format == QStringLiteral("html") ? ScanReport::html(*root_, timePoint(scannedAt_), htmlLimit)
+                                                : ScanReport::csv(*root_, timePoint(scannedAt_), csvLimit);
+    }();
+    const QString path = file.isLocalFile() ? file.toLocalFile() : file.toString();
+    // Written beside the target and renamed over it: a failure leaves nothing behind.
+    QSaveFile out(path);
+    if (!out.open(QIODevice::WriteOnly) ||
+        out.write(text.data(), static_cast<qint64>(text.size())) != static_cast<qint64>(text.size()) || !out.commit()) {
+        lastError_ = QStringLiteral("Could not save the report: ") + out.errorString();
+        out.cancelWriting();
+    } else {
+        lastSaved_ = QStringLiteral("Saved ") + QFileInfo(path).fileName();
+    }
+    emit exported();
+}
+
+QString ReportView::summaryText() const {
+    if (root_ == nullptr) return {};
+    std::shared_lock reading(TreeAccess::lock());
+    return toQString(ScanReport::summaryText(*root_, timePoint(scannedAt_)));
+}
+
+void ReportView::copySummary() const {
+    if (QGuiApplication::clipboard() != nullptr) QGuiApplication::clipboard()->setText(summaryText());
+}
+
+} // namespace tessel

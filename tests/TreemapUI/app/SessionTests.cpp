@@ -1,0 +1,216 @@
+// The scan road: the coordinator's token rule, its progress fraction, the
+// session's completion steps run once, and the permission gate.
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QSignalSpy>
+#include <QTest>
+#include <QTemporaryDir>
+
+#include <atomic>
+#include <condition_variable>
+#include <map>
+#include <mutex>
+
+#include "app/AppSession.h"
+#include "scan/ScanSummary.h"
+
+using namespace tessel;
+
+namespace {
+
+// A scanner whose runs hold until the test lets them go, one by one by path.
+struct FakeScanner {
+    struct State {
+        std::mutex lock;
+        std::condition_variable changed;
+        std::map<std::string, bool> released;
+        std::map<std::string, std::int64_t> progressBytes;
+        std::atomic<int> calls = 0;
+    };
+    std::shared_ptr<State> state = std::make_shared<State>();
+
+    ScanCoordinator::Scanner scanner() const {
+        return [state = state](const std::string& root, const ScanOptions&, const DiskScanner::Progress& progress,
+                               const DiskScanner::IsCancelled&) {
+            std::unique_lock guard(state->lock);
+            ++state->calls;
+            if (auto bytes = state->progressBytes.find(root); bytes != state->progressBytes.end() && progress) {
+                guard.unlock();
+                progress({1, 1, bytes->second});
+                guard.lock();
+            }
+            state->changed.wait(guard, [&] { return state->released[root]; });
+            // Finishes normally even if cancelled meanwhile: only the token may keep it out.
+            ScanResult result;
+            result.root = makeRootedTree(root);
+            result.root->setTotalBytes(static_cast<std::int64_t>(root.size()));
+            result.bytes = result.root->totalBytes();
+            result.directories = 1;
+            return result;
+        };
+    }
+    void hold(const std::string& root) {
+        std::lock_guard guard(state->lock);
+        state->released[root] = false;
+    }
+    void release(const std::string& root) {
+        {
+            std::lock_guard guard(state->lock);
+            state->released[root] = true;
+        }
+        state->changed.notify_all();
+    }
+};
+
+bool waitUntil(const std::function<bool()>& condition, int milliseconds = 5000) {
+    QElapsedTimer clock;
+    clock.start();
+    while (!condition() && clock.elapsed() < milliseconds) QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    return condition();
+}
+
+class ScanRoad : public testing::Test {
+protected:
+    QTemporaryDir folder;
+    QSettings settings{folder.filePath("settings.ini"), QSettings::IniFormat};
+    FakeScanner fake;
+    FullDiskAccessStatus access = FullDiskAccessStatus::undetermined;
+
+    ScanCoordinator::Environment environment() {
+        ScanCoordinator::Environment environment;
+        environment.settings = &settings;
+        environment.home = folder.path().toStdString();
+        environment.scanner = fake.scanner();
+        environment.accessStatus = [this] { return access; };
+        environment.mountedVolumes = [] { return std::vector<ScanCoordinator::Volume>{{"/", "Disk", true}}; };
+        return environment;
+    }
+    AppSession::Dependencies dependencies(const std::string& path) {
+        AppSession::Dependencies chosen;
+        chosen.settings = &settings;
+        chosen.home = folder.path().toStdString();
+        chosen.initialPath = path;
+        chosen.scanEnvironment = environment();
+        chosen.accessStatus = [this] { return access; };
+        return chosen;
+    }
+};
+
+} // namespace
+
+TEST_F(ScanRoad, ASecondScanWinsEvenWhenTheFirstFinishesLast) {
+    ScanCoordinator coordinator(environment(), "/first");
+    QSignalSpy completed(&coordinator, &ScanCoordinator::completedScanIDChanged);
+    coordinator.start();
+    ASSERT_TRUE(waitUntil([&] { return fake.state->calls == 1; }));
+    coordinator.scan("/second");
+    ASSERT_TRUE(waitUntil([&] { return fake.state->calls == 2; }));
+
+    fake.release("/second");
+    ASSERT_TRUE(waitUntil([&] { return coordinator.phaseName() == "ready"; }));
+    fake.release("/first");
+    QTest::qWait(150); // the old run's completion arrives, and must change nothing
+    EXPECT_EQ(completed.count(), 1);
+    ASSERT_NE(coordinator.result(), nullptr);
+    EXPECT_EQ(coordinator.result()->root->path(), "/second");
+    EXPECT_EQ(coordinator.focus(), coordinator.result()->root.get());
+}
+
+TEST_F(ScanRoad, FractionNeedsAnEarlierScanOfThatPathAndStopsShortOfTheEnd) {
+    fake.state->progressBytes["/disk"] = 5000;
+    ScanCoordinator first(environment(), "/disk");
+    first.start();
+    ASSERT_TRUE(waitUntil([&] { return first.progressBytes() == 5000; }));
+    EXPECT_FALSE(first.fraction()) << "no earlier scan to compare with";
+    fake.release("/disk");
+    ASSERT_TRUE(waitUntil([&] { return first.phaseName() == "ready"; }));
+
+    ScanSummary summary;
+    summary.path = "/disk";
+    summary.bytes = 1000; // the disk has grown five times since
+    summary.date = QDateTime::currentDateTime();
+    summary.save(settings);
+    fake.hold("/disk");
+    ScanCoordinator second(environment(), "/disk");
+    second.start();
+    ASSERT_TRUE(waitUntil([&] { return second.progressBytes() == 5000; }));
+    ASSERT_TRUE(second.fraction());
+    EXPECT_DOUBLE_EQ(*second.fraction(), 0.99);
+    fake.release("/disk");
+    ASSERT_TRUE(waitUntil([&] { return second.phaseName() == "ready"; }));
+    EXPECT_FALSE(second.fraction());
+}
+
+TEST_F(ScanRoad, MissingRootFailsWithTheErrorsSentence) {
+    auto chosen = environment();
+    chosen.scanner = [](const std::string& root, const ScanOptions& options, const DiskScanner::Progress& progress,
+                        const DiskScanner::IsCancelled& cancelled) {
+        return DiskScanner::scan(root, options, progress, cancelled);
+    };
+    ScanCoordinator coordinator(chosen, (folder.path() + "/gone").toStdString());
+    coordinator.start();
+    ASSERT_TRUE(waitUntil([&] { return coordinator.phaseName() == "failed"; }));
+    EXPECT_TRUE(coordinator.failure().contains(folder.path() + "/gone")) << coordinator.failure().toStdString();
+}
+
+TEST(ScanCoordinatorRules, AccessIsMissingOnlyWhenDeniedAndManyFoldersFailed) {
+    EXPECT_FALSE(ScanCoordinator::accessIsMissing(FullDiskAccessStatus::denied, 19));
+    EXPECT_TRUE(ScanCoordinator::accessIsMissing(FullDiskAccessStatus::denied, 20));
+    EXPECT_FALSE(ScanCoordinator::accessIsMissing(FullDiskAccessStatus::granted, 5000));
+    EXPECT_FALSE(ScanCoordinator::accessIsMissing(FullDiskAccessStatus::undetermined, 5000));
+}
+
+TEST(ScanCoordinatorRules, LaunchPathIsTheFirstArgumentThatIsNotAnOption) {
+    EXPECT_EQ(ScanCoordinator::initialPath({"tessel-app"}), "/");
+    EXPECT_EQ(ScanCoordinator::initialPath({"tessel-app", "--self-test", "/srv/data/"}), "/srv/data");
+}
+
+TEST_F(ScanRoad, CompletionIsHandledOnceHoweverOftenItIsAsked) {
+    AppSession session(dependencies("/home/me"));
+    QSignalSpy mapStarted(session.spaceMap(), &SpaceMapModel::rootChanged);
+    session.launch();
+    fake.release("/home/me");
+    ASSERT_TRUE(waitUntil([&] { return session.handledScan().has_value(); }));
+    session.handleCompletedScan(); // as a rebuilt view would
+    session.handleCompletedScan();
+    EXPECT_EQ(mapStarted.count(), 1);
+    EXPECT_EQ(session.handledScan(), session.scan()->completedScanID());
+    ASSERT_TRUE(waitUntil([&] { return ScanSummary::load(settings).has_value(); }));
+    EXPECT_EQ(ScanSummary::load(settings)->path, "/home/me");
+    ASSERT_GE(session.notifications()->count(), 1);
+    EXPECT_TRUE(session.notifications()->items().front().title.startsWith("Scanned "));
+}
+
+TEST_F(ScanRoad, DeniedAccessHoldsTheScanUntilTheUserAnswers) {
+    access = FullDiskAccessStatus::denied;
+    AppSession session(dependencies("/home/me"));
+    session.launch();
+    EXPECT_TRUE(session.permissions()->asking());
+    EXPECT_EQ(session.scan()->phaseName(), "needsAccess");
+    QTest::qWait(50);
+    EXPECT_EQ(fake.state->calls, 0);
+
+    session.permissions()->answer();
+    EXPECT_FALSE(session.permissions()->asking());
+    EXPECT_EQ(session.scan()->phaseName(), "scanning");
+    fake.release("/home/me");
+    ASSERT_TRUE(waitUntil([&] { return session.scan()->phaseName() == "ready"; }));
+}
+
+TEST(PermissionsGateRules, OnlyDeniedAsksAndAnAnswerHoldsForTheLaunch) {
+    PermissionsGate gate;
+    gate.receive(FullDiskAccessStatus::granted);
+    EXPECT_FALSE(gate.asking());
+    gate.receive(FullDiskAccessStatus::undetermined);
+    EXPECT_FALSE(gate.scanWaits());
+    gate.receive(FullDiskAccessStatus::denied);
+    EXPECT_TRUE(gate.asking() && gate.scanWaits());
+    QSignalSpy answered(&gate, &PermissionsGate::answered);
+    gate.answer();
+    EXPECT_EQ(answered.count(), 1);
+    gate.receive(FullDiskAccessStatus::denied);
+    EXPECT_FALSE(gate.asking()) << "answered this launch";
+    EXPECT_TRUE(gate.checked());
+}

@@ -1,0 +1,164 @@
+// The report room's models: changes over time from the snapshots kept after
+// each scan, and the summary with its exports.
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QSignalSpy>
+#include <QTest>
+
+#include "tools/changes/ChangesModel.h"
+#include "Fixture.h"
+#include "tools/report/ReportView.h"
+#include "TreeBuilder.h"
+
+using namespace tessel;
+
+namespace {
+
+constexpr std::int64_t MB = 1'000'000;
+
+// A scan of /data: a Videos folder of `videoBytes` and a Documents folder of 20 MB.
+std::shared_ptr<FileNode> scanOfData(std::int64_t videoBytes, std::string_view root = "/data") {
+    test::TreeBuilder tree(root);
+    tree.file(tree.folder(tree.root, "Videos"), "trip.mov", videoBytes);
+    tree.file(tree.folder(tree.root, "Documents"), "thesis.pdf", 20 * MB);
+    return tree.shared();
+}
+
+class Changes : public testing::Test {
+protected:
+    test::TempFolder folder;
+    double clock = 800'000'000;
+    ChangesModel model{{folder / "Snapshots", std::make_shared<LocalFileManager>(), [this] { return clock += 60; }}};
+
+    void settle() {
+        QElapsedTimer waited;
+        waited.start();
+        do QTest::qWait(10);
+        while ((model.isLoading() || model.isComparing()) && waited.elapsed() < 5000);
+        ASSERT_FALSE(model.isLoading() || model.isComparing());
+    }
+};
+
+TEST_F(Changes, TheFirstScanHasNothingToCompareWithAndTheSecondTellsWhatGrew) {
+    model.scanCompleted(scanOfData(100 * MB), true);
+    settle();
+    EXPECT_EQ(model.snapshots().size(), 1u);
+    EXPECT_FALSE(model.baseline()) << "the only snapshot is the one just saved";
+    EXPECT_EQ(model.baselineIndex(), -1);
+    EXPECT_EQ(model.ruleText(), "Files and folders in data that have changed by 50 MB or more.");
+
+    model.scanCompleted(scanOfData(180 * MB), true);
+    settle();
+    ASSERT_TRUE(model.baseline());
+    EXPECT_EQ(model.baselineIndex(), 1) << "the earlier of the two";
+    EXPECT_EQ(model.changes(), (std::vector<SnapshotChange>{{"/data/Videos/trip.mov", 100 * MB, 180 * MB,
+                                                             SnapshotChange::Kind::grew}}));
+    const QVariantMap row = model.changeRows().front().toMap();
+    EXPECT_EQ(row["delta"].toString(), "+80.0 MB");
+    EXPECT_EQ(row["name"].toString(), "trip.mov");
+
+    model.compareWith(0); // the present scan with itself
+    settle();
+    EXPECT_TRUE(model.changes().empty());
+}
+
+TEST_F(Changes, AnotherRootStartsAfreshAndAScanNotSavedComparesWithTheNewest) {
+    model.scanCompleted(scanOfData(100 * MB), true);
+    settle();
+    model.scanCompleted(scanOfData(300 * MB, "/elsewhere"), true);
+    settle();
+    EXPECT_EQ(model.rootPath(), "/elsewhere");
+    EXPECT_EQ(model.snapshots().size(), 1u);
+    EXPECT_FALSE(model.baseline());
+    EXPECT_TRUE(model.changes().empty());
+
+    model.scanCompleted(scanOfData(160 * MB), false);
+    settle();
+    EXPECT_EQ(model.snapshots().size(), 1u) << "nothing was saved";
+    ASSERT_TRUE(model.baseline());
+    ASSERT_EQ(model.changes().size(), 1u);
+    EXPECT_EQ(model.changes().front().newBytes, 160 * MB);
+
+    model.saveNow();
+    settle();
+    EXPECT_EQ(model.snapshots().size(), 2u);
+}
+
+TEST_F(Changes, AnOvertakenScanLeavesNoTrace) {
+    model.scanCompleted(scanOfData(100 * MB), true);
+    settle();
+    model.scanCompleted(scanOfData(500 * MB), true);
+    model.scanCompleted(scanOfData(100 * MB, "/elsewhere"), true);
+    settle();
+    EXPECT_EQ(model.rootPath(), "/elsewhere");
+    EXPECT_FALSE(model.baseline()) << "the /data comparison arrived late and was dropped";
+    EXPECT_TRUE(model.changes().empty());
+    EXPECT_EQ(model.generation(), 3);
+}
+
+TEST_F(Changes, ABaselineThatCannotBeReadIsSaidInWords) {
+    model.scanCompleted(scanOfData(100 * MB), true);
+    settle();
+    QFile file(QString::fromStdString(model.snapshots().front().path));
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    QByteArray text = file.readAll();
+    text.replace("\"formatVersion\":1", "\"formatVersion\":2");
+    file.seek(0);
+    file.write(text);
+    file.close();
+
+    model.scanCompleted(scanOfData(200 * MB), true);
+    settle();
+    EXPECT_EQ(model.lastErrorText(),
+              "That snapshot could not be read: Snapshot format 2 is newer than this build understands.");
+    EXPECT_TRUE(model.changes().empty());
+}
+
+TEST(ChangesEarlier, IsTheNewestOtherThanTheOneJustSaved) {
+    const std::vector<SnapshotInfo> list{{"/s/3", "/", 3, 0}, {"/s/2", "/", 2, 0}};
+    EXPECT_EQ(ChangesModel::earlier(list, list[0])->path, "/s/2");
+    EXPECT_EQ(ChangesModel::earlier(list, std::nullopt)->path, "/s/3");
+    EXPECT_FALSE(ChangesModel::earlier({list[0]}, list[0]));
+}
+
+class Summary : public testing::Test {
+protected:
+    test::TempFolder folder;
+    ReportView report;
+    void SetUp() override {
+        report.scanCompleted(scanOfData(100 * MB, "/Volumes/Disk:2"),
+                             QDateTime(QDate(2026, 3, 4), QTime(10, 30)));
+        QSignalSpy ready(&report, &ReportView::treeChanged);
+        ASSERT_TRUE(report.hasInventory() || ready.wait(5000));
+    }
+};
+
+TEST_F(Summary, TilesAndTheSuggestedName) {
+    const QVariantList tiles = report.tiles();
+    ASSERT_EQ(tiles.size(), 4);
+    EXPECT_EQ(tiles[0].toMap()["value"].toString(), "120 MB");
+    EXPECT_EQ(tiles[1].toMap()["value"].toString(), "2");
+    EXPECT_EQ(tiles[2].toMap()["value"].toString(), "2");
+    EXPECT_EQ(tiles[3].toMap()["value"].toString(), "Videos");
+    EXPECT_EQ(report.suggestedName("csv"), "Tessel report -Volumes-Disk-2 2026-03-04.csv");
+    EXPECT_TRUE(report.suggestedName("html").endsWith(".html"));
+}
+
+TEST_F(Summary, AnExportIsWrittenWholeOrLeavesNothing) {
+    const QString path = QString::fromStdString(folder / "report.csv");
+    report.exportTo("csv", QUrl::fromLocalFile(path));
+    EXPECT_EQ(report.lastSaved(), "Saved report.csv");
+    EXPECT_TRUE(report.lastError().isEmpty());
+    QFile written(path);
+    ASSERT_TRUE(written.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(written.readAll().startsWith("Path,Kind,Allocated bytes,Size,Share of scan,Scanned\r\n"));
+
+    const QString nowhere = QString::fromStdString(folder / "missing/report.html");
+    report.exportTo("html", QUrl::fromLocalFile(nowhere));
+    EXPECT_TRUE(report.lastSaved().isEmpty()) << "a new export clears the last one's words";
+    EXPECT_TRUE(report.lastError().startsWith("Could not save the report: ")) << report.lastError().toStdString();
+    EXPECT_FALSE(QFile::exists(nowhere));
+}
+
+} // namespace
