@@ -43,6 +43,33 @@ std::string FileNode::path() const {
     return path;
 }
 
+FileNode* FileNode::descendant(std::string_view relativePath) {
+    FileNode* node = this;
+    while (node != nullptr && !relativePath.empty()) {
+        const std::size_t slash = relativePath.find('/');
+        const std::string_view name = relativePath.substr(0, slash);
+        relativePath = slash == std::string_view::npos ? std::string_view() : relativePath.substr(slash + 1);
+        if (name.empty()) continue;
+        FileNode* next = nullptr;
+        for (FileNode* child : node->children())
+            if (child->name() == name) {
+                next = child;
+                break;
+            }
+        node = next;
+    }
+    return node;
+}
+
+FileNode* FileNode::atPath(FileNode& root, std::string_view path) {
+    const std::string rootPath = root.path();
+    if (rootPath == "/") return path.starts_with('/') ? root.descendant(path.substr(1)) : nullptr;
+    if (!path.starts_with(rootPath)) return nullptr;
+    if (path.size() == rootPath.size()) return &root;
+    if (path[rootPath.size()] != '/') return nullptr;
+    return root.descendant(path.substr(rootPath.size() + 1));
+}
+
 int FileNode::depth() const {
     int depth = 0;
     for (const FileNode* node = parent_; node != nullptr; node = node->parent_) ++depth;

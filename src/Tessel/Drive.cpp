@@ -55,13 +55,13 @@ bool save(QQuickWindow* window, const QString& path) {
 // go and one that stays.
 bool openRemovalSheet(TesselApp& app) {
     SpaceMapModel* map = app.session().spaceMap();
-    const ScanResult* scan = app.session().scan()->result();
-    if (scan == nullptr || map->items().size() < 2 || map->items()[0].node == nullptr) return false;
+    if (!app.session().tree()->hasTree() || map->items().size() < 2 || map->items()[0].node == nullptr) return false;
     std::vector<FileNode*> chosen = map->items()[0].node->childrenBySize();
     chosen.resize(std::min<std::size_t>(chosen.size(), 2));
     chosen.push_back(map->items()[1].node);
-    app.session().removal()->setSelection(scan->root, chosen);
-    app.session().removal()->prepare();
+    std::vector<DeletionCandidate> candidates;
+    for (const FileNode* node : chosen) candidates.push_back({node->path(), node->totalBytes(), node->isDirectory()});
+    app.session().removal()->prepare(candidates);
     QElapsedTimer clock;
     clock.start();
     while (!app.session().removal()->hasPlan() && clock.elapsed() < 5000)
@@ -82,7 +82,7 @@ void waitForChanges(TesselApp& app) {
 // folder and an old backup stood beside what is there now.
 void compareWithAWeekBefore(TesselApp& app) {
     ChangesModel* changes = app.session().tools()->changes();
-    const ScanResult* scan = app.session().scan()->result();
+    const ScanResult* scan = app.session().tree()->result();
     waitForChanges(app);
     if (scan == nullptr) return;
     ScanSnapshot before = ScanSnapshot::of(*scan->root, ReferenceDate::seconds(std::chrono::system_clock::now()) - 7 * 86400);
@@ -236,9 +236,9 @@ int screenshots(TesselApp& app, const QString& folder, bool inFixture) {
                 // The ticked copies, as the confirmation shows them.
                 app.session().tools()->duplicates()->removeTicked();
                 settle(300);
-                if (app.session().pathRemoval()->hasPlan())
+                if (app.session().removal()->hasPlan())
                     saved += save(window, QStringLiteral("%1/duplicates-removal-%2.png").arg(folder, theme)) ? 1 : 0;
-                app.session().pathRemoval()->cancel();
+                app.session().removal()->cancel();
                 continue;
             }
             saved += save(window, QStringLiteral("%1/%2-%3.png").arg(folder, room, theme)) ? 1 : 0;

@@ -129,19 +129,8 @@ IndependentCount independentCount(const std::string& root) {
 }
 
 FileNode* findNode(FileNode& root, const std::string& relative) {
-    FileNode* node = &root;
-    std::size_t start = 0;
-    while (node != nullptr && start <= relative.size()) {
-        std::size_t slash = relative.find('/', start);
-        std::string name = relative.substr(start, slash == std::string::npos ? std::string::npos : slash - start);
-        FileNode* next = nullptr;
-        for (FileNode* child : node->children())
-            if (child->name() == name) next = child;
-        node = next;
-        if (slash == std::string::npos) break;
-        start = slash + 1;
-    }
-    return node;
+    if (relative.empty()) return nullptr;
+    return root.descendant(relative);
 }
 
 bool totalsAddUp(const FileNode& root) {

@@ -3,18 +3,16 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QGuiApplication>
-#include <QtConcurrent/QtConcurrentRun>
 
-#include <set>
+#include <utility>
 
-#include "scan/TreeAccess.h"
-
+#include "app/Notices.h"
 #include "DiskScanKit/FileManager.h"
 #include "DiskScanKit/Paths.h"
-#include "app/Notices.h"
-#include "TrashKit/SystemExtensionsInside.h"
+#include "linux/FileManagerHandOff.h"
 #include "scan/ScanSummary.h"
-#include "SystemStatsKit/VolumeSampler.h"
+#include "support/QtText.h"
+#include "TrashKit/SystemExtensionsInside.h"
 
 namespace tessel {
 
@@ -34,29 +32,21 @@ AppSession::Dependencies AppSession::Dependencies::system(QSettings* settings, s
 }
 
 AppSession::AppSession(Dependencies dependencies, QObject* parent)
-    : QObject(parent), dependencies_(std::move(dependencies)),
+    : QObject(parent), dependencies_(std::move(dependencies)), tree_(this), notifications_(this),
+      removal_((trashWorker_.setMaxThreadCount(1), removalEnvironment()), tree_, this),
       scan_(dependencies_.scanEnvironment, dependencies_.initialPath, this),
-      tools_(dependencies_.settings, changesEnvironment(), dependencies_.home, this),
-      overview_(dependencies_.settings, dependencies_.home, this), spaceMap_(dependencies_.settings, this), uninstall_(this),
-      permissions_(this), notifications_(this), largeFiles_(dependencies_.settings, this),
-      search_(dependencies_.settings, this) {
-    // Moves are done one at a time, in order, off the main thread.
-    trashWorker_.setMaxThreadCount(1);
-    if (!dependencies_.trash) dependencies_.trash = makeSystemTrash();
-    removal_ = std::make_unique<DeletionModel>(removalEnvironment(), this);
-    pathRemoval_ = std::make_unique<PathRemovalModel>(removalEnvironment(), this);
-    connect(removal_.get(), &DeletionModel::treeChanged, this, &AppSession::treeChanged);
-    connect(pathRemoval_.get(), &PathRemovalModel::pathsRemoved, this, &AppSession::detachPaths);
-    connect(pathRemoval_.get(), &PathRemovalModel::pathsRestored, this, &AppSession::reattachPaths);
-    tools_.duplicates()->setRemoval(pathRemoval_.get());
+      tools_(tree_, removal_, dependencies_.settings, changesEnvironment(), dependencies_.home, this),
+      overview_(tree_, dependencies_.settings, dependencies_.home, this), spaceMap_(tree_, dependencies_.settings, this),
+      uninstall_(this), permissions_(this), largeFiles_(tree_, dependencies_.settings, this),
+      search_(tree_, dependencies_.settings, this) {
     if (qGuiApp != nullptr)
         connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
-            if (state != Qt::ApplicationActive) return;
-            removal_->applicationActivated();
-            pathRemoval_->applicationActivated();
+            if (state == Qt::ApplicationActive) removal_.applicationActivated();
         });
     connect(&scan_, &ScanCoordinator::completedScanIDChanged, this, &AppSession::handleCompletedScan);
     connect(&permissions_, &PermissionsGate::answered, this, &AppSession::startWork);
+    // The summary of a scan keeps its breakdown, which the overview works out once for both.
+    connect(&overview_, &OverviewModel::scanFigured, this, &AppSession::recordSummary);
 }
 
 AppSession::~AppSession() {
@@ -73,6 +63,7 @@ ChangesModel::Environment AppSession::changesEnvironment() const {
 }
 
 RemovalEnvironment AppSession::removalEnvironment() {
+    if (!dependencies_.trash) dependencies_.trash = makeSystemTrash();
     RemovalEnvironment environment;
     environment.context = {dependencies_.home, dependencies_.bundlePath, currentPlatform(), {}};
     environment.files = &files_;
@@ -85,80 +76,16 @@ RemovalEnvironment AppSession::removalEnvironment() {
 }
 
 void AppSession::removeMapSelection() {
-    const ScanResult* result = scan_.result();
-    if (result == nullptr) return;
-    std::vector<FileNode*> nodes;
+    std::vector<DeletionCandidate> candidates;
+    auto add = [&](const FileNode* node) {
+        if (node != nullptr) candidates.push_back({node->path(), node->totalBytes(), node->isDirectory()});
+    };
     for (const MapItem& item : spaceMap_.chosen()) {
-        if (item.node != nullptr) nodes.push_back(item.node);
-        for (FileNode* member : item.memberNodes) nodes.push_back(member);
-        for (const MapItem& member : item.memberItems)
-            if (member.node != nullptr) nodes.push_back(member.node);
+        add(item.node);
+        for (const FileNode* member : item.memberNodes) add(member);
+        for (const MapItem& member : item.memberItems) add(member.node);
     }
-    if (nodes.empty()) return;
-    removal_->setSelection(result->root, std::move(nodes));
-    removal_->prepare();
-}
-
-void AppSession::treeChanged() {
-    const ScanResult* result = scan_.result();
-    if (result == nullptr) return;
-    spaceMap_.treeChanged();
-    overview_.scanCompleted(result->root, result->root->path());
-    largeFiles_.scanCompleted(result->root);
-    search_.scanCompleted(result->root);
-    tools_.hidden()->scanCompleted(result->root);
-}
-
-void AppSession::detachPaths(const QStringList& paths) {
-    const ScanResult* result = scan_.result();
-    if (result == nullptr) return;
-    const std::string rootPath = result->root->path();
-    bool changed = false;
-    {
-        std::unique_lock changing(TreeAccess::lock());
-        for (const QString& text : paths) {
-            const std::string path = text.toStdString();
-            if (!Paths::isWithin(path, rootPath) || path == rootPath) continue;
-            // Down the tree by name, one component at a time.
-            FileNode* node = result->root.get();
-            std::string_view rest = std::string_view(path).substr(rootPath == "/" ? 1 : rootPath.size() + 1);
-            while (node != nullptr && !rest.empty()) {
-                const std::size_t slash = rest.find('/');
-                const std::string_view name = rest.substr(0, slash);
-                FileNode* next = nullptr;
-                for (FileNode* child : node->children())
-                    if (child->name() == name) next = child;
-                node = next;
-                rest = slash == std::string_view::npos ? std::string_view{} : rest.substr(slash + 1);
-            }
-            if (node == nullptr) continue;
-            if (std::optional<FileNode::Detachment> detachment = node->detachFromTree()) {
-                detachedPaths_.emplace_back(path, *detachment);
-                changed = true;
-            }
-        }
-    }
-    if (changed) treeChanged();
-}
-
-void AppSession::reattachPaths(const QStringList& paths) {
-    std::set<std::string> restored;
-    for (const QString& path : paths) restored.insert(path.toStdString());
-    bool changed = false;
-    {
-        std::unique_lock changing(TreeAccess::lock());
-        // Newest first, so that each node finds its siblings as they were when it left.
-        for (auto entry = detachedPaths_.rbegin(); entry != detachedPaths_.rend();) {
-            if (!restored.contains(entry->first)) {
-                ++entry;
-                continue;
-            }
-            entry->second.node->reattach(entry->second);
-            entry = decltype(entry)(detachedPaths_.erase(std::next(entry).base()));
-            changed = true;
-        }
-    }
-    if (changed) treeChanged();
+    if (!candidates.empty()) removal_.prepare(candidates);
 }
 
 void AppSession::launch() {
@@ -176,50 +103,44 @@ void AppSession::startWork() {
 
 void AppSession::handleCompletedScan() {
     const std::optional<QUuid> id = scan_.completedScanID();
-    const ScanResult* result = scan_.result();
-    if (!id || result == nullptr || handledScan_ == id) return;
+    if (!id || handledScan_ == id) return;
+    std::optional<ScanResult> result = scan_.takeCompleted();
+    if (!result) return;
     handledScan_ = id;
-    detachedPaths_.clear();
-    const std::string rootPath = result->root->path();
-
-    recordSummary(*result);
-    tools_.scanCompleted(result->root, true);
-    overview_.scanCompleted(result->root, rootPath);
-    spaceMap_.start(result->root);
-    largeFiles_.scanCompleted(result->root);
-    search_.scanCompleted(result->root);
-    postCompletionNotices(*result);
+    const ScanResult figures = [&] {
+        ScanResult copy = *result;
+        copy.root.reset();
+        return copy;
+    }();
+    summaryPending_ = true;
+    // Every room hears of the new tree from the tree itself.
+    tree_.replace(std::move(*result));
+    postCompletionNotices(figures);
 }
 
-void AppSession::recordSummary(const ScanResult& result) {
-    AppSession* self = this;
+void AppSession::recordSummary() {
+    const ScanResult* result = tree_.result();
+    const std::optional<StorageBreakdown>& breakdown = overview_.breakdown();
+    if (!std::exchange(summaryPending_, false) || result == nullptr || !breakdown) return;
     ScanSummary summary;
-    summary.path = QString::fromStdString(result.root->path());
+    summary.path = toQString(result->root->path());
     summary.label = scan_.sourceLabel();
-    summary.bytes = result.bytes;
-    summary.files = result.files;
-    summary.folders = result.directories;
-    (void)QtConcurrent::run([relay = relay_, self, summary, root = result.root, home = dependencies_.home]() mutable {
-        const std::string path = summary.path.toStdString();
-        std::optional<VolumeCapacity> volume = VolumeSampler(path).sample();
-        StorageBreakdown breakdown = [&] {
-            std::shared_lock reading(TreeAccess::lock());
-            return StorageBreakdown::make(*root, volume, home);
-        }();
-        for (const StorageBreakdown::Part& part : breakdown.parts)
-            summary.parts[std::string(StorageBreakdown::key(part.category))] += part.bytes;
-        summary.date = QDateTime::currentDateTime();
-        relay->post([self, summary] {
-            if (self->dependencies_.settings != nullptr) summary.save(*self->dependencies_.settings);
-        });
-    });
+    summary.bytes = result->bytes;
+    summary.files = result->files;
+    summary.folders = result->directories;
+    for (const StorageBreakdown::Part& part : breakdown->parts)
+        summary.parts[std::string(StorageBreakdown::key(part.category))] += part.bytes;
+    summary.date = QDateTime::currentDateTime();
+    if (dependencies_.settings == nullptr) return;
+    summary.save(*dependencies_.settings);
+    overview_.refreshSummary();
 }
 
 void AppSession::postCompletionNotices(const ScanResult& result) {
     notifications_.post(Notices::scanFinished(result.bytes, result.duration));
     if (!result.stalledPaths.empty()) {
         QStringList paths;
-        for (const std::string& path : result.stalledPaths) paths.append(QString::fromStdString(path));
+        for (const std::string& path : result.stalledPaths) paths.append(toQString(path));
         notifications_.post(Notices::foldersSkipped(paths, [this] { scan_.start(); }));
     }
     if (scan_.accessMissing())

@@ -1,8 +1,9 @@
 #pragma once
 // Everything the window shows, created once and kept for the life of the app:
-// the scan, the tools, the overview, the map, the uninstaller and the
-// permission gate, in that order. When a scan completes, the session tells
-// each of them, in a fixed order, exactly once.
+// the scanned tree and the removal road first, then the scan, the tools, the
+// overview, the map, the uninstaller, the permission gate and the list rooms.
+// When a scan completes the session hands its result to the tree, once; every
+// room follows the tree by itself, in the order the rooms were made.
 
 #include <QObject>
 #include <QSettings>
@@ -15,14 +16,16 @@
 #include <string>
 
 #include "app/AppNotifications.h"
-#include "removal/DeletionModel.h"
-#include "support/MainThreadRelay.h"
-#include "overview/OverviewModel.h"
 #include "app/PermissionsGate.h"
-#include "scan/ScanCoordinator.h"
-#include "map/SpaceMapModel.h"
-#include "tools/ToolModels.h"
 #include "apps/UninstallModel.h"
+#include "lists/ToolRooms.h"
+#include "map/SpaceMapModel.h"
+#include "overview/OverviewModel.h"
+#include "removal/RemovalRoad.h"
+#include "scan/ScanCoordinator.h"
+#include "scan/ScannedTree.h"
+#include "support/MainThreadRelay.h"
+#include "tools/ToolModels.h"
 
 namespace tessel {
 
@@ -39,8 +42,8 @@ class AppSession : public QObject {
     Q_PROPERTY(tessel::AppNotifications* notifications READ notifications CONSTANT)
     Q_PROPERTY(tessel::LargeFilesModel* largeFiles READ largeFiles CONSTANT)
     Q_PROPERTY(tessel::SearchModel* search READ search CONSTANT)
-    Q_PROPERTY(tessel::DeletionModel* removal READ removal CONSTANT)
-    Q_PROPERTY(tessel::PathRemovalModel* pathRemoval READ pathRemoval CONSTANT)
+    Q_PROPERTY(tessel::ScannedTree* tree READ tree CONSTANT)
+    Q_PROPERTY(tessel::RemovalRoad* removal READ removal CONSTANT)
 
 public:
     struct Dependencies {
@@ -70,8 +73,8 @@ public:
     AppNotifications* notifications() { return &notifications_; }
     LargeFilesModel* largeFiles() { return &largeFiles_; }
     SearchModel* search() { return &search_; }
-    DeletionModel* removal() { return removal_.get(); }
-    PathRemovalModel* pathRemoval() { return pathRemoval_.get(); }
+    ScannedTree* tree() { return &tree_; }
+    RemovalRoad* removal() { return &removal_; }
     // The items chosen in the map go to the removal's confirmation.
     Q_INVOKABLE void removeMapSelection();
     std::optional<QUuid> handledScan() const { return handledScan_; }
@@ -83,17 +86,18 @@ public:
     Q_INVOKABLE void handleCompletedScan();
 
 private:
-    void recordSummary(const ScanResult& result);
+    void recordSummary();
     void postCompletionNotices(const ScanResult& result);
     RemovalEnvironment removalEnvironment();
     ChangesModel::Environment changesEnvironment() const;
-    // After nodes left the tree or came back: every view and figure built on it follows.
-    void treeChanged();
-    void detachPaths(const QStringList& paths);
-    // What came back from the Trash rejoins the tree where it was.
-    void reattachPaths(const QStringList& paths);
 
     Dependencies dependencies_;
+    ScannedTree tree_;
+    AppNotifications notifications_;
+    LocalFileManager files_;
+    // Moves are done one at a time, in order, off the main thread.
+    QThreadPool trashWorker_;
+    RemovalRoad removal_;
     ScanCoordinator scan_;
     ToolModels tools_;
     OverviewModel overview_;
@@ -101,15 +105,10 @@ private:
     UninstallModel uninstall_;
     std::optional<QUuid> handledScan_;
     PermissionsGate permissions_;
-    AppNotifications notifications_;
     LargeFilesModel largeFiles_;
     SearchModel search_;
-    LocalFileManager files_;
-    QThreadPool trashWorker_;
-    std::unique_ptr<DeletionModel> removal_;
-    std::unique_ptr<PathRemovalModel> pathRemoval_;
-    // Nodes the tools' removals took out of the present tree, oldest first.
-    std::vector<std::pair<std::string, FileNode::Detachment>> detachedPaths_;
+    // A new scan whose summary is kept once the overview has its figures.
+    bool summaryPending_ = false;
     std::shared_ptr<MainThreadRelay> relay_ = MainThreadRelay::make(this);
 };
 

@@ -3,18 +3,11 @@
 #include <QDesktopServices>
 #include <QUrl>
 
-#include "app/AppEvents.h"
 #include "support/QtText.h"
 
 namespace tessel {
 
-ShellModel::ShellModel(QObject* parent) : QObject(parent) {
-    connect(&AppEvents::center(), &AppEvents::posted, this, [this](const QString& name, const QVariant& payload) {
-        if (name == AppEvent::showRoom) showRoom(payload.toString());
-        else if (name == AppEvent::scanRequested) emit scanRequested();
-        else if (name == AppEvent::showGuide) emit guideRequested();
-    });
-}
+ShellModel::ShellModel(QObject* parent) : QObject(parent) {}
 
 QString ShellModel::room() const { return QString::fromStdString(room_.id()); }
 
@@ -57,12 +50,6 @@ bool ShellModel::showRoom(const QString& name) {
     emit raiseRequested();
     return true;
 }
-
-void ShellModel::requestRoom(const QString& name) { AppEvents::center().post(AppEvent::showRoom, name); }
-
-} // namespace tessel
-
-namespace tessel {
 
 void ShellModel::openHelp() { QDesktopServices::openUrl(QUrl(QStringLiteral("https://tesselworks.com/help"))); }
 

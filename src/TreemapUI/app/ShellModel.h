@@ -1,7 +1,7 @@
 #pragma once
 // The frame of the main window: which room stands, and the sidebar that
-// chooses it. Requests for a room arrive by name over the app's notification
-// road, from anywhere in the process; names it doesn't know are ignored.
+// chooses it. A request for a room by name (from a notice, the tray or a
+// launch) is a call on the shell; names it doesn't know are ignored.
 
 #include <QObject>
 #include <QVariant>
@@ -31,10 +31,8 @@ public:
     QString comingSentence() const;
     QVariantList sections() const;
     QStringList roomIds() const;
-    // A request by name, as the notification road carries it. Returns whether it was understood.
+    // A request by name: brings the window forward on that room. Returns whether it was understood.
     Q_INVOKABLE bool showRoom(const QString& name);
-    // Asks for a room the way any part of the app would.
-    Q_INVOKABLE void requestRoom(const QString& name);
     // The Help menu's links: they open in the browser or mail app, on the user's click only.
     Q_INVOKABLE void openHelp();
     Q_INVOKABLE void contactSupport();
@@ -43,8 +41,6 @@ signals:
     void roomChanged();
     // The window should come forward.
     void raiseRequested();
-    void scanRequested();
-    void guideRequested();
 
 private:
     AppShell::Room room_;

@@ -2,16 +2,18 @@
 
 #include <QtConcurrent/QtConcurrentRun>
 
-#include "scan/TreeAccess.h"
-
 #include "DiskScanKit/CheckedSize.h"
 
 namespace tessel {
 
-ListRoomModel::ListRoomModel(QSettings* settings, const char* orderKey, MapListOrder byDefault, QObject* parent)
-    : QObject(parent), settings_(settings), orderKey_(orderKey), order_(byDefault) {
+ListRoomModel::ListRoomModel(ScannedTree& tree, QSettings* settings, const char* orderKey, MapListOrder byDefault,
+                             QObject* parent)
+    : QObject(parent), tree_(tree), settings_(settings), orderKey_(orderKey), order_(byDefault) {
     if (settings_ != nullptr && orderKey_ != nullptr)
         order_ = MapListOrder::fromRawValue(settings_->value(orderKey_).toString().toStdString()).value_or(byDefault);
+    connect(&tree_, &ScannedTree::replaced, this, &ListRoomModel::treeReplaced);
+    // Rows of what left would offer it again; the list goes until it is filled anew.
+    connect(&tree_, &ScannedTree::changed, this, &ListRoomModel::treeReplaced);
 }
 
 ListRoomModel::~ListRoomModel() { relay_->detach(); }
@@ -35,11 +37,12 @@ qint64 ListRoomModel::listedBytes() const {
     return sum;
 }
 
-void ListRoomModel::scanCompleted(const std::shared_ptr<FileNode>& root) {
-    root_ = root;
+void ListRoomModel::treeReplaced() {
+    root_ = tree_.root();
     answer_ = {};
     rows_->clear();
     emit listChanged();
+    fill();
 }
 
 void ListRoomModel::setWorking(bool working) {
@@ -53,9 +56,10 @@ void ListRoomModel::refresh(Work work) {
     if (!root_) return;
     setWorking(true);
     ListRoomModel* self = this;
-    (void)QtConcurrent::run([relay = relay_, self, generation, root = root_, work = std::move(work)] {
+    (void)QtConcurrent::run([relay = relay_, self, generation, reader = tree_.reader(), root = root_,
+                             work = std::move(work)] {
         Answer answer = [&] {
-            std::shared_lock reading(TreeAccess::lock());
+            const ScannedTree::Reader::Hold hold = reader.hold();
             return work(*root);
         }();
         relay->post([self, generation, root, answer = std::move(answer)]() mutable {

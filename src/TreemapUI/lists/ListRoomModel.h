@@ -1,7 +1,8 @@
 #pragma once
 // What the rooms that list parts of the tree share: the list, its order kept
 // under the room's own key, and the work of filling it, done off the main
-// thread and published only if no newer request came since.
+// thread and published only if no newer request came since. A room fills its
+// list again whenever the scanned tree is replaced or changes.
 
 #include <QObject>
 #include <QSettings>
@@ -10,8 +11,9 @@
 #include <functional>
 #include <memory>
 
-#include "support/MainThreadRelay.h"
 #include "lists/NodeListModel.h"
+#include "scan/ScannedTree.h"
+#include "support/MainThreadRelay.h"
 
 namespace tessel {
 
@@ -40,7 +42,8 @@ public:
     static constexpr int mostRows = 500;
 
     // `orderKey` may be null: the order is then kept for the session only.
-    ListRoomModel(QSettings* settings, const char* orderKey, MapListOrder byDefault, QObject* parent = nullptr);
+    ListRoomModel(ScannedTree& tree, QSettings* settings, const char* orderKey, MapListOrder byDefault,
+                  QObject* parent = nullptr);
     ~ListRoomModel() override;
 
     NodeListModel* rows() const { return rows_.get(); }
@@ -56,21 +59,22 @@ public:
     qint64 listedBytes() const;
     const std::shared_ptr<FileNode>& root() const { return root_; }
 
-    // A new tree: the list is filled again for it.
-    virtual void scanCompleted(const std::shared_ptr<FileNode>& root);
-
 signals:
     void orderChanged();
     void workingChanged();
     void listChanged();
 
 protected:
+    // Starts filling the list for the tree as it stands.
+    virtual void fill() = 0;
     // Fills the list from the tree in the background; an empty tree empties it.
     void refresh(Work work);
 
 private:
     void setWorking(bool working);
+    void treeReplaced();
 
+    ScannedTree& tree_;
     QSettings* settings_;
     const char* orderKey_;
     MapListOrder order_;

@@ -35,11 +35,10 @@ ListRoomModel::Answer answerFrom(const SearchResults& results) {
 
 } // namespace
 
-LargeFilesModel::LargeFilesModel(QSettings* settings, QObject* parent)
-    : ListRoomModel(settings, largeFilesOrderKey, largestFirst, parent) {}
+LargeFilesModel::LargeFilesModel(ScannedTree& tree, QSettings* settings, QObject* parent)
+    : ListRoomModel(tree, settings, largeFilesOrderKey, largestFirst, parent) {}
 
-void LargeFilesModel::scanCompleted(const std::shared_ptr<FileNode>& root) {
-    ListRoomModel::scanCompleted(root);
+void LargeFilesModel::fill() {
     refresh([](FileNode& tree) {
         FileQuery query;
         query.kind = FileQuery::Kind::filesOnly;
@@ -47,11 +46,10 @@ void LargeFilesModel::scanCompleted(const std::shared_ptr<FileNode>& root) {
     });
 }
 
-HiddenFilesModel::HiddenFilesModel(QSettings* settings, QObject* parent)
-    : ListRoomModel(settings, hiddenFilesOrderKey, largestFirst, parent) {}
+HiddenFilesModel::HiddenFilesModel(ScannedTree& tree, QSettings* settings, QObject* parent)
+    : ListRoomModel(tree, settings, hiddenFilesOrderKey, largestFirst, parent) {}
 
-void HiddenFilesModel::scanCompleted(const std::shared_ptr<FileNode>& root) {
-    ListRoomModel::scanCompleted(root);
+void HiddenFilesModel::fill() {
     refresh([](FileNode& tree) {
         ListRoomModel::Answer answer = answerFrom(HiddenItems::results(tree, mostRows));
         for (NodeListModel::Row& row : answer.rows)
@@ -78,17 +76,12 @@ std::optional<std::int64_t> parseByteCount(const QString& text) {
     return static_cast<std::int64_t>(bytes);
 }
 
-SearchModel::SearchModel(QSettings* settings, QObject* parent)
-    : ListRoomModel(settings, nullptr, largestFirst, parent), settings_(settings) {
+SearchModel::SearchModel(ScannedTree& tree, QSettings* settings, QObject* parent)
+    : ListRoomModel(tree, settings, nullptr, largestFirst, parent), settings_(settings) {
     // Searching as the user types, once typing pauses.
     debounce_.setSingleShot(true);
     debounce_.setInterval(typingPauseMilliseconds);
     connect(&debounce_, &QTimer::timeout, this, &SearchModel::run);
-}
-
-void SearchModel::scanCompleted(const std::shared_ptr<FileNode>& root) {
-    ListRoomModel::scanCompleted(root);
-    run();
 }
 
 void SearchModel::changed() {

@@ -18,8 +18,10 @@ class LargeFilesModel : public ListRoomModel {
     QML_ELEMENT
     QML_UNCREATABLE("The session owns the large files")
 public:
-    explicit LargeFilesModel(QSettings* settings, QObject* parent = nullptr);
-    void scanCompleted(const std::shared_ptr<FileNode>& root) override;
+    LargeFilesModel(ScannedTree& tree, QSettings* settings, QObject* parent = nullptr);
+
+protected:
+    void fill() override;
 };
 
 class HiddenFilesModel : public ListRoomModel {
@@ -27,8 +29,10 @@ class HiddenFilesModel : public ListRoomModel {
     QML_ELEMENT
     QML_UNCREATABLE("The tools own the hidden files")
 public:
-    explicit HiddenFilesModel(QSettings* settings, QObject* parent = nullptr);
-    void scanCompleted(const std::shared_ptr<FileNode>& root) override;
+    HiddenFilesModel(ScannedTree& tree, QSettings* settings, QObject* parent = nullptr);
+
+protected:
+    void fill() override;
 };
 
 // "12 MB", "1.5 GB", "500k", "2000": decimal units, as sizes are shown. None when unreadable.
@@ -51,8 +55,7 @@ class SearchModel : public ListRoomModel {
 public:
     static constexpr int mostRecent = 8;
 
-    explicit SearchModel(QSettings* settings, QObject* parent = nullptr);
-    void scanCompleted(const std::shared_ptr<FileNode>& root) override;
+    SearchModel(ScannedTree& tree, QSettings* settings, QObject* parent = nullptr);
 
     QString text() const { return text_; }
     void setText(const QString& text);
@@ -85,6 +88,9 @@ public:
 signals:
     void queryChanged();
     void historyChanged();
+
+protected:
+    void fill() override { run(); }
 
 private:
     void changed();

@@ -2,7 +2,6 @@
 
 #include <QtConcurrent/QtConcurrentRun>
 
-#include "scan/TreeAccess.h"
 
 #include <algorithm>
 
@@ -43,8 +42,11 @@ const MapItem* findIn(const std::vector<MapItem>& items, const std::string& id) 
 
 } // namespace
 
-SpaceMapModel::SpaceMapModel(QSettings* settings, QObject* parent)
-    : QObject(parent), settings_(settings), list_(std::make_unique<MapListModel>()) {}
+SpaceMapModel::SpaceMapModel(ScannedTree& tree, QSettings* settings, QObject* parent)
+    : QObject(parent), tree_(tree), settings_(settings), list_(std::make_unique<MapListModel>()) {
+    connect(&tree_, &ScannedTree::replaced, this, [this] { start(tree_.root()); });
+    connect(&tree_, &ScannedTree::changed, this, &SpaceMapModel::treeChanged);
+}
 
 SpaceMapModel::~SpaceMapModel() { relay_->detach(); }
 
@@ -248,14 +250,16 @@ void SpaceMapModel::loadItems() {
         emit workingChanged();
     }
     SpaceMapModel* self = this;
-    (void)QtConcurrent::run([relay = relay_, self, generation, key, lens, focus, root = root_] {
+    (void)QtConcurrent::run([relay = relay_, self, generation, key, lens, focus, reader = tree_.reader()] {
         std::vector<MapItem> items;
-        std::shared_lock reading(TreeAccess::lock());
-        switch (lens) {
-        case Lens::apps: items = MapLens::apps(focus); break;
-        case Lens::folders: items = MapLens::folders(focus, folderLensTarget); break;
-        case Lens::types: items = MapLens::types(focus); break;
-        case Lens::all: break;
+        {
+            const ScannedTree::Reader::Hold hold = reader.hold();
+            switch (lens) {
+            case Lens::apps: items = MapLens::apps(focus); break;
+            case Lens::folders: items = MapLens::folders(focus, folderLensTarget); break;
+            case Lens::types: items = MapLens::types(focus); break;
+            case Lens::all: break;
+            }
         }
         relay->post([self, generation, key, items = std::move(items)]() mutable {
             if (generation != self->generation_) return;

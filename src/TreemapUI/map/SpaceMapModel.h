@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "scan/ScannedTree.h"
 #include "support/MainThreadRelay.h"
 #include "map/MapList.h"
 #include "TreemapLayout/MapItem.h"
@@ -60,11 +61,11 @@ public:
     static constexpr int folderLensTarget = 24;
     static constexpr std::size_t historyDepth = 64;
 
-    explicit SpaceMapModel(QSettings* settings = nullptr, QObject* parent = nullptr);
+    // Follows `tree`: a new scan starts afresh at its root, through "All Items";
+    // a change takes what left out of everything the room shows.
+    explicit SpaceMapModel(ScannedTree& tree, QSettings* settings = nullptr, QObject* parent = nullptr);
     ~SpaceMapModel() override;
 
-    // A completed scan: a fresh start at its root, through "All Items".
-    void start(const std::shared_ptr<FileNode>& root);
     // Goes to a folder, keeping the present place to come back to.
     void show(FileNode* node);
     Q_INVOKABLE void back();
@@ -78,8 +79,6 @@ public:
     Q_INVOKABLE void clearSelection();
     // Columns: choosing in column `column` opens the next column on a folder.
     Q_INVOKABLE void selectInColumn(int column, const QString& itemId);
-    // The tree lost nodes (they went to the Trash): nothing may speak of them any more.
-    void treeChanged();
 
     const std::optional<Place>& place() const { return place_; }
     FileNode* focus() const { return place_ ? place_->focus : nullptr; }
@@ -129,6 +128,10 @@ signals:
     void styleChanged();
 
 private:
+    void start(const std::shared_ptr<FileNode>& root);
+    // The tree lost nodes (they went to the Trash): nothing may speak of them any more.
+    void treeChanged();
+
     void goTo(Place place, bool remember);
     void loadItems();
     void publish(std::vector<MapItem> items);
@@ -136,6 +139,7 @@ private:
     bool isAttached(const FileNode* node) const;
     void rebuildColumns();
 
+    ScannedTree& tree_;
     QSettings* settings_;
     std::shared_ptr<MainThreadRelay> relay_ = MainThreadRelay::make(this);
     std::shared_ptr<FileNode> root_;

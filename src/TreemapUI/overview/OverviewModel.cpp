@@ -4,9 +4,8 @@
 #include <QLocale>
 #include <QtConcurrent/QtConcurrentRun>
 
-#include "scan/TreeAccess.h"
+#include <utility>
 
-#include "app/AppEvents.h"
 #include "DiskScanKit/ByteFormat.h"
 #include "support/QtText.h"
 #include "app/Rooms.h"
@@ -15,26 +14,30 @@
 
 namespace tessel {
 
-OverviewModel::OverviewModel(QSettings* settings, std::string home, QObject* parent)
-    : QObject(parent), settings_(settings), home_(std::move(home)) {
-    connect(&AppEvents::center(), &AppEvents::posted, this, [this](const QString& name) {
-        if (name == AppEvent::lastScanChanged) refreshSummary();
+OverviewModel::OverviewModel(ScannedTree& tree, QSettings* settings, std::string home, QObject* parent)
+    : QObject(parent), tree_(tree), settings_(settings), home_(std::move(home)) {
+    connect(&tree_, &ScannedTree::replaced, this, [this] {
+        awaitingFirstFigures_ = true;
+        figure(true);
     });
+    connect(&tree_, &ScannedTree::changed, this, [this] { figure(false); });
     refreshSummary();
 }
 
 OverviewModel::~OverviewModel() { relay_->detach(); }
 
-void OverviewModel::scanCompleted(const std::shared_ptr<FileNode>& root, const std::string& rootPath) {
+void OverviewModel::figure(bool newScan) {
     const int generation = ++generation_;
+    const ScannedTree::Reader reader = tree_.reader();
+    if (!reader) return;
     working_ = true;
     emit figuresChanged();
     OverviewModel* self = this;
-    (void)QtConcurrent::run([relay = relay_, self, generation, root, rootPath, home = home_] {
-        std::optional<VolumeCapacity> volume = VolumeSampler(rootPath).sample();
+    (void)QtConcurrent::run([relay = relay_, self, generation, reader, home = home_] {
+        std::optional<VolumeCapacity> volume = VolumeSampler(reader.root()->path()).sample();
         StorageBreakdown breakdown = [&] {
-            std::shared_lock reading(TreeAccess::lock());
-            return StorageBreakdown::make(*root, volume, home);
+            const ScannedTree::Reader::Hold hold = reader.hold();
+            return StorageBreakdown::make(*reader.root(), volume, home);
         }();
         relay->post([self, generation, volume, breakdown = std::move(breakdown)]() mutable {
             if (generation != self->generation_) return;
@@ -42,9 +45,10 @@ void OverviewModel::scanCompleted(const std::shared_ptr<FileNode>& root, const s
             self->breakdown_ = std::move(breakdown);
             self->working_ = false;
             emit self->figuresChanged();
+            if (std::exchange(self->awaitingFirstFigures_, false)) emit self->scanFigured();
         });
     });
-    refreshHealth();
+    if (newScan) refreshHealth();
 }
 
 void OverviewModel::refreshHealth() {

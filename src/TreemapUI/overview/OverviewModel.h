@@ -1,8 +1,9 @@
 #pragma once
 // The overview room: the disk of the scan and how its space divides into
 // kinds, one word for how the machine is doing, the last scan in a sentence,
-// and the list of tools. Figures are worked out off the main thread and
-// published only if no newer scan came meanwhile.
+// and the list of tools. Figures are worked out off the main thread whenever
+// the scanned tree is replaced or changes, and published only if nothing
+// newer came meanwhile.
 
 #include <QObject>
 #include <QSettings>
@@ -15,8 +16,9 @@
 
 #include "DiskScanKit/FileNode.h"
 #include "overview/MacHealth.h"
-#include "support/MainThreadRelay.h"
 #include "overview/StorageBreakdown.h"
+#include "scan/ScannedTree.h"
+#include "support/MainThreadRelay.h"
 #include "SystemStatsKit/VolumeCapacity.h"
 
 namespace tessel {
@@ -42,13 +44,12 @@ class OverviewModel : public QObject {
     Q_PROPERTY(bool working READ working NOTIFY figuresChanged)
 
 public:
-    OverviewModel(QSettings* settings, std::string home, QObject* parent = nullptr);
+    OverviewModel(ScannedTree& tree, QSettings* settings, std::string home, QObject* parent = nullptr);
     ~OverviewModel() override;
 
-    // A new tree: the breakdown of its disk, worked out in the background.
-    void scanCompleted(const std::shared_ptr<FileNode>& root, const std::string& rootPath);
     // The startup disk's health, cheap enough to read at launch.
     Q_INVOKABLE void refreshHealth();
+    // The line about the last scan, from the summary kept in the settings.
     Q_INVOKABLE void refreshSummary();
 
     const std::optional<StorageBreakdown>& breakdown() const { return breakdown_; }
@@ -76,13 +77,21 @@ signals:
     void figuresChanged();
     void healthChanged();
     void summaryChanged();
+    // The first figures of a new scan's tree stand.
+    void scanFigured();
 
 private:
+    // Works out the breakdown of the tree as it stands, in the background.
+    void figure(bool newScan);
+
+    ScannedTree& tree_;
     QSettings* settings_;
     std::string home_;
     std::shared_ptr<MainThreadRelay> relay_ = MainThreadRelay::make(this);
     int generation_ = 0;
     bool working_ = false;
+    // A new scan's tree whose figures have not stood yet.
+    bool awaitingFirstFigures_ = false;
     std::optional<VolumeCapacity> volume_;
     std::optional<VolumeCapacity> startupDisk_;
     std::optional<StorageBreakdown> breakdown_;

@@ -50,6 +50,16 @@ ApplicationWindow {
             Action { text: "Quit Tessel"; shortcut: StandardKey.Quit; onTriggered: Qt.quit() }
         }
         Menu {
+            title: "&Edit"
+            // One history for every room that moves things to the Trash.
+            Action {
+                text: "Undo Move to Trash"
+                shortcut: StandardKey.Undo
+                enabled: window.session.removal.canUndo
+                onTriggered: window.session.removal.undo()
+            }
+        }
+        Menu {
             title: "&Scan"
             Action { text: "Scan Again"; shortcut: "Ctrl+R"; onTriggered: window.session.scan.start() }
             Action { text: "Choose Folder…"; shortcut: StandardKey.Open; onTriggered: window.session.scan.chooseFolder() }
@@ -172,7 +182,6 @@ ApplicationWindow {
     }
 
     RemovalSheet { removal: window.session.removal }
-    RemovalSheet { removal: window.session.pathRemoval }
 
     NoticeStack {
         anchors.right: parent.right
@@ -226,7 +235,5 @@ ApplicationWindow {
             window.raise()
             window.requestActivate()
         }
-        function onScanRequested() { window.session.scan.start() }
-        function onGuideRequested() { window.guide.start() }
     }
 }

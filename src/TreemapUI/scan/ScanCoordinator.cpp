@@ -3,7 +3,9 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <thread>
+#include <pthread.h>
+
+#include <QtConcurrent/QtConcurrentRun>
 
 #include "DiskScanKit/FileManager.h"
 #include "DiskScanKit/Paths.h"
@@ -49,11 +51,15 @@ ScanCoordinator::Environment ScanCoordinator::Environment::system(QSettings* set
 }
 
 ScanCoordinator::ScanCoordinator(Environment environment, std::string initialPath, QObject* parent)
-    : QObject(parent), environment_(std::move(environment)), source_(std::move(initialPath)) {}
+    : QObject(parent), environment_(std::move(environment)), source_(std::move(initialPath)) {
+    scanThreads_.setMaxThreadCount(2);
+}
 
 ScanCoordinator::~ScanCoordinator() {
     relay_->detach();
+    // A cancelled scan returns within about a second; the pool waits for it.
     if (current_) current_->cancel();
+    scanThreads_.waitForDone();
 }
 
 std::string ScanCoordinator::initialPath(const QStringList& arguments) {
@@ -82,7 +88,7 @@ void ScanCoordinator::start() {
     const std::string path = source_;
     const ScanOptions options = ordinaryOptions(countsVolumeTrash());
 
-    focus_ = nullptr;
+    completed_.reset();
     if (accessMissing_) {
         accessMissing_ = false;
         emit accessMissingChanged();
@@ -101,8 +107,9 @@ void ScanCoordinator::start() {
 
     // The relay runs these on the main thread only while the coordinator lives, so `self` is safe there.
     ScanCoordinator* self = this;
-    std::thread([relay = relay_, self, token, path, options, scanner = environment_.scanner,
-                 accessStatus = environment_.accessStatus] {
+    (void)QtConcurrent::run(&scanThreads_, [relay = relay_, self, token, path, options, scanner = environment_.scanner,
+                                            accessStatus = environment_.accessStatus] {
+        pthread_setname_np(pthread_self(), "Tessel.scan");
         auto stillCurrent = [self, token] { return self->current_ == token; };
         ScanResult result;
         try {
@@ -135,13 +142,21 @@ void ScanCoordinator::start() {
                 self->accessMissing_ = missing;
                 emit self->accessMissingChanged();
             }
-            FileNode* root = result.root.get();
-            self->setPhase(Ready{std::move(result)});
-            self->focus_ = root;
+            // The tree goes to whoever takes it; the phase keeps the figures.
+            ScanResult figures = result;
+            figures.root.reset();
+            self->completed_ = std::move(result);
+            self->setPhase(Ready{std::move(figures)});
             self->completedScanID_ = QUuid::createUuid();
             emit self->completedScanIDChanged();
         });
-    }).detach();
+    });
+}
+
+std::optional<ScanResult> ScanCoordinator::takeCompleted() {
+    std::optional<ScanResult> taken = std::move(completed_);
+    completed_.reset();
+    return taken;
 }
 
 void ScanCoordinator::scan(const QString& path) {

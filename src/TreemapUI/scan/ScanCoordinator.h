@@ -6,6 +6,7 @@
 
 #include <QObject>
 #include <QSettings>
+#include <QThreadPool>
 #include <QString>
 #include <QUuid>
 #include <QVariant>
@@ -55,7 +56,7 @@ public:
         std::optional<ScanProgress> progress;
     };
     struct Ready {
-        ScanResult result;
+        ScanResult result; // the figures; the tree goes to the one who takes it
     };
     struct Failed {
         std::string message;
@@ -99,8 +100,10 @@ public:
     void holdForAccess();
 
     const Phase& phase() const { return phase_; }
+    // The figures of the last completed scan, without its tree.
     const ScanResult* result() const;
-    FileNode* focus() const { return focus_; }
+    // The last completed scan, tree and all, once: the scanned tree takes it.
+    std::optional<ScanResult> takeCompleted();
     std::optional<QUuid> completedScanID() const { return completedScanID_; }
     std::optional<std::int64_t> expectedBytes() const { return expectedBytes_; }
     std::optional<double> fraction() const;
@@ -150,11 +153,13 @@ private:
     Phase phase_ = Idle{};
     std::string source_;
     std::vector<Volume> volumes_;
-    FileNode* focus_ = nullptr;
+    std::optional<ScanResult> completed_;
     std::optional<QUuid> completedScanID_;
     bool accessMissing_ = false;
     std::optional<std::int64_t> expectedBytes_;
     std::shared_ptr<ScanCancellation> current_;
+    // Scans run here; one cancelled by a newer scan ends within a second beside it.
+    QThreadPool scanThreads_;
 };
 
 } // namespace tessel

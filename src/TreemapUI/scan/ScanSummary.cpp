@@ -5,7 +5,6 @@
 #include <QRegularExpression>
 #include <QTimeZone>
 
-#include "app/AppEvents.h"
 #include "app/SettingsKeys.h"
 
 namespace tessel {
@@ -65,7 +64,6 @@ std::optional<ScanSummary> ScanSummary::load(const QSettings& settings) {
 
 void ScanSummary::save(QSettings& settings) const {
     settings.setValue(SettingsKey::lastScan, QString::fromUtf8(encoded()));
-    AppEvents::center().post(AppEvent::lastScanChanged);
 }
 
 QString ScanSummary::when(const QDateTime& now, const QLocale& locale) const {

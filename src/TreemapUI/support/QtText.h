@@ -7,12 +7,56 @@
 #include <QString>
 
 #include <chrono>
+#include <string>
 #include <string_view>
+
+#include "DiskScanKit/NameBytes.h"
 
 namespace tessel {
 
+// Text from the engine for a view. Names are bytes, and a byte that starts no
+// valid UTF-8 sequence travels as a lone surrogate, U+DC80 to U+DCFF, so that
+// toBytes gives back exactly the path that came in: a path shown in a list and
+// handed back for removal names the very file. A view draws such a character
+// as a replacement mark.
 inline QString toQString(std::string_view text) {
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+    if (Utf8::isValid(text)) return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+    QString shown;
+    shown.reserve(static_cast<qsizetype>(text.size()));
+    while (!text.empty()) {
+        const std::size_t length = Utf8::sequenceLength(text);
+        if (length == 0) {
+            shown += QChar(static_cast<char16_t>(0xDC00 + static_cast<unsigned char>(text.front())));
+            text.remove_prefix(1);
+            continue;
+        }
+        shown += QString::fromUtf8(text.data(), static_cast<qsizetype>(length));
+        text.remove_prefix(length);
+    }
+    return shown;
+}
+
+// The bytes of text that came from toQString, or that a person typed.
+inline std::string toBytes(const QString& text) {
+    std::string bytes;
+    bytes.reserve(static_cast<std::size_t>(text.size()));
+    qsizetype runStart = 0;
+    auto flush = [&](qsizetype end) {
+        if (end > runStart) bytes += text.mid(runStart, end - runStart).toStdString();
+    };
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const char16_t unit = text.at(i).unicode();
+        if (QChar::isHighSurrogate(unit) && i + 1 < text.size() && QChar::isLowSurrogate(text.at(i + 1).unicode())) {
+            ++i; // a whole character beyond U+FFFF
+            continue;
+        }
+        if (unit < 0xDC80 || unit > 0xDCFF) continue;
+        flush(i);
+        bytes += static_cast<char>(unit - 0xDC00);
+        runStart = i + 1;
+    }
+    flush(text.size());
+    return bytes;
 }
 
 // A moment of the engine's clock in the local time zone, as `format` writes it ("d MMM yyyy").

@@ -4,17 +4,15 @@
 
 namespace tessel {
 
-ToolModels::ToolModels(QSettings* settings, ChangesModel::Environment changes, std::string home, QObject* parent)
-    : QObject(parent), settings_(settings), hidden_(settings, this), changes_(std::move(changes), this),
-      duplicates_({std::move(home), settings}, this), report_(this) {}
-
-void ToolModels::scanCompleted(const std::shared_ptr<FileNode>& root, bool savesSnapshot) {
-    scannedAt_ = QDateTime::currentDateTime();
-    hidden_.scanCompleted(root);
-    changes_.scanCompleted(root, savesSnapshot);
-    duplicates_.scanCompleted(root);
-    report_.scanCompleted(root, scannedAt_);
-    emit scanned();
+ToolModels::ToolModels(ScannedTree& tree, RemovalRoad& road, QSettings* settings, ChangesModel::Environment changes,
+                       std::string home, QObject* parent)
+    : QObject(parent), settings_(settings), hidden_(tree, settings, this), changes_(std::move(changes), tree, this),
+      duplicates_({std::move(home), settings}, tree, road, this),
+      report_(tree, &QDateTime::currentDateTime, this) {
+    connect(&tree, &ScannedTree::replaced, this, [this] {
+        scannedAt_ = QDateTime::currentDateTime();
+        emit scanned();
+    });
 }
 
 QString ToolModels::reportTab() const {

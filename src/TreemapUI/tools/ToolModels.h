@@ -1,6 +1,6 @@
 #pragma once
-// One model per tool, each reset for every new tree. The tools arrive one by
-// one; those that stand are held here.
+// One model per tool; each follows the scanned tree itself. The tools arrive
+// one by one; those that stand are held here.
 
 #include <QDateTime>
 #include <QObject>
@@ -29,7 +29,9 @@ class ToolModels : public QObject {
     // The report room's tab: "changes" or "summary".
     Q_PROPERTY(QString reportTab READ reportTab WRITE setReportTab NOTIFY reportTabChanged)
 public:
-    ToolModels(QSettings* settings, ChangesModel::Environment changes, std::string home, QObject* parent = nullptr);
+    // Each tool follows `tree` itself; those that remove go by `road`.
+    ToolModels(ScannedTree& tree, RemovalRoad& road, QSettings* settings, ChangesModel::Environment changes,
+               std::string home, QObject* parent = nullptr);
 
     QDateTime scannedAt() const { return scannedAt_; }
     HiddenFilesModel* hidden() { return &hidden_; }
@@ -38,8 +40,6 @@ public:
     ReportView* report() { return &report_; }
     QString reportTab() const;
     void setReportTab(const QString& tab);
-    // Each tree-dependent tool goes back to its empty state for the new tree.
-    void scanCompleted(const std::shared_ptr<FileNode>& root, bool savesSnapshot);
 
 signals:
     void scanned();

@@ -7,6 +7,7 @@
 #include <QTest>
 
 #include "lists/ToolRooms.h"
+#include "scan/ScannedTree.h"
 #include "TreeBuilder.h"
 
 using namespace tessel;
@@ -19,6 +20,14 @@ protected:
 
     QTemporaryDir dir;
     QSettings settings{dir.filePath("settings.ini"), QSettings::IniFormat};
+    ScannedTree scanned;
+
+    // The built tree as a completed scan: every room follows it.
+    void publish() {
+        ScanResult result;
+        result.root = shared();
+        scanned.replace(std::move(result));
+    }
 
     static QStringList names(const ListRoomModel& room) {
         QStringList list;
@@ -47,15 +56,15 @@ TEST_F(Tree, LargeFilesListsFilesOnlyLargestFirstAndKeepsTheOrder) {
     add(docs, "b.pdf", false, 300);
     add(root, "a.iso", false, 900);
     add(docs, "c.txt", false, 300);
-    LargeFilesModel files(&settings);
-    files.scanCompleted(shared());
+    LargeFilesModel files(scanned, &settings);
+    publish();
     ASSERT_TRUE(settled(files));
     EXPECT_EQ(names(files), (QStringList{"a.iso", "b.pdf", "c.txt"}));
     EXPECT_EQ(files.listedBytes(), 1500);
     files.setOrder("name-descending");
     EXPECT_EQ(names(files), (QStringList{"c.txt", "b.pdf", "a.iso"}));
     EXPECT_EQ(settings.value("tessel.sort.largeFiles").toString(), "name-descending");
-    LargeFilesModel again(&settings);
+    LargeFilesModel again(scanned, &settings);
     EXPECT_EQ(again.order(), "name-descending") << "the order comes back at the next launch";
 }
 
@@ -63,8 +72,8 @@ TEST_F(Tree, HiddenFilesCarryTheirNotes) {
     add(root, ".cache", true, 500);
     add(root, ".ssh", true, 10);
     add(root, "visible", true, 900);
-    HiddenFilesModel hidden(&settings);
-    hidden.scanCompleted(shared());
+    HiddenFilesModel hidden(scanned, &settings);
+    publish();
     ASSERT_TRUE(settled(hidden));
     const std::vector<NodeListModel::Row>& rows = hidden.rows()->rows();
     ASSERT_EQ(rows.size(), 2u);
@@ -77,8 +86,8 @@ TEST_F(Tree, HiddenFilesCarryTheirNotes) {
 TEST_F(Tree, SearchSaysHowManyMatchedAndWhichAreShown) {
     for (int i = 0; i < 600; ++i) add(root, ("photo-" + std::to_string(i) + ".jpg").c_str(), false, 1000 + i);
     add(root, "notes.txt", false, 50);
-    SearchModel search(&settings);
-    search.scanCompleted(shared());
+    SearchModel search(scanned, &settings);
+    publish();
     search.setText("PHOTO");
     search.run();
     ASSERT_TRUE(settled(search));
@@ -95,8 +104,8 @@ TEST_F(Tree, SearchSaysHowManyMatchedAndWhichAreShown) {
 }
 
 TEST_F(Tree, SearchBoundsThatCantBeReadStopTheSearch) {
-    SearchModel search(&settings);
-    search.scanCompleted(shared());
+    SearchModel search(scanned, &settings);
+    publish();
     search.setMinimum("lots");
     EXPECT_FALSE(search.query());
     EXPECT_TRUE(search.problem().contains("not a size"));
@@ -106,8 +115,8 @@ TEST_F(Tree, SearchBoundsThatCantBeReadStopTheSearch) {
 }
 
 TEST_F(Tree, SearchRemembersRecentTextAndSavedQueries) {
-    SearchModel search(&settings);
-    search.scanCompleted(shared());
+    SearchModel search(scanned, &settings);
+    publish();
     for (int i = 0; i < SearchModel::mostRecent + 2; ++i) {
         search.setText(QStringLiteral("word %1").arg(i));
         search.run();

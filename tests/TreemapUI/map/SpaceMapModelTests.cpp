@@ -16,6 +16,7 @@
 
 #include "map/MapListModel.h"
 #include "map/SpaceMapModel.h"
+#include "scan/ScannedTree.h"
 #include "TreeBuilder.h"
 
 using namespace tessel;
@@ -26,19 +27,21 @@ namespace {
 struct MapFixture : testing::Test, test::TreeBuilder {
     QTemporaryDir dir;
     QSettings settings{dir.filePath("settings.ini"), QSettings::IniFormat};
-    SpaceMapModel model{&settings};
+    ScannedTree tree;
+    SpaceMapModel model{tree, &settings};
 
-    void start() { model.start(shared()); }
+    void start() {
+        ScanResult result;
+        result.root = shared();
+        tree.replace(std::move(result));
+    }
     // Waits for the lens at work and for any older answer still on its way back.
     void settle() {
         ASSERT_TRUE(QTest::qWaitFor([this] { return !model.isWorking(); }, 5000));
         QThreadPool::globalInstance()->waitForDone();
         QCoreApplication::processEvents();
     }
-    void remove(FileNode* node) {
-        node->detachFromTree();
-        model.treeChanged();
-    }
+    void remove(FileNode* node) { tree.detach({node->path()}); }
     const MapItem& shown(const std::string& name) const {
         for (const MapItem& item : model.items())
             if (item.name == name) return item;
@@ -140,7 +143,7 @@ TEST_F(SpaceMapModelSelection, TheListOrderIsKeptInTheSettingsGiven) {
     start();
     model.setListOrder("name-ascending");
     EXPECT_EQ(model.list()->itemAt(0)->name, "a");
-    SpaceMapModel again{&settings};
+    SpaceMapModel again{tree, &settings};
     EXPECT_EQ(again.listOrder(), "name-ascending");
     settings.setValue("tessel.map.listOrder", "colour-sideways");
     EXPECT_EQ(again.listOrder(), "size-descending");

@@ -1,6 +1,7 @@
 #pragma once
 // A fixture home of the test's own, whose Trash is the freedesktop one under
-// it, with everything a removal model needs to move things there and back.
+// it, with a scan of it in a scanned tree and everything the removal road
+// needs to move things there and back.
 
 #include <gtest/gtest.h>
 
@@ -8,9 +9,11 @@
 
 #include <QSignalSpy>
 
-#include "removal/DeletionModel.h"
+#include "DiskScanKit/DiskScanner.h"
 #include "Fixture.h"
 #include "linux/FreedesktopTrash.h"
+#include "removal/RemovalRoad.h"
+#include "scan/ScannedTree.h"
 
 namespace tessel::test {
 
@@ -24,11 +27,16 @@ protected:
     LocalFileManager files;
     QThreadPool worker;
     AppNotifications notices;
+    ScannedTree tree;
     RemovalEnvironment environment{{home, std::nullopt, Platform::linuxOS, {}}, &files, &bin, &worker, &notices, "", {}};
 
-    // Until the model's move or undo is done.
-    static void waitFor(RemovalModel& model) {
-        QSignalSpy done(&model, &RemovalModel::finished);
+    // Scans the home into the tree.
+    void scanHome() { tree.replace(DiskScanner::scan(home)); }
+    FileNode* node(const std::string& relative) const { return tree.nodeAt(home + "/" + relative); }
+
+    // Until the road's move or undo is done.
+    static void waitFor(RemovalRoad& road) {
+        QSignalSpy done(&road, &RemovalRoad::finished);
         ASSERT_TRUE(done.wait(5000));
     }
 };

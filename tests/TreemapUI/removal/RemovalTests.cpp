@@ -1,13 +1,12 @@
-// Removal from the map and from lists: the confirmation's words, the move off
-// the main thread, the tree patched on both roads, and the undo.
+// The removal road: the confirmation's words, the move off the main thread,
+// the tree patched to match, the undo, and a change that waits for a reader.
 #include <gtest/gtest.h>
 
 #include <QSignalSpy>
 #include <QTest>
 
-#include "removal/DeletionModel.h"
-#include "DiskScanKit/DiskScanner.h"
-#include "Fixture.h"
+#include <optional>
+
 #include "removal/RemovalHome.h"
 
 using namespace tessel;
@@ -17,29 +16,16 @@ namespace {
 
 class Removing : public RemovalHome {
 protected:
-    ScanResult scan;
-
     void SetUp() override {
         makeFolder(home);
         makeFolder(home + "/photos");
         writeFile(home + "/photos/a.jpg", 3 << 20);
         writeFile(home + "/photos/b.jpg", 2 << 20);
         writeFile(home + "/big.iso", 4 << 20);
-        scan = DiskScanner::scan(home);
+        scanHome();
     }
-    FileNode* node(const std::string& relative) {
-        FileNode* current = scan.root.get();
-        std::size_t start = 0;
-        while (current != nullptr && start < relative.size()) {
-            const std::size_t slash = relative.find('/', start);
-            const std::string name = relative.substr(start, slash == std::string::npos ? std::string::npos : slash - start);
-            FileNode* next = nullptr;
-            for (FileNode* child : current->children())
-                if (child->name() == name) next = child;
-            current = next;
-            start = slash == std::string::npos ? relative.size() : slash + 1;
-        }
-        return current;
+    static DeletionCandidate candidate(const FileNode* node) {
+        return {node->path(), node->totalBytes(), node->isDirectory()};
     }
 };
 
@@ -72,78 +58,93 @@ TEST(RemovalSheetWords, TitleHeadingsAndGroups) {
 }
 
 TEST_F(Removing, AFolderAndAFileInsideItAreOneMoveAndTheTreeFollows) {
-    DeletionModel model(environment);
-    const std::int64_t before = scan.root->totalBytes();
+    RemovalRoad road(environment, tree);
+    const std::int64_t before = tree.root()->totalBytes();
     FileNode* photos = node("photos");
-    model.setSelection(scan.root, {photos, node("photos/a.jpg")});
-    EXPECT_EQ(model.selectionBytes(), photos->totalBytes()) << "the file inside counts once";
-    EXPECT_TRUE(model.isSelected(node("photos/b.jpg")));
-    model.prepare();
-    ASSERT_TRUE(model.plan());
-    EXPECT_EQ(model.plan()->allowed.size(), 1u);
-    QSignalSpy treeChanged(&model, &DeletionModel::treeChanged);
-    model.confirm();
-    waitFor(model);
+    road.prepare({candidate(photos), candidate(node("photos/a.jpg"))});
+    ASSERT_TRUE(road.plan());
+    EXPECT_EQ(road.plan()->allowed.size(), 1u) << "the file inside goes with its folder";
+    QSignalSpy treeChanged(&tree, &ScannedTree::changed);
+    road.confirm();
+    waitFor(road);
     EXPECT_FALSE(files.exists(home + "/photos"));
     EXPECT_EQ(node("photos"), nullptr);
-    EXPECT_EQ(scan.root->totalBytes(), before - photos->totalBytes());
+    EXPECT_EQ(tree.root()->totalBytes(), before - photos->totalBytes());
     EXPECT_EQ(treeChanged.count(), 1);
-    EXPECT_EQ(model.selectionCount(), 0);
     ASSERT_GE(notices.count(), 1);
     EXPECT_EQ(notices.items().front().title, "Moved 1 item to the Trash");
 
-    model.undo();
-    waitFor(model);
+    road.undo();
+    waitFor(road);
     EXPECT_TRUE(files.exists(home + "/photos/a.jpg"));
     EXPECT_EQ(node("photos"), photos);
-    EXPECT_EQ(scan.root->totalBytes(), before);
-    EXPECT_FALSE(model.canUndo());
+    EXPECT_EQ(tree.root()->totalBytes(), before);
+    EXPECT_FALSE(road.canUndo());
     ASSERT_GE(notices.count(), 1);
     EXPECT_EQ(notices.items().front().title, "Put 1 item back");
     for (const AppNotification& notice : notices.items())
         EXPECT_FALSE(notice.title.startsWith("Moved")) << "its Put Back would undo nothing, or something else";
 }
 
-TEST_F(Removing, UndoAfterAPartialFailureRestoresWhatMoved) {
-    DeletionModel model(environment);
-    model.setSelection(scan.root, {node("big.iso"), node("photos/b.jpg")});
-    model.prepare();
+TEST_F(Removing, APartialFailureDetachesOnlyWhatMovedAndUndoRestoresIt) {
+    RemovalRoad road(environment, tree);
+    const std::int64_t before = tree.root()->totalBytes();
+    road.prepare({candidate(node("big.iso")), candidate(node("photos/b.jpg"))});
     // Gone before the move: it fails, the other one moves.
     std::remove((home + "/photos/b.jpg").c_str());
-    model.confirm();
-    waitFor(model);
-    ASSERT_TRUE(model.lastOutcome());
-    EXPECT_EQ(model.lastOutcome()->receipts.size(), 1u);
-    EXPECT_EQ(model.lastOutcome()->failures.size(), 1u);
-    EXPECT_EQ(model.selection(), std::vector<FileNode*>{node("photos/b.jpg")}) << "what failed stays selected";
-    model.undo();
-    waitFor(model);
+    road.confirm();
+    waitFor(road);
+    ASSERT_TRUE(road.lastOutcome());
+    EXPECT_EQ(road.lastOutcome()->receipts.size(), 1u);
+    EXPECT_EQ(road.lastOutcome()->failures.size(), 1u);
+    EXPECT_EQ(node("big.iso"), nullptr);
+    EXPECT_NE(node("photos/b.jpg"), nullptr) << "what failed stays in the tree until a scan says otherwise";
+    road.undo();
+    waitFor(road);
     EXPECT_TRUE(files.exists(home + "/big.iso"));
     EXPECT_NE(node("big.iso"), nullptr);
+    EXPECT_EQ(tree.root()->totalBytes(), before);
 }
 
-TEST_F(Removing, SomethingGoneElsewhereLeavesTheTreeOnlyWhenReallyGone) {
-    DeletionModel model(environment);
-    FileNode* iso = node("big.iso");
-    model.setSelection(scan.root, {iso});
-    model.detachMovedElsewhere({iso});
+TEST_F(Removing, WhatTheFileManagerTookLeavesTheTreeOnlyWhenReallyGone) {
+    RemovalRoad road(environment, tree);
+    const QString iso = QString::fromStdString(home + "/big.iso");
+    road.showInFileManager({iso});
+    road.applicationActivated();
     EXPECT_NE(node("big.iso"), nullptr) << "still on disk: stays in the tree";
     std::rename((home + "/big.iso").c_str(), (folder / "moved.iso").c_str());
-    model.detachMovedElsewhere({iso});
+    road.applicationActivated();
     EXPECT_EQ(node("big.iso"), nullptr);
-    EXPECT_EQ(model.selectionCount(), 0);
+    EXPECT_FALSE(road.canUndo()) << "the file manager's move is not ours to undo";
 }
 
-TEST_F(Removing, PathRemovalAnnouncesWhatMovedWithItsLabels) {
-    PathRemovalModel model(environment);
-    model.prepare({{home + "/big.iso", 4 << 20, false}, {"/etc/hostname", 10, false}}, {{home + "/big.iso", "Old installer"}});
-    ASSERT_EQ(model.allowedRows().size(), 1);
-    EXPECT_EQ(model.allowedRows()[0].toMap()["name"], "Old installer");
-    QSignalSpy removed(&model, &PathRemovalModel::pathsRemoved);
-    model.confirm();
-    waitFor(model);
-    ASSERT_EQ(removed.count(), 1);
-    EXPECT_EQ(removed[0][0].toStringList(), QStringList{QString::fromStdString(home + "/big.iso")});
-    EXPECT_EQ(model.generation(), 1);
+TEST_F(Removing, RowsCarryTheirLabelsAndListsHearThatTheRoadMoved) {
+    RemovalRoad road(environment, tree);
+    road.prepare({{home + "/big.iso", 4 << 20, false}, {"/etc/hostname", 10, false}}, {{home + "/big.iso", "Old installer"}});
+    ASSERT_EQ(road.allowedRows().size(), 1);
+    EXPECT_EQ(road.allowedRows()[0].toMap()["name"], "Old installer");
+    road.confirm();
+    waitFor(road);
+    EXPECT_EQ(road.generation(), 1);
     EXPECT_FALSE(files.exists(home + "/big.iso"));
+    EXPECT_EQ(node("big.iso"), nullptr);
+}
+
+TEST_F(Removing, AChangeAskedForWhileAJobReadsTheTreeWaitsAndThenRuns) {
+    FileNode* iso = node("big.iso");
+    ScannedTree::Reader reader = tree.reader();
+    std::optional<ScannedTree::Reader::Hold> hold;
+    hold.emplace(reader.hold());
+    auto left = std::make_shared<std::vector<ScannedTree::Detached>>();
+    QSignalSpy changed(&tree, &ScannedTree::changed);
+    tree.detach({home + "/big.iso"}, left);
+    EXPECT_TRUE(tree.hasWaitingChanges()) << "the main thread did not wait for the reader";
+    EXPECT_NE(node("big.iso"), nullptr);
+    hold.reset(); // the reader lets go; the change runs on the main thread
+    ASSERT_TRUE(changed.wait(2000));
+    EXPECT_EQ(node("big.iso"), nullptr);
+    ASSERT_EQ(left->size(), 1u);
+    EXPECT_EQ(left->front().detachment.node, iso);
+    tree.reattach(left, {home + "/big.iso"});
+    EXPECT_EQ(node("big.iso"), iso) << "no reader: at once";
 }

@@ -49,6 +49,12 @@ public:
 
     std::string path() const;
     int depth() const;
+    // The node `relativePath` names below this one ("a/b"; empty for this node
+    // itself), name by name; none when a name is missing on the way.
+    FileNode* descendant(std::string_view relativePath);
+    // The node of the tree under `root` at the absolute `path`; none when the
+    // path lies outside the root or names nothing in the tree.
+    static FileNode* atPath(FileNode& root, std::string_view path);
     std::vector<FileNode*> childrenBySize() const;
     std::vector<FileNode*> largestDescendants(int limit, bool directoriesOnly) const;
 

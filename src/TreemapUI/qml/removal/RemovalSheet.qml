@@ -6,7 +6,7 @@ import Tessel.UI
 // Trash and how much it frees, and what stays, each with its reason.
 Popup {
     id: sheet
-    required property RemovalModel removal
+    required property RemovalRoad removal
 
     modal: true
     focus: true

@@ -7,7 +7,6 @@
 #include "DiskScanKit/FileNode.h"
 #include "DiskScanKit/Paths.h"
 #include "support/QtText.h"
-#include "scan/TreeAccess.h"
 
 namespace tessel {
 
@@ -27,15 +26,20 @@ QString kindTitle(SnapshotChange::Kind kind) {
     return {};
 }
 
-ScanSnapshot snapshotOf(const FileNode& root, double date) {
-    std::shared_lock reading(TreeAccess::lock());
-    return ScanSnapshot::of(root, date);
+ScanSnapshot snapshotOf(const ScannedTree::Reader& reader, double date) {
+    const ScannedTree::Reader::Hold hold = reader.hold();
+    return ScanSnapshot::of(*reader.root(), date);
 }
 
 } // namespace
 
-ChangesModel::ChangesModel(Environment environment, QObject* parent)
-    : QObject(parent), environment_(std::move(environment)), store_(environment_.directory, *environment_.files) {
+ChangesModel::ChangesModel(Environment environment, ScannedTree& tree, QObject* parent)
+    : QObject(parent), environment_(std::move(environment)), tree_(tree),
+      store_(environment_.directory, *environment_.files) {
+    connect(&tree_, &ScannedTree::replaced, this, &ChangesModel::scanCompleted);
+    connect(&tree_, &ScannedTree::changed, this, [this] {
+        if (baseline_) compare(*baseline_);
+    });
     if (!environment_.now)
         environment_.now = [] { return ReferenceDate::seconds(std::chrono::system_clock::now()); };
     // One at a time, in order: a save is listed by the listing that follows it.
@@ -47,7 +51,8 @@ ChangesModel::~ChangesModel() {
     worker_.waitForDone();
 }
 
-void ChangesModel::scanCompleted(std::shared_ptr<FileNode> root, bool save) {
+void ChangesModel::scanCompleted() {
+    std::shared_ptr<FileNode> root = tree_.root();
     const std::string path = root->path();
     if (rootPath_ != path) {
         baseline_.reset();
@@ -58,7 +63,7 @@ void ChangesModel::scanCompleted(std::shared_ptr<FileNode> root, bool save) {
     }
     root_ = std::move(root);
     ++generation_;
-    keepAndList(save, true);
+    keepAndList(true, true);
 }
 
 void ChangesModel::saveNow() {
@@ -71,9 +76,9 @@ void ChangesModel::keepAndList(bool save, bool thenCompare) {
     emit snapshotsChanged();
     const int generation = generation_;
     ChangesModel* self = this;
-    (void)QtConcurrent::run(&worker_, [relay = relay_, self, generation, save, thenCompare, root = root_,
+    (void)QtConcurrent::run(&worker_, [relay = relay_, self, generation, save, thenCompare, reader = tree_.reader(),
                                        store = store_, now = environment_.now(), files = environment_.files] {
-        const ScanSnapshot snapshot = snapshotOf(*root, now);
+        const ScanSnapshot snapshot = snapshotOf(reader, now);
         std::optional<SnapshotInfo> saved;
         QString saveError;
         if (save) {
@@ -134,13 +139,13 @@ void ChangesModel::compare(const SnapshotInfo& info) {
     const int generation = generation_;
     const int comparison = ++comparison_;
     ChangesModel* self = this;
-    (void)QtConcurrent::run(&worker_, [relay = relay_, self, generation, comparison, info, root = root_, store = store_,
-                                       now = environment_.now(), files = environment_.files] {
+    (void)QtConcurrent::run(&worker_, [relay = relay_, self, generation, comparison, info, reader = tree_.reader(),
+                                       store = store_, now = environment_.now(), files = environment_.files] {
         std::vector<SnapshotChange> changes;
         std::optional<std::string> error;
         try {
             const ScanSnapshot old = store.load(info);
-            changes = SnapshotDiff::changes(old, snapshotOf(*root, now));
+            changes = SnapshotDiff::changes(old, snapshotOf(reader, now));
         } catch (const SnapshotError& failure) {
             error = failure.what();
         }

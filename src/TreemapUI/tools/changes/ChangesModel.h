@@ -18,6 +18,7 @@
 #include "DiskScanKit/FileManager.h"
 #include "DiskScanKit/SnapshotDiff.h"
 #include "DiskScanKit/SnapshotStore.h"
+#include "scan/ScannedTree.h"
 #include "support/MainThreadRelay.h"
 
 namespace tessel {
@@ -48,11 +49,12 @@ public:
         std::function<double()> now;
     };
 
-    explicit ChangesModel(Environment environment, QObject* parent = nullptr);
+    // Follows `tree`: each new scan's snapshot is kept, the root's snapshots
+    // listed and the newest earlier one compared with; a change compares the
+    // tree as it now stands with the same baseline.
+    ChangesModel(Environment environment, ScannedTree& tree, QObject* parent = nullptr);
     ~ChangesModel() override;
 
-    // A new tree: keep its snapshot when `save`, list the root's snapshots, and compare with `earlier`.
-    void scanCompleted(std::shared_ptr<FileNode> root, bool save);
     // "Save Snapshot": keep the present tree as a point to compare against later.
     Q_INVOKABLE void saveNow();
     // Compares the present tree with the snapshot at `index` of the list.
@@ -86,9 +88,11 @@ signals:
     void changesChanged();
 
 private:
+    void scanCompleted();
     void keepAndList(bool save, bool thenCompare);
 
     Environment environment_;
+    ScannedTree& tree_;
     SnapshotStore store_;
     QThreadPool worker_;
     std::shared_ptr<MainThreadRelay> relay_ = MainThreadRelay::make(this);

@@ -3,11 +3,10 @@
 #include <QDateTime>
 #include <QtConcurrent/QtConcurrentRun>
 
-#include "removal/DeletionModel.h"
-#include "DiskScanKit/ByteFormat.h"
-#include "support/QtText.h"
 #include "app/SettingsKeys.h"
-#include "scan/TreeAccess.h"
+#include "DiskScanKit/ByteFormat.h"
+#include "removal/RemovalRoad.h"
+#include "support/QtText.h"
 
 namespace tessel {
 
@@ -17,6 +16,11 @@ QString sizeText(std::int64_t bytes) { return toQString(ByteFormat::string(bytes
 
 QString counted(std::int64_t count, const char* one, const char* many) {
     return groupedCount(count) + QLatin1Char(' ') + QLatin1String(count == 1 ? one : many);
+}
+
+bool isAttached(const FileNode* node, const FileNode* root) {
+    while (node != nullptr && node != root) node = node->parent();
+    return node == root;
 }
 
 } // namespace
@@ -56,12 +60,18 @@ void DuplicateGroupList::replace(int row, Row value) {
     emit dataChanged(index(row), index(row));
 }
 
-DuplicatesModel::DuplicatesModel(Environment environment, QObject* parent)
-    : QObject(parent), environment_(std::move(environment)), list_(this) {
+DuplicatesModel::DuplicatesModel(Environment environment, ScannedTree& tree, RemovalRoad& road, QObject* parent)
+    : QObject(parent), environment_(std::move(environment)), tree_(tree), road_(road), list_(this) {
     if (environment_.settings != nullptr)
         order_ = DuplicateChoices::orderFrom(environment_.settings->value(SettingsKey::sortDuplicates).toString());
     // One comparison at a time; the finder starts its own readers.
     worker_.setMaxThreadCount(1);
+    connect(&tree_, &ScannedTree::replaced, this, &DuplicatesModel::reset);
+    // Copies that left the tree (moved to the Trash from here or anywhere) leave their groups, and come back with it.
+    connect(&tree_, &ScannedTree::changed, this, [this] {
+        noteWhatWent();
+        rebuild();
+    });
 }
 
 DuplicatesModel::~DuplicatesModel() {
@@ -70,26 +80,12 @@ DuplicatesModel::~DuplicatesModel() {
     worker_.waitForDone();
 }
 
-void DuplicatesModel::setRemoval(PathRemovalModel* removal) {
-    removal_ = removal;
-    connect(removal, &PathRemovalModel::pathsRemoved, this, [this](const QStringList& paths) {
-        for (const QString& path : paths) {
-            gone_.insert(path.toStdString());
-            ticked_.erase(path.toStdString());
-        }
-        rebuild();
-    });
-    connect(removal, &PathRemovalModel::pathsRestored, this, [this](const QStringList& paths) {
-        for (const QString& path : paths) gone_.erase(path.toStdString());
-        rebuild();
-    });
-}
-
-void DuplicatesModel::scanCompleted(const std::shared_ptr<FileNode>& root) {
+void DuplicatesModel::reset() {
     stopRunning();
     ++generation_;
-    root_ = root;
+    root_ = tree_.root();
     report_.reset();
+    nodes_.clear();
     shown_.clear();
     keepers_.clear();
     ticked_.clear();
@@ -103,6 +99,15 @@ void DuplicatesModel::scanCompleted(const std::shared_ptr<FileNode>& root) {
     setState(root_ ? QStringLiteral("ready") : QStringLiteral("waiting"));
 }
 
+void DuplicatesModel::noteWhatWent() {
+    gone_.clear();
+    for (const auto& [path, node] : nodes_)
+        if (!isAttached(node, root_.get())) {
+            gone_.insert(path);
+            ticked_.erase(path);
+        }
+}
+
 void DuplicatesModel::look() {
     if (state_ != QLatin1String("ready") || root_ == nullptr) return;
     const int generation = ++generation_;
@@ -112,13 +117,14 @@ void DuplicatesModel::look() {
     emit progressChanged();
     setState(QStringLiteral("working"));
     DuplicatesModel* self = this;
-    (void)QtConcurrent::run(&worker_, [relay = relay_, self, generation, root = root_, flag = cancelled_,
+    (void)QtConcurrent::run(&worker_, [relay = relay_, self, generation, reader = tree_.reader(), flag = cancelled_,
                                        environment = environment_] {
         std::vector<std::string> paths;
         {
-            std::shared_lock reading(TreeAccess::lock());
-            paths = DuplicateFinder::candidatePaths(*root, environment.minimumBytes, environment.home);
+            const ScannedTree::Reader::Hold hold = reader.hold();
+            paths = DuplicateFinder::candidatePaths(*reader.root(), environment.minimumBytes, environment.home);
         }
+        // The files are read with no hold on the tree: the comparison may take minutes.
         const DuplicateFinder finder(environment.minimumBytes, DuplicateFinder::toolSampleBytes,
                                      environment.workerCount, environment.home);
         DuplicateReport report = finder.find(
@@ -129,15 +135,24 @@ void DuplicatesModel::look() {
                 });
             },
             [flag] { return flag->load(); });
-        relay->post([self, generation, report = std::move(report)]() mutable {
-            if (generation == self->generation_) self->received(std::move(report));
+        // Each copy's node, so that what leaves the tree is seen to leave its group.
+        std::map<std::string, FileNode*> nodes;
+        {
+            const ScannedTree::Reader::Hold hold = reader.hold();
+            for (const DuplicateGroup& group : report.groups)
+                for (const DuplicateFile& file : group.files)
+                    for (std::string& name : DuplicateChoices::namesOf(file))
+                        nodes.emplace(name, FileNode::atPath(*reader.root(), name));
+        }
+        relay->post([self, generation, report = std::move(report), nodes = std::move(nodes)]() mutable {
+            if (generation == self->generation_) self->received(std::move(report), std::move(nodes));
         });
     });
 }
 
 void DuplicatesModel::lookAgain() {
     if (root_ == nullptr || state_ == QLatin1String("working")) return;
-    scanCompleted(root_);
+    reset();
     look();
 }
 
@@ -178,12 +193,14 @@ void DuplicatesModel::progressed(const DuplicateScanProgress& now) {
     emit progressChanged();
 }
 
-void DuplicatesModel::received(DuplicateReport report) {
+void DuplicatesModel::received(DuplicateReport report, std::map<std::string, FileNode*> nodes) {
     cancelled_.reset();
     report_ = std::move(report);
-    gone_.clear();
+    nodes_ = std::move(nodes);
     keepers_.clear();
     ticked_.clear();
+    // The tree may have changed while the files were compared.
+    noteWhatWent();
     refreshShown();
     chooseKeepers(keeping_);
     progressText_.clear();
@@ -281,7 +298,6 @@ QString DuplicatesModel::removeTitle() const {
 }
 
 void DuplicatesModel::removeTicked() {
-    if (removal_ == nullptr) return;
     std::vector<DeletionCandidate> candidates;
     for (const DuplicateGroup& group : shown_)
         for (const DuplicateFile& file : group.files) {
@@ -293,7 +309,7 @@ void DuplicatesModel::removeTicked() {
                 first = false;
             }
         }
-    if (!candidates.empty()) removal_->prepare(candidates);
+    if (!candidates.empty()) road_.prepare(candidates);
 }
 
 QString DuplicatesModel::summary() const {

@@ -12,6 +12,7 @@
 #include <QtQml/qqmlregistration.h>
 
 #include <atomic>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -19,12 +20,13 @@
 #include <vector>
 
 #include "DiskScanKit/DuplicateFinder.h"
+#include "scan/ScannedTree.h"
 #include "tools/duplicates/DuplicateChoices.h"
 #include "support/MainThreadRelay.h"
 
 namespace tessel {
 
-class PathRemovalModel;
+class RemovalRoad;
 
 // One row per group; the files of a group travel as a list in one role.
 class DuplicateGroupList : public QAbstractListModel {
@@ -83,13 +85,10 @@ public:
         std::int64_t minimumBytes = DuplicateFinder::toolMinimumBytes;
     };
 
-    explicit DuplicatesModel(Environment environment, QObject* parent = nullptr);
+    // Follows `tree`: a new tree starts afresh, and copies that leave it (or come
+    // back) leave their groups (or rejoin them). Removal goes by `road`.
+    DuplicatesModel(Environment environment, ScannedTree& tree, RemovalRoad& road, QObject* parent = nullptr);
     ~DuplicatesModel() override;
-
-    // Removal goes this way, and the groups follow what it moves and puts back.
-    void setRemoval(PathRemovalModel* removal);
-    // A new tree: whatever was found belongs to the old one.
-    void scanCompleted(const std::shared_ptr<FileNode>& root);
 
     // Starts looking in the present tree, unless it was looked at already.
     Q_INVOKABLE void look();
@@ -126,8 +125,12 @@ signals:
     void ticksChanged();
 
 private:
+    // A new tree: whatever was found belongs to the old one.
+    void reset();
+    // The paths of the copies that are no longer in the tree.
+    void noteWhatWent();
     void setState(const QString& state);
-    void received(DuplicateReport report);
+    void received(DuplicateReport report, std::map<std::string, FileNode*> nodes);
     void progressed(const DuplicateScanProgress& progress);
     // The shown groups from the report, without what went, in order, each with its keeper; ticks stay.
     void refreshShown();
@@ -142,7 +145,8 @@ private:
     void stopRunning();
 
     Environment environment_;
-    PathRemovalModel* removal_ = nullptr;
+    ScannedTree& tree_;
+    RemovalRoad& road_;
     DuplicateGroupList list_;
     std::shared_ptr<MainThreadRelay> relay_ = MainThreadRelay::make(this);
     QThreadPool worker_;
@@ -153,6 +157,8 @@ private:
     QString progressText_;
     double fraction_ = 0;
     std::optional<DuplicateReport> report_;
+    // Every name in the report, with its node in the tree (none when the tree has none).
+    std::map<std::string, FileNode*> nodes_;
     std::vector<DuplicateGroup> shown_;
     // By group id: the path of the copy that stays.
     std::map<std::string, std::string> keepers_;

@@ -11,7 +11,6 @@
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/FileNode.h"
 #include "support/QtText.h"
-#include "scan/TreeAccess.h"
 
 namespace tessel {
 
@@ -27,25 +26,33 @@ QVariantMap tile(const QString& title, const QString& value, const QString& capt
 
 } // namespace
 
-ReportView::ReportView(QObject* parent) : QObject(parent) {}
+ReportView::ReportView(ScannedTree& tree, Clock clock, QObject* parent)
+    : QObject(parent), tree_(tree), clock_(std::move(clock)) {
+    connect(&tree_, &ScannedTree::replaced, this, &ReportView::scanCompleted);
+    connect(&tree_, &ScannedTree::changed, this, &ReportView::takeInventory);
+}
 
 ReportView::~ReportView() { relay_->detach(); }
 
-void ReportView::scanCompleted(std::shared_ptr<FileNode> root, QDateTime scannedAt) {
-    root_ = std::move(root);
-    scannedAt_ = std::move(scannedAt);
-    inventory_.reset();
+void ReportView::scanCompleted() {
+    root_ = tree_.root();
+    scannedAt_ = clock_();
     lastSaved_.clear();
     lastError_.clear();
+    emit exported();
+    takeInventory();
+}
+
+void ReportView::takeInventory() {
+    inventory_.reset();
     const int generation = ++generation_;
     emit treeChanged();
-    emit exported();
     ReportView* self = this;
-    // The tiles need one walk of the whole tree: off the main thread, once per tree.
-    (void)QtConcurrent::run([relay = relay_, self, generation, root = root_] {
+    // The tiles need one walk of the whole tree: off the main thread.
+    (void)QtConcurrent::run([relay = relay_, self, generation, reader = tree_.reader()] {
         ScanReport::Inventory inventory = [&] {
-            std::shared_lock reading(TreeAccess::lock());
-            return ScanReport::inventory(*root, 1);
+            const ScannedTree::Reader::Hold hold = reader.hold();
+            return ScanReport::inventory(*reader.root(), 1);
         }();
         relay->post([self, generation, inventory = std::move(inventory)]() mutable {
             if (generation != self->generation_) return;
@@ -57,7 +64,6 @@ void ReportView::scanCompleted(std::shared_ptr<FileNode> root, QDateTime scanned
 
 QVariantList ReportView::tiles() const {
     if (root_ == nullptr) return {};
-    std::shared_lock reading(TreeAccess::lock());
     const QString name = toQString(ScanReport::rootName(*root_));
     const QString waiting = QStringLiteral("…");
     QVariantList all;
@@ -98,11 +104,8 @@ void ReportView::exportTo(const QString& format, const QUrl& file) {
     lastSaved_.clear();
     lastError_.clear();
     if (root_ == nullptr) return;
-    const std::string text = [&] {
-        std::shared_lock reading(TreeAccess::lock());
-        return format == QStringLiteral("html") ? ScanReport::html(*root_, timePoint(scannedAt_), htmlLimit)
-                                                : ScanReport::csv(*root_, timePoint(scannedAt_), csvLimit);
-    }();
+    const std::string text = format == QStringLiteral("html") ? ScanReport::html(*root_, timePoint(scannedAt_), htmlLimit)
+                                                              : ScanReport::csv(*root_, timePoint(scannedAt_), csvLimit);
     const QString path = file.isLocalFile() ? file.toLocalFile() : file.toString();
     // Written beside the target and renamed over it: a failure leaves nothing behind.
     QSaveFile out(path);
@@ -118,7 +121,6 @@ void ReportView::exportTo(const QString& format, const QUrl& file) {
 
 QString ReportView::summaryText() const {
     if (root_ == nullptr) return {};
-    std::shared_lock reading(TreeAccess::lock());
     return toQString(ScanReport::summaryText(*root_, timePoint(scannedAt_)));
 }
 

@@ -9,10 +9,12 @@
 #include <QVariant>
 #include <QtQml/qqmlregistration.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 
 #include "DiskScanKit/ScanReport.h"
+#include "scan/ScannedTree.h"
 #include "support/MainThreadRelay.h"
 
 namespace tessel {
@@ -33,10 +35,11 @@ public:
     static constexpr int csvLimit = 2000;
     static constexpr int htmlLimit = 200;
 
-    explicit ReportView(QObject* parent = nullptr);
+    using Clock = std::function<QDateTime()>;
+    // Follows `tree`: a new scan is stamped with `clock` and its figures worked
+    // out; a change works them out again for what is left.
+    explicit ReportView(ScannedTree& tree, Clock clock = &QDateTime::currentDateTime, QObject* parent = nullptr);
     ~ReportView() override;
-
-    void scanCompleted(std::shared_ptr<FileNode> root, QDateTime scannedAt);
 
     bool hasTree() const { return root_ != nullptr; }
     bool hasInventory() const { return inventory_.has_value(); }
@@ -58,6 +61,12 @@ signals:
     void exported();
 
 private:
+    void scanCompleted();
+    // The figures of the tiles, from one walk of the tree, in the background.
+    void takeInventory();
+
+    ScannedTree& tree_;
+    Clock clock_;
     std::shared_ptr<FileNode> root_;
     QDateTime scannedAt_;
     std::optional<ScanReport::Inventory> inventory_;

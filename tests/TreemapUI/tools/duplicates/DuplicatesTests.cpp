@@ -13,11 +13,10 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include "removal/DeletionModel.h"
 #include "DiskScanKit/DiskScanner.h"
-#include "tools/duplicates/DuplicatesModel.h"
 #include "Fixture.h"
 #include "removal/RemovalHome.h"
+#include "tools/duplicates/DuplicatesModel.h"
 
 using namespace tessel;
 using namespace tessel::test;
@@ -152,7 +151,7 @@ class DuplicatesRoom : public RemovalHome {
 protected:
     QTemporaryDir settingsFolder;
     QSettings settings{settingsFolder.filePath("settings.ini"), QSettings::IniFormat};
-    ScanResult scan;
+    RemovalRoad road{environment, tree};
 
     void SetUp() override {
         for (const char* place : {"", "/Documents", "/Documents/Projects", "/Downloads", "/Desktop", "/Music", "/Backup"})
@@ -163,7 +162,6 @@ protected:
         writeSeeded(home + "/Music/song.bin", 2'000'000, 2);
         writeSeeded(home + "/Backup/song.bin", 2'000'000, 2);
         writeSeeded(home + "/Music/other.bin", 2'000'000, 3);
-        scan = DiskScanner::scan(home);
     }
     DuplicatesModel::Environment roomEnvironment() { return {home, &settings, 2, DuplicateFinder::toolMinimumBytes}; }
     static void lookAndWait(DuplicatesModel& model) {
@@ -181,11 +179,11 @@ protected:
 } // namespace
 
 TEST_F(DuplicatesRoom, FindsTheGroupsOffTheMainThreadWithTheExtraCopiesTicked) {
-    DuplicatesModel model(roomEnvironment());
+    DuplicatesModel model(roomEnvironment(), tree, road);
     EXPECT_EQ(model.state(), "waiting");
     model.look();
     EXPECT_EQ(model.state(), "waiting") << "nothing to look in before a scan";
-    model.scanCompleted(scan.root);
+    scanHome();
     EXPECT_EQ(model.state(), "ready");
     lookAndWait(model);
 
@@ -208,8 +206,8 @@ TEST_F(DuplicatesRoom, FindsTheGroupsOffTheMainThreadWithTheExtraCopiesTicked) {
 }
 
 TEST_F(DuplicatesRoom, OneCopyAlwaysStays) {
-    DuplicatesModel model(roomEnvironment());
-    model.scanCompleted(scan.root);
+    DuplicatesModel model(roomEnvironment(), tree, road);
+    scanHome();
     lookAndWait(model);
     model.toggle(1, 0);
     EXPECT_EQ(model.tickedCount(), 3) << "the keeper of a group whose other copy is ticked can't be ticked too";
@@ -225,8 +223,8 @@ TEST_F(DuplicatesRoom, OneCopyAlwaysStays) {
 
 TEST_F(DuplicatesRoom, KeepTheOldestAndTheOrderIsRemembered) {
     makeOld(home + "/Downloads/plan (1).bin", 400);
-    DuplicatesModel model(roomEnvironment());
-    model.scanCompleted(scan.root);
+    DuplicatesModel model(roomEnvironment(), tree, road);
+    scanHome();
     lookAndWait(model);
     model.keepOldest();
     EXPECT_EQ(model.keeping(), "oldest");
@@ -240,38 +238,36 @@ TEST_F(DuplicatesRoom, KeepTheOldestAndTheOrderIsRemembered) {
     model.setOrder("name");
     EXPECT_EQ(settings.value("tessel.sort.duplicates").toString(), "name");
     EXPECT_EQ(model.groups()->data(model.groups()->index(0), DuplicateGroupList::titleRole).toString(), "plan.bin");
-    DuplicatesModel again(roomEnvironment());
+    DuplicatesModel again(roomEnvironment(), tree, road);
     EXPECT_EQ(again.order(), "name");
 }
 
 TEST_F(DuplicatesRoom, RemovalGoesToTheTrashAndTheGroupsFollowItBack) {
-    PathRemovalModel removal(environment);
-    DuplicatesModel model(roomEnvironment());
-    model.setRemoval(&removal);
-    model.scanCompleted(scan.root);
+    DuplicatesModel model(roomEnvironment(), tree, road);
+    scanHome();
     lookAndWait(model);
     model.removeTicked();
-    ASSERT_TRUE(removal.hasPlan());
-    EXPECT_EQ(removal.allowedRows().size(), 3);
-    removal.confirm();
-    waitFor(removal);
+    ASSERT_TRUE(road.hasPlan());
+    EXPECT_EQ(road.allowedRows().size(), 3);
+    road.confirm();
+    waitFor(road);
     EXPECT_EQ(model.groups()->rowCount(), 0) << "each group is down to the copy that stays";
     EXPECT_EQ(model.tickedCount(), 0);
     EXPECT_TRUE(files.exists(home + "/Documents/Projects/plan.bin"));
     EXPECT_FALSE(files.exists(home + "/Backup/song.bin"));
 
-    removal.undo();
-    waitFor(removal);
+    road.undo();
+    waitFor(road);
     EXPECT_TRUE(files.exists(home + "/Backup/song.bin"));
     ASSERT_EQ(model.groups()->rowCount(), 2);
     EXPECT_EQ(model.tickedCount(), 0) << "what came back is not ticked to go again";
 }
 
 TEST_F(DuplicatesRoom, ANewTreeDropsTheOldAnswer) {
-    DuplicatesModel model(roomEnvironment());
-    model.scanCompleted(scan.root);
+    DuplicatesModel model(roomEnvironment(), tree, road);
+    scanHome();
     model.look();
-    model.scanCompleted(scan.root);
+    scanHome();
     EXPECT_EQ(model.state(), "ready");
     QTest::qWait(300);
     EXPECT_EQ(model.state(), "ready") << "the first run's answer arrived for a tree that is gone";

@@ -6,8 +6,9 @@
 #include <QSignalSpy>
 #include <QTest>
 
-#include "tools/changes/ChangesModel.h"
 #include "Fixture.h"
+#include "scan/ScannedTree.h"
+#include "tools/changes/ChangesModel.h"
 #include "tools/report/ReportView.h"
 #include "TreeBuilder.h"
 
@@ -29,7 +30,15 @@ class Changes : public testing::Test {
 protected:
     test::TempFolder folder;
     double clock = 800'000'000;
-    ChangesModel model{{folder / "Snapshots", std::make_shared<LocalFileManager>(), [this] { return clock += 60; }}};
+    ScannedTree tree;
+    ChangesModel model{{folder / "Snapshots", std::make_shared<LocalFileManager>(), [this] { return clock += 60; }}, tree};
+
+    // A completed scan: the model keeps its snapshot and compares.
+    void scan(std::shared_ptr<FileNode> root) {
+        ScanResult result;
+        result.root = std::move(root);
+        tree.replace(std::move(result));
+    }
 
     void settle() {
         QElapsedTimer waited;
@@ -41,14 +50,14 @@ protected:
 };
 
 TEST_F(Changes, TheFirstScanHasNothingToCompareWithAndTheSecondTellsWhatGrew) {
-    model.scanCompleted(scanOfData(100 * MB), true);
+    scan(scanOfData(100 * MB));
     settle();
     EXPECT_EQ(model.snapshots().size(), 1u);
     EXPECT_FALSE(model.baseline()) << "the only snapshot is the one just saved";
     EXPECT_EQ(model.baselineIndex(), -1);
     EXPECT_EQ(model.ruleText(), "Files and folders in data that have changed by 50 MB or more.");
 
-    model.scanCompleted(scanOfData(180 * MB), true);
+    scan(scanOfData(180 * MB));
     settle();
     ASSERT_TRUE(model.baseline());
     EXPECT_EQ(model.baselineIndex(), 1) << "the earlier of the two";
@@ -63,33 +72,40 @@ TEST_F(Changes, TheFirstScanHasNothingToCompareWithAndTheSecondTellsWhatGrew) {
     EXPECT_TRUE(model.changes().empty());
 }
 
-TEST_F(Changes, AnotherRootStartsAfreshAndAScanNotSavedComparesWithTheNewest) {
-    model.scanCompleted(scanOfData(100 * MB), true);
+TEST_F(Changes, AnotherRootStartsAfreshAndAChangeIsComparedWithoutBeingKept) {
+    scan(scanOfData(100 * MB));
     settle();
-    model.scanCompleted(scanOfData(300 * MB, "/elsewhere"), true);
+    scan(scanOfData(300 * MB, "/elsewhere"));
     settle();
     EXPECT_EQ(model.rootPath(), "/elsewhere");
     EXPECT_EQ(model.snapshots().size(), 1u);
     EXPECT_FALSE(model.baseline());
     EXPECT_TRUE(model.changes().empty());
 
-    model.scanCompleted(scanOfData(160 * MB), false);
+    scan(scanOfData(160 * MB));
     settle();
-    EXPECT_EQ(model.snapshots().size(), 1u) << "nothing was saved";
+    EXPECT_EQ(model.snapshots().size(), 2u);
     ASSERT_TRUE(model.baseline());
     ASSERT_EQ(model.changes().size(), 1u);
     EXPECT_EQ(model.changes().front().newBytes, 160 * MB);
 
+    // The film goes to the Trash: the same baseline, compared with what is left.
+    tree.detach({"/data/Videos/trip.mov"});
+    settle();
+    EXPECT_EQ(model.snapshots().size(), 2u) << "a change keeps no snapshot";
+    ASSERT_EQ(model.changes().size(), 1u);
+    EXPECT_EQ(model.changes().front().kind, SnapshotChange::Kind::disappeared);
+
     model.saveNow();
     settle();
-    EXPECT_EQ(model.snapshots().size(), 2u);
+    EXPECT_EQ(model.snapshots().size(), 3u);
 }
 
 TEST_F(Changes, AnOvertakenScanLeavesNoTrace) {
-    model.scanCompleted(scanOfData(100 * MB), true);
+    scan(scanOfData(100 * MB));
     settle();
-    model.scanCompleted(scanOfData(500 * MB), true);
-    model.scanCompleted(scanOfData(100 * MB, "/elsewhere"), true);
+    scan(scanOfData(500 * MB));
+    scan(scanOfData(100 * MB, "/elsewhere"));
     settle();
     EXPECT_EQ(model.rootPath(), "/elsewhere");
     EXPECT_FALSE(model.baseline()) << "the /data comparison arrived late and was dropped";
@@ -98,7 +114,7 @@ TEST_F(Changes, AnOvertakenScanLeavesNoTrace) {
 }
 
 TEST_F(Changes, ABaselineThatCannotBeReadIsSaidInWords) {
-    model.scanCompleted(scanOfData(100 * MB), true);
+    scan(scanOfData(100 * MB));
     settle();
     QFile file(QString::fromStdString(model.snapshots().front().path));
     ASSERT_TRUE(file.open(QIODevice::ReadWrite));
@@ -108,7 +124,7 @@ TEST_F(Changes, ABaselineThatCannotBeReadIsSaidInWords) {
     file.write(text);
     file.close();
 
-    model.scanCompleted(scanOfData(200 * MB), true);
+    scan(scanOfData(200 * MB));
     settle();
     EXPECT_EQ(model.lastErrorText(),
               "That snapshot could not be read: Snapshot format 2 is newer than this build understands.");
@@ -125,11 +141,13 @@ TEST(ChangesEarlier, IsTheNewestOtherThanTheOneJustSaved) {
 class Summary : public testing::Test {
 protected:
     test::TempFolder folder;
-    ReportView report;
+    ScannedTree tree;
+    ReportView report{tree, [] { return QDateTime(QDate(2026, 3, 4), QTime(10, 30)); }};
     void SetUp() override {
-        report.scanCompleted(scanOfData(100 * MB, "/Volumes/Disk:2"),
-                             QDateTime(QDate(2026, 3, 4), QTime(10, 30)));
         QSignalSpy ready(&report, &ReportView::treeChanged);
+        ScanResult result;
+        result.root = scanOfData(100 * MB, "/Volumes/Disk:2");
+        tree.replace(std::move(result));
         ASSERT_TRUE(report.hasInventory() || ready.wait(5000));
     }
 };

@@ -334,7 +334,7 @@ Item {
             prominent: true
             symbol: "trash"
             text: room.duplicates.removeTitle
-            enabled: room.duplicates.tickedCount > 0 && !room.session.pathRemoval.isWorking
+            enabled: room.duplicates.tickedCount > 0 && !room.session.removal.isWorking
             onClicked: room.duplicates.removeTicked()
         }
     }
