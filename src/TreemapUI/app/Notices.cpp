@@ -54,7 +54,7 @@ AppNotification accessIncomplete(qint64 unreadable, std::function<void()> openSe
 AppNotification scanFinished(qint64 bytes, double seconds) {
     AppNotification notice;
     notice.kind = AppNotification::Kind::success;
-    notice.title = QStringLiteral("Scanned ") + QString::fromStdString(ByteFormat::string(bytes));
+    notice.title = QStringLiteral("Scanned ") + toQString(ByteFormat::string(bytes));
     notice.detail = QString::asprintf("in %.1f seconds", seconds);
     notice.duration = 6.0;
     notice.symbol = QStringLiteral("checkmark.circle.fill");
@@ -69,7 +69,7 @@ AppNotification removed(qint64 count, qint64 bytes, std::function<void()> undo) 
     AppNotification notice;
     notice.kind = AppNotification::Kind::success;
     notice.title = QStringLiteral("Moved %1 %2 to the Trash").arg(groupedCount(count), noun(count));
-    notice.detail = QString::fromStdString(ByteFormat::string(bytes)) + " in the Trash. Empty it to get the space back.";
+    notice.detail = toQString(ByteFormat::string(bytes)) + " in the Trash. Empty it to get the space back.";
     notice.actionTitle = QStringLiteral("Put Back");
     notice.action = std::move(undo);
     notice.duration = 12;

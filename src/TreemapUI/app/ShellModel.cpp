@@ -9,7 +9,7 @@ namespace tessel {
 
 ShellModel::ShellModel(QObject* parent) : QObject(parent) {}
 
-QString ShellModel::room() const { return QString::fromStdString(room_.id()); }
+QString ShellModel::room() const { return toQString(room_.id()); }
 
 void ShellModel::setRoom(const QString& id) {
     std::optional<AppShell::Room> room = AppShell::Room::fromId(id.toStdString());
@@ -18,7 +18,7 @@ void ShellModel::setRoom(const QString& id) {
     emit roomChanged();
 }
 
-QString ShellModel::roomTitle() const { return QString::fromStdString(AppShell::title(room_)); }
+QString ShellModel::roomTitle() const { return toQString(AppShell::title(room_)); }
 
 QString ShellModel::comingSentence() const { return toQString(AppShell::comingSentence(room_)); }
 
@@ -27,10 +27,10 @@ QVariantList ShellModel::sections() const {
     for (const AppShell::Section& section : AppShell::sections()) {
         QVariantList items;
         for (const AppShell::Item& item : section.items)
-            items.append(QVariantMap{{"room", QString::fromStdString(item.room.id())},
-                                     {"title", QString::fromStdString(item.title)},
-                                     {"symbol", QString::fromStdString(item.symbol)}});
-        list.append(QVariantMap{{"title", section.title ? QString::fromStdString(*section.title) : QString()},
+            items.append(QVariantMap{{"room", toQString(item.room.id())},
+                                     {"title", toQString(item.title)},
+                                     {"symbol", toQString(item.symbol)}});
+        list.append(QVariantMap{{"title", section.title ? toQString(*section.title) : QString()},
                                 {"items", items}});
     }
     return list;
@@ -39,14 +39,14 @@ QVariantList ShellModel::sections() const {
 QStringList ShellModel::roomIds() const {
     QStringList ids;
     for (const AppShell::Section& section : AppShell::sections())
-        for (const AppShell::Item& item : section.items) ids.append(QString::fromStdString(item.room.id()));
+        for (const AppShell::Item& item : section.items) ids.append(toQString(item.room.id()));
     return ids;
 }
 
 bool ShellModel::showRoom(const QString& name) {
     std::optional<AppShell::Room> room = AppShell::roomForRequest(name.toStdString());
     if (!room) return false;
-    setRoom(QString::fromStdString(room->id()));
+    setRoom(toQString(room->id()));
     emit raiseRequested();
     return true;
 }

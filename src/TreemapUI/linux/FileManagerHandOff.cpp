@@ -1,5 +1,7 @@
 #include "linux/FileManagerHandOff.h"
 
+#include "support/QtText.h"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDesktopServices>
@@ -34,7 +36,7 @@ void reveal(const QStringList& paths) {
 
 int gone(const QStringList& paths, const FileManager& files) {
     return static_cast<int>(std::count_if(paths.begin(), paths.end(),
-                                          [&](const QString& path) { return !files.exists(path.toStdString()); }));
+                                          [&](const QString& path) { return !files.exists(toBytes(path)); }));
 }
 
 } // namespace tessel::FileManagerHandOff

@@ -3,6 +3,7 @@
 #include <QtConcurrent/QtConcurrentRun>
 
 #include "DiskScanKit/CheckedSize.h"
+#include "support/QtText.h"
 
 namespace tessel {
 
@@ -20,13 +21,13 @@ ListRoomModel::~ListRoomModel() { relay_->detach(); }
 
 MapListOrder ListRoomModel::listOrder() const { return order_; }
 
-QString ListRoomModel::order() const { return QString::fromStdString(listOrder().rawValue()); }
+QString ListRoomModel::order() const { return toQString(listOrder().rawValue()); }
 
 void ListRoomModel::setOrder(const QString& raw) {
     std::optional<MapListOrder> chosen = MapListOrder::fromRawValue(raw.toStdString());
     if (!chosen || *chosen == order_) return;
     order_ = *chosen;
-    if (settings_ != nullptr && orderKey_ != nullptr) settings_->setValue(orderKey_, QString::fromStdString(chosen->rawValue()));
+    if (settings_ != nullptr && orderKey_ != nullptr) settings_->setValue(orderKey_, toQString(chosen->rawValue()));
     rows_->sort(*chosen);
     emit orderChanged();
 }

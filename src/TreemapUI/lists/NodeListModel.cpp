@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "support/QtText.h"
+
 namespace tessel {
 
 NodeListModel::Row NodeListModel::rowFor(FileNode* node) {
@@ -38,15 +40,15 @@ QVariant NodeListModel::data(const QModelIndex& index, int role) const {
     const Row& row = rows_[static_cast<std::size_t>(index.row())];
     switch (role) {
     case Qt::DisplayRole:
-    case NameRole: return QString::fromStdString(row.item.name);
-    case IdRole: return QString::fromStdString(row.item.id);
-    case FolderRole: return QString::fromStdString(row.folder);
-    case KindRole: return QString::fromStdString(kindTitle(row.item));
+    case NameRole: return toQString(row.item.name);
+    case IdRole: return toQString(row.item.id);
+    case FolderRole: return toQString(row.folder);
+    case KindRole: return toQString(kindTitle(row.item));
     case BytesRole: return static_cast<qint64>(row.item.bytes);
     case ShareRole: return total_ > 0 ? static_cast<double>(row.item.bytes) / static_cast<double>(total_) : 0.0;
-    case SymbolRole: return QString::fromStdString(symbol(row.item));
+    case SymbolRole: return toQString(symbol(row.item));
     case DirectoryRole: return row.item.isNavigable();
-    case NoteRole: return QString::fromStdString(row.note);
+    case NoteRole: return toQString(row.note);
     case RebuildsRole: return row.rebuildsItself;
     default: return {};
     }

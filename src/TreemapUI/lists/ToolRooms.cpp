@@ -10,6 +10,7 @@
 
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/HiddenItems.h"
+#include "support/QtText.h"
 
 namespace tessel {
 
@@ -166,7 +167,7 @@ QString SearchModel::summary() const {
     if (matched == 0) return text_.trimmed().isEmpty() ? QString() : QStringLiteral("Nothing matches.");
     QString line = QStringLiteral("%1 %2, %3 in all.")
                        .arg(locale.toString(matched), matched == 1 ? "match" : "matches",
-                            QString::fromStdString(ByteFormat::string(totalBytes())));
+                            toQString(ByteFormat::string(totalBytes())));
     if (truncated()) {
         const char* which = sortBy_ == "name" ? "first by name" : sortBy_ == "smallest" ? "smallest" : "largest";
         line += QStringLiteral(" Showing the %1 %2.").arg(locale.toString(rows()->rowCount()), which);

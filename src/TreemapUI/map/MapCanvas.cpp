@@ -14,6 +14,7 @@
 #include "DiskScanKit/ByteFormat.h"
 #include "app/IconProvider.h"
 #include "map/MapList.h"
+#include "support/QtText.h"
 
 namespace tessel {
 
@@ -220,10 +221,10 @@ void MapCanvas::paintCards(QPainter* painter) {
             painter->drawRoundedRect(box.adjusted(2.5, 2.5, -2.5, -2.5), level.radius - 2, level.radius - 2);
         }
 
-        const QString name = QString::fromStdString(card.item.name);
-        const QString size = QString::fromStdString(ByteFormat::string(card.item.bytes));
+        const QString name = toQString(card.item.name);
+        const QString size = toQString(ByteFormat::string(card.item.bytes));
         const QString share = shareText(card.item.bytes, total);
-        const QString symbol = QString::fromStdString(tessel::symbol(card.item));
+        const QString symbol = toQString(tessel::symbol(card.item));
         const double pad = level.padding;
         font.setPixelSize(static_cast<int>(std::lround(level.titleFont + 1)));
         font.setWeight(QFont::DemiBold);
@@ -334,8 +335,8 @@ void MapCanvas::paintTiles(QPainter* painter) {
         if (tile.label.kind == TreemapTile::Label::Kind::none) continue;
         const QColor ink = qcolor(tile.labelColor);
         painter->setPen(ink);
-        const QString name = QString::fromStdString(tile.name);
-        const QString size = QString::fromStdString(ByteFormat::string(tile.bytes));
+        const QString name = toQString(tile.name);
+        const QString size = toQString(ByteFormat::string(tile.bytes));
         const QRectF band = qrect(tile.label.rect);
         if (tile.label.kind == TreemapTile::Label::Kind::header) {
             const double sizeWidth = std::min(metrics.horizontalAdvance(size) + 6, band.width() * 0.4);
@@ -379,10 +380,10 @@ void MapCanvas::setHover(const std::optional<MapItem>& item, QPointF point) {
     hoveredId_ = id;
     hoveredNode_ = item ? item->node : nullptr;
     if (item) {
-        hoverName_ = QString::fromStdString(item->name);
+        hoverName_ = toQString(item->name);
         const std::int64_t total = model_ ? model_->placeBytes() : 0;
         const QString share = shareText(item->bytes, total);
-        hoverDetail_ = QString::fromStdString(ByteFormat::string(item->bytes)) +
+        hoverDetail_ = toQString(ByteFormat::string(item->bytes)) +
                        (share.isEmpty() ? QString() : ", " + share + " of " + model_->placeTitle());
     } else {
         hoverName_.clear();

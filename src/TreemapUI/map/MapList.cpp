@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+#include "support/QtText.h"
+
 namespace tessel {
 
 namespace {
@@ -26,7 +28,7 @@ QCollator& naturalOrder() {
 }
 
 int compareNames(const MapItem& a, const MapItem& b) {
-    return naturalOrder().compare(QString::fromStdString(a.name), QString::fromStdString(b.name));
+    return naturalOrder().compare(toQString(a.name), toQString(b.name));
 }
 
 } // namespace

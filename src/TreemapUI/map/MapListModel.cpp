@@ -1,5 +1,6 @@
 #include "map/MapListModel.h"
 
+#include "support/QtText.h"
 
 namespace tessel {
 
@@ -63,15 +64,15 @@ QVariant MapListModel::data(const QModelIndex& index, int role) const {
     const MapItem& item = entry.row->item();
     switch (role) {
     case Qt::DisplayRole:
-    case NameRole: return QString::fromStdString(item.name);
-    case IdRole: return QString::fromStdString(item.id);
+    case NameRole: return toQString(item.name);
+    case IdRole: return toQString(item.id);
     case BytesRole: return static_cast<qint64>(item.bytes);
     case ShareRole: return entry.row->share();
-    case KindRole: return QString::fromStdString(kindTitle(item));
+    case KindRole: return toQString(kindTitle(item));
     case DepthRole: return entry.depth;
     case ExpandableRole: return entry.row->hasChildren();
     case ExpandedRole: return entry.expanded;
-    case SymbolRole: return QString::fromStdString(symbol(item));
+    case SymbolRole: return toQString(symbol(item));
     case NavigableRole: return item.isNavigable();
     default: return {};
     }

@@ -25,11 +25,11 @@ constexpr std::pair<SpaceMapModel::Lens, std::string_view> lensKeys[]{
 };
 
 QVariantMap row(const MapItem& item, std::int64_t total, bool chosen) {
-    return {{"itemId", QString::fromStdString(item.id)},
-            {"name", QString::fromStdString(item.name)},
+    return {{"itemId", toQString(item.id)},
+            {"name", toQString(item.name)},
             {"bytes", static_cast<qint64>(item.bytes)},
             {"share", total > 0 ? static_cast<double>(item.bytes) / static_cast<double>(total) : 0.0},
-            {"symbol", QString::fromStdString(symbol(item))},
+            {"symbol", toQString(symbol(item))},
             {"navigable", item.isNavigable()},
             {"chosen", chosen}};
 }
@@ -156,7 +156,7 @@ void SpaceMapModel::clearSelection() {
 }
 
 std::optional<MapItem> SpaceMapModel::find(const QString& itemId) const {
-    const std::string id = itemId.toStdString();
+    const std::string id = toBytes(itemId);
     if (const MapItem* item = findIn(items_, id)) return *item;
     // Items shown inside open cards, in the columns or the list, one level or two down.
     for (const MapItem& item : items_)
@@ -315,16 +315,16 @@ QVariantList SpaceMapModel::path() const {
         const std::string name = chain[i]->parent() == nullptr && !chain[i]->name().empty()
                                      ? std::string(Paths::lastComponent(chain[i]->name()))
                                      : MapItem::displayName(*chain[i]);
-        list.append(QVariantMap{{"name", QString::fromStdString(name)}, {"index", static_cast<int>(i)}});
+        list.append(QVariantMap{{"name", toQString(name)}, {"index", static_cast<int>(i)}});
     }
-    if (place_->group) list.append(QVariantMap{{"name", QString::fromStdString(place_->group->name)}, {"index", -1}});
+    if (place_->group) list.append(QVariantMap{{"name", toQString(place_->group->name)}, {"index", -1}});
     return list;
 }
 
 QString SpaceMapModel::placeTitle() const {
     if (!place_) return {};
-    if (place_->group) return QString::fromStdString(place_->group->name);
-    return QString::fromStdString(MapItem::displayName(*place_->focus));
+    if (place_->group) return toQString(place_->group->name);
+    return toQString(MapItem::displayName(*place_->focus));
 }
 
 qint64 SpaceMapModel::placeBytes() const {
@@ -333,7 +333,7 @@ qint64 SpaceMapModel::placeBytes() const {
 }
 
 QString SpaceMapModel::selectionName() const {
-    return selection_ ? QString::fromStdString(selection_->name) : QString();
+    return selection_ ? toQString(selection_->name) : QString();
 }
 
 qint64 SpaceMapModel::selectionBytes() const { return selection_ ? selection_->bytes : 0; }
@@ -346,14 +346,14 @@ qint64 SpaceMapModel::chosenBytes() const {
 
 QStringList SpaceMapModel::chosenIds() const {
     QStringList ids;
-    for (const MapItem& item : chosen_) ids.append(QString::fromStdString(item.id));
+    for (const MapItem& item : chosen_) ids.append(toQString(item.id));
     return ids;
 }
 
 void SpaceMapModel::selectInColumn(int column, const QString& itemId) {
     if (column < 0 || column >= static_cast<int>(columnFolders_.size())) return;
     const std::vector<MapItem> items = MapItem::contents(columnFolders_[static_cast<std::size_t>(column)]);
-    const MapItem* item = findIn(items, itemId.toStdString());
+    const MapItem* item = findIn(items, toBytes(itemId));
     if (item == nullptr) return;
     columnFolders_.resize(static_cast<std::size_t>(column) + 1);
     columnChoices_.resize(static_cast<std::size_t>(column) + 1);
@@ -382,8 +382,8 @@ QVariantList SpaceMapModel::columns() const {
         FileNode* folder = columnFolders_[i];
         QVariantList rows;
         for (const MapRow& mapRow : MapRow::rows(MapItem::contents(folder), order(), folder->totalBytes()))
-            rows.append(row(mapRow.item(), folder->totalBytes(), columnChoices_[i] == QString::fromStdString(mapRow.item().id)));
-        list.append(QVariantMap{{"title", QString::fromStdString(MapItem::displayName(*folder))},
+            rows.append(row(mapRow.item(), folder->totalBytes(), columnChoices_[i] == toQString(mapRow.item().id)));
+        list.append(QVariantMap{{"title", toQString(MapItem::displayName(*folder))},
                                 {"bytes", static_cast<qint64>(folder->totalBytes())},
                                 {"rows", rows}});
     }
@@ -397,7 +397,7 @@ void SpaceMapModel::setStyle(const QString& style) {
     emit styleChanged();
 }
 
-QString SpaceMapModel::listOrder() const { return QString::fromStdString(order().rawValue()); }
+QString SpaceMapModel::listOrder() const { return toQString(order().rawValue()); }
 
 MapListOrder SpaceMapModel::order() const {
     const QString stored = settings_ != nullptr ? settings_->value(listOrderKey).toString() : QString();
@@ -407,7 +407,7 @@ MapListOrder SpaceMapModel::order() const {
 void SpaceMapModel::setListOrder(const QString& raw) {
     std::optional<MapListOrder> chosen = MapListOrder::fromRawValue(raw.toStdString());
     if (!chosen || *chosen == order() || settings_ == nullptr) return;
-    settings_->setValue(listOrderKey, QString::fromStdString(chosen->rawValue()));
+    settings_->setValue(listOrderKey, toQString(chosen->rawValue()));
     list_->reset(items_, placeBytes(), *chosen);
     emit listOrderChanged();
     emit columnsChanged();

@@ -71,7 +71,7 @@ void OverviewModel::refreshSummary() {
             const QLocale locale;
             line = QStringLiteral("Last scan: %1, %2. %3 in %4 files and %5 folders.")
                        .arg(summary->label, summary->when(QDateTime::currentDateTime(), locale),
-                            QString::fromStdString(ByteFormat::string(summary->bytes)),
+                            toQString(ByteFormat::string(summary->bytes)),
                             locale.toString(static_cast<qlonglong>(summary->files)),
                             locale.toString(static_cast<qlonglong>(summary->folders)));
         }
@@ -82,7 +82,7 @@ void OverviewModel::refreshSummary() {
 }
 
 QString OverviewModel::volumeName() const {
-    return volume_ ? QString::fromStdString(volume_->name) : QString();
+    return volume_ ? toQString(volume_->name) : QString();
 }
 
 QVariantList OverviewModel::parts() const {
@@ -91,7 +91,7 @@ QVariantList OverviewModel::parts() const {
     for (const StorageBreakdown::Part& part : breakdown_->parts)
         list.append(QVariantMap{
             {"key", toQString(StorageBreakdown::key(part.category))},
-            {"title", QString::fromStdString(part.title)},
+            {"title", toQString(part.title)},
             {"description", toQString(StorageBreakdown::description(part.category))},
             {"bytes", static_cast<qint64>(part.bytes)},
         });
@@ -119,10 +119,10 @@ QVariantList OverviewModel::tools() const {
                 if (item.room == room) symbol = item.symbol;
         list.append(QVariantMap{
             {"key", toQString(ToolsView::key(tool))},
-            {"title", QString::fromStdString(AppShell::title({AppShell::Room::Kind::tool, tool}))},
+            {"title", toQString(AppShell::title({AppShell::Room::Kind::tool, tool}))},
             {"line", toQString(*line)},
-            {"symbol", QString::fromStdString(symbol)},
-            {"room", QString::fromStdString(room.id())},
+            {"symbol", toQString(symbol)},
+            {"room", toQString(room.id())},
         });
     }
     return list;

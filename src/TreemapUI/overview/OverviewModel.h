@@ -20,6 +20,7 @@
 #include "scan/ScannedTree.h"
 #include "support/MainThreadRelay.h"
 #include "SystemStatsKit/VolumeCapacity.h"
+#include "support/QtText.h"
 
 namespace tessel {
 
@@ -62,13 +63,13 @@ public:
     qint64 volumeAvailable() const { return volume_ ? volume_->available : 0; }
     QVariantList parts() const;
     // The startup disk, which the sidebar and the health word speak of.
-    QString diskName() const { return startupDisk_ ? QString::fromStdString(startupDisk_->name) : QString(); }
+    QString diskName() const { return startupDisk_ ? toQString(startupDisk_->name) : QString(); }
     qint64 diskTotal() const { return startupDisk_ ? startupDisk_->total : 0; }
     qint64 diskAvailable() const { return startupDisk_ ? startupDisk_->available : 0; }
     qint64 scanned() const { return breakdown_ ? breakdown_->scanned : 0; }
     QString healthLevel() const;
-    QString healthWord() const { return QString::fromStdString(health_.word); }
-    QString healthReason() const { return QString::fromStdString(health_.reason.value_or(std::string())); }
+    QString healthWord() const { return toQString(health_.word); }
+    QString healthReason() const { return toQString(health_.reason.value_or(std::string())); }
     QString summaryLine() const { return summaryLine_; }
     QVariantList tools() const;
     bool working() const { return working_; }

@@ -1,5 +1,7 @@
 #include "scan/ScanCoordinator.h"
 
+#include "support/QtText.h"
+
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -98,7 +100,7 @@ void ScanCoordinator::start() {
     expectedBytes_.reset();
     if (environment_.settings != nullptr)
         if (std::optional<ScanSummary> last = ScanSummary::load(*environment_.settings);
-            last && last->path.toStdString() == path)
+            last && toBytes(last->path) == path)
             expectedBytes_ = last->bytes;
 
     if (current_) current_->cancel();
@@ -160,7 +162,7 @@ std::optional<ScanResult> ScanCoordinator::takeCompleted() {
 }
 
 void ScanCoordinator::scan(const QString& path) {
-    setSource(Paths::absolute(path.toStdString()));
+    setSource(Paths::absolute(toBytes(path)));
     start();
 }
 
@@ -218,15 +220,15 @@ QString ScanCoordinator::phaseName() const {
 }
 
 QString ScanCoordinator::sourceLabel() const {
-    if (source_ == "/") return QString::fromStdString(startupDiskName());
-    return QString::fromStdString(std::string(Paths::lastComponent(source_)));
+    if (source_ == "/") return toQString(startupDiskName());
+    return toQString(std::string(Paths::lastComponent(source_)));
 }
 
 QVariantList ScanCoordinator::volumeList() const {
     QVariantList list;
     for (const Volume& volume : volumes_)
-        list.append(QVariantMap{{"path", QString::fromStdString(volume.path)},
-                                {"name", QString::fromStdString(volume.name)},
+        list.append(QVariantMap{{"path", toQString(volume.path)},
+                                {"name", toQString(volume.name)},
                                 {"isRoot", volume.isRoot}});
     return list;
 }
@@ -235,7 +237,7 @@ QStringList ScanCoordinator::suggestedFolders() const {
     QStringList folders;
     for (const char* name : {"/Library", "/Downloads", "/Applications"}) {
         std::string path = environment_.home + name;
-        if (isFolder(path)) folders.append(QString::fromStdString(path));
+        if (isFolder(path)) folders.append(toQString(path));
     }
     return folders;
 }
@@ -262,7 +264,7 @@ qint64 ScanCoordinator::progressBytes() const {
 
 QString ScanCoordinator::failure() const {
     const Failed* failed = std::get_if<Failed>(&phase_);
-    return failed != nullptr ? QString::fromStdString(failed->message) : QString();
+    return failed != nullptr ? toQString(failed->message) : QString();
 }
 
 qint64 ScanCoordinator::resultBytes() const { return result() != nullptr ? result()->bytes : 0; }

@@ -23,6 +23,7 @@
 #include "DiskScanKit/FullDiskAccess.h"
 #include "support/MainThreadRelay.h"
 #include "scan/ScanCancellation.h"
+#include "support/QtText.h"
 
 namespace tessel {
 
@@ -112,11 +113,11 @@ public:
 
     QString phaseName() const;
     bool isScanning() const { return std::holds_alternative<Scanning>(phase_); }
-    QString source() const { return QString::fromStdString(source_); }
+    QString source() const { return toQString(source_); }
     QString sourceLabel() const;
     QVariantList volumeList() const;
     QStringList suggestedFolders() const;
-    QString homeFolder() const { return QString::fromStdString(environment_.home); }
+    QString homeFolder() const { return toQString(environment_.home); }
     QVariant fractionValue() const;
     qint64 progressFolders() const;
     qint64 progressFiles() const;

@@ -6,6 +6,7 @@
 #include <QTimeZone>
 
 #include "app/SettingsKeys.h"
+#include "support/QtText.h"
 
 namespace tessel {
 
@@ -21,7 +22,7 @@ const QDateTime& referenceDate() {
 
 QByteArray ScanSummary::encoded() const {
     QJsonObject partsObject;
-    for (const auto& [key, value] : parts) partsObject.insert(QString::fromStdString(key), static_cast<double>(value));
+    for (const auto& [key, value] : parts) partsObject.insert(toQString(key), static_cast<double>(value));
     QJsonObject object{
         {"date", static_cast<double>(referenceDate().msecsTo(date)) / 1000.0},
         {"path", path},
