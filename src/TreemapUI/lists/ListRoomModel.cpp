@@ -21,6 +21,16 @@ ListRoomModel::~ListRoomModel() { relay_->detach(); }
 
 MapListOrder ListRoomModel::listOrder() const { return order_; }
 
+ListRoomModel::Answer ListRoomModel::answerFrom(const SearchResults& results) {
+    Answer answer;
+    answer.rows.reserve(results.matches.size());
+    for (FileNode* node : results.matches) answer.rows.push_back(NodeListModel::rowFor(node));
+    answer.totalMatched = results.totalMatched;
+    answer.totalBytes = results.totalBytes;
+    answer.truncated = results.truncated;
+    return answer;
+}
+
 QString ListRoomModel::order() const { return toQString(listOrder().rawValue()); }
 
 void ListRoomModel::setOrder(const QString& raw) {

@@ -11,6 +11,7 @@
 #include <functional>
 #include <memory>
 
+#include "DiskScanKit/FileSearch.h"
 #include "lists/NodeListModel.h"
 #include "scan/ScannedTree.h"
 #include "support/MainThreadRelay.h"
@@ -40,6 +41,9 @@ public:
     };
     using Work = std::function<Answer(FileNode& root)>;
     static constexpr int mostRows = 500;
+    static constexpr MapListOrder largestFirst{MapListOrder::Key::size, false};
+    // The rows of what a search of the tree found.
+    static Answer answerFrom(const SearchResults& results);
 
     // `orderKey` may be null: the order is then kept for the session only.
     ListRoomModel(ScannedTree& tree, QSettings* settings, const char* orderKey, MapListOrder byDefault,

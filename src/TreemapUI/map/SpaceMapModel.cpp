@@ -1,5 +1,7 @@
 #include "map/SpaceMapModel.h"
 
+#include "app/SettingsKeys.h"
+
 #include <QtConcurrent/QtConcurrentRun>
 
 
@@ -15,7 +17,6 @@ namespace tessel {
 
 namespace {
 
-constexpr const char* listOrderKey = "tessel.map.listOrder";
 
 constexpr std::pair<SpaceMapModel::Lens, std::string_view> lensKeys[]{
     {SpaceMapModel::Lens::all, "all"},
@@ -400,14 +401,14 @@ void SpaceMapModel::setStyle(const QString& style) {
 QString SpaceMapModel::listOrder() const { return toQString(order().rawValue()); }
 
 MapListOrder SpaceMapModel::order() const {
-    const QString stored = settings_ != nullptr ? settings_->value(listOrderKey).toString() : QString();
+    const QString stored = settings_ != nullptr ? settings_->value(SettingsKey::mapListOrder).toString() : QString();
     return MapListOrder::fromRawValue(stored.toStdString()).value_or(MapListOrder{});
 }
 
 void SpaceMapModel::setListOrder(const QString& raw) {
     std::optional<MapListOrder> chosen = MapListOrder::fromRawValue(raw.toStdString());
     if (!chosen || *chosen == order() || settings_ == nullptr) return;
-    settings_->setValue(listOrderKey, toQString(chosen->rawValue()));
+    settings_->setValue(SettingsKey::mapListOrder, toQString(chosen->rawValue()));
     list_->reset(items_, placeBytes(), *chosen);
     emit listOrderChanged();
     emit columnsChanged();

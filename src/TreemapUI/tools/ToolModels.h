@@ -13,7 +13,9 @@
 #include "DiskScanKit/FileNode.h"
 #include "tools/duplicates/DuplicatesModel.h"
 #include "tools/report/ReportView.h"
-#include "lists/ToolRooms.h"
+#include "lists/LargeFilesModel.h"
+#include "lists/SearchModel.h"
+#include "tools/hidden/HiddenFilesModel.h"
 
 namespace tessel {
 

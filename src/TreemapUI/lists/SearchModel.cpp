@@ -1,4 +1,4 @@
-#include "lists/ToolRooms.h"
+#include "lists/SearchModel.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -8,59 +8,17 @@
 
 #include <cmath>
 
+#include "app/SettingsKeys.h"
 #include "DiskScanKit/ByteFormat.h"
-#include "DiskScanKit/HiddenItems.h"
 #include "support/QtText.h"
 
 namespace tessel {
 
 namespace {
 
-constexpr const char* largeFilesOrderKey = "tessel.sort.largeFiles";
-constexpr const char* hiddenFilesOrderKey = "tessel.sort.hiddenFiles";
-constexpr const char* recentKey = "tessel.search.recent";
-constexpr const char* savedKey = "tessel.search.saved";
 constexpr int typingPauseMilliseconds = 250;
 
-const MapListOrder largestFirst{MapListOrder::Key::size, false};
-
-ListRoomModel::Answer answerFrom(const SearchResults& results) {
-    ListRoomModel::Answer answer;
-    answer.rows.reserve(results.matches.size());
-    for (FileNode* node : results.matches) answer.rows.push_back(NodeListModel::rowFor(node));
-    answer.totalMatched = results.totalMatched;
-    answer.totalBytes = results.totalBytes;
-    answer.truncated = results.truncated;
-    return answer;
-}
-
 } // namespace
-
-LargeFilesModel::LargeFilesModel(ScannedTree& tree, QSettings* settings, QObject* parent)
-    : ListRoomModel(tree, settings, largeFilesOrderKey, largestFirst, parent) {}
-
-void LargeFilesModel::fill() {
-    refresh([](FileNode& tree) {
-        FileQuery query;
-        query.kind = FileQuery::Kind::filesOnly;
-        return answerFrom(FileSearch::run(query, tree, mostRows));
-    });
-}
-
-HiddenFilesModel::HiddenFilesModel(ScannedTree& tree, QSettings* settings, QObject* parent)
-    : ListRoomModel(tree, settings, hiddenFilesOrderKey, largestFirst, parent) {}
-
-void HiddenFilesModel::fill() {
-    refresh([](FileNode& tree) {
-        ListRoomModel::Answer answer = answerFrom(HiddenItems::results(tree, mostRows));
-        for (NodeListModel::Row& row : answer.rows)
-            if (std::optional<HiddenItemNote> note = HiddenItems::explanation(row.item.name)) {
-                row.note = note->summary;
-                row.rebuildsItself = note->rebuildsItself;
-            }
-        return answer;
-    });
-}
 
 std::optional<std::int64_t> parseByteCount(const QString& text) {
     static const QRegularExpression form(QStringLiteral(R"(^\s*(\d+(?:[.,]\d+)?)\s*([kmgtp]?)b?(?:ytes?)?\s*$)"),
@@ -157,7 +115,7 @@ void SearchModel::run() {
     std::optional<FileQuery> chosen = query();
     if (!chosen) return;
     if (!chosen->text.empty()) remember(text_.trimmed());
-    refresh([query = *chosen](FileNode& tree) { return answerFrom(FileSearch::run(query, tree, mostRows)); });
+    refresh([query = *chosen](FileNode& tree) { return ListRoomModel::answerFrom(FileSearch::run(query, tree, mostRows)); });
 }
 
 QString SearchModel::summary() const {
@@ -176,7 +134,7 @@ QString SearchModel::summary() const {
 }
 
 QStringList SearchModel::recent() const {
-    return settings_ != nullptr ? settings_->value(recentKey).toStringList() : QStringList();
+    return settings_ != nullptr ? settings_->value(SettingsKey::searchRecent).toStringList() : QStringList();
 }
 
 void SearchModel::remember(const QString& text) {
@@ -186,7 +144,7 @@ void SearchModel::remember(const QString& text) {
     list.prepend(text);
     while (list.size() > mostRecent) list.removeLast();
     if (list == recent()) return;
-    settings_->setValue(recentKey, list);
+    settings_->setValue(SettingsKey::searchRecent, list);
     emit historyChanged();
 }
 
@@ -198,7 +156,7 @@ void SearchModel::applyRecent(const QString& text) {
 QVariantList SearchModel::saved() const {
     QVariantList list;
     if (settings_ == nullptr) return list;
-    const QJsonDocument document = QJsonDocument::fromJson(settings_->value(savedKey).toByteArray());
+    const QJsonDocument document = QJsonDocument::fromJson(settings_->value(SettingsKey::searchSaved).toByteArray());
     for (const QJsonValue& value : document.array()) {
         const QJsonObject object = value.toObject();
         if (!object.value("name").isString()) continue;
@@ -215,7 +173,7 @@ void SearchModel::save(const QString& name) {
         if (entry.toMap().value("name").toString() != title) kept.append(QJsonObject::fromVariantMap(entry.toMap()));
     kept.append(QJsonObject{{"name", title}, {"text", text_}, {"minimum", minimum_}, {"maximum", maximum_},
                             {"kind", kind_}, {"sort", sortBy_}});
-    settings_->setValue(savedKey, QString::fromUtf8(QJsonDocument(kept).toJson(QJsonDocument::Compact)));
+    settings_->setValue(SettingsKey::searchSaved, QString::fromUtf8(QJsonDocument(kept).toJson(QJsonDocument::Compact)));
     emit historyChanged();
 }
 
@@ -238,7 +196,7 @@ void SearchModel::forgetSaved(int index) {
     list.removeAt(index);
     QJsonArray kept;
     for (const QVariant& entry : list) kept.append(QJsonObject::fromVariantMap(entry.toMap()));
-    settings_->setValue(savedKey, QString::fromUtf8(QJsonDocument(kept).toJson(QJsonDocument::Compact)));
+    settings_->setValue(SettingsKey::searchSaved, QString::fromUtf8(QJsonDocument(kept).toJson(QJsonDocument::Compact)));
     emit historyChanged();
 }
 

@@ -6,7 +6,9 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include "lists/ToolRooms.h"
+#include "lists/LargeFilesModel.h"
+#include "lists/SearchModel.h"
+#include "tools/hidden/HiddenFilesModel.h"
 #include "scan/ScannedTree.h"
 #include "TreeBuilder.h"
 

@@ -1,6 +1,7 @@
 #pragma once
-// The rooms that list parts of the tree: the largest files, a search by name
-// and size, and the hidden items with what each one is.
+// The Search room: files and folders of the scanned tree by name and size,
+// searched as the user types, with the recent and saved searches.
+
 
 #include <QStringList>
 #include <QTimer>
@@ -12,28 +13,6 @@
 #include "lists/ListRoomModel.h"
 
 namespace tessel {
-
-class LargeFilesModel : public ListRoomModel {
-    Q_OBJECT
-    QML_ELEMENT
-    QML_UNCREATABLE("The session owns the large files")
-public:
-    LargeFilesModel(ScannedTree& tree, QSettings* settings, QObject* parent = nullptr);
-
-protected:
-    void fill() override;
-};
-
-class HiddenFilesModel : public ListRoomModel {
-    Q_OBJECT
-    QML_ELEMENT
-    QML_UNCREATABLE("The tools own the hidden files")
-public:
-    HiddenFilesModel(ScannedTree& tree, QSettings* settings, QObject* parent = nullptr);
-
-protected:
-    void fill() override;
-};
 
 // "12 MB", "1.5 GB", "500k", "2000": decimal units, as sizes are shown. None when unreadable.
 std::optional<std::int64_t> parseByteCount(const QString& text);
