@@ -109,8 +109,8 @@ bool waitForDuplicates(TesselApp& app) {
     QElapsedTimer clock;
     clock.start();
     do QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    while (app.session().tools()->duplicates()->state() == "working" && clock.elapsed() < 20000);
-    return app.session().tools()->duplicates()->state() != "working";
+    while (app.session().tools()->duplicates()->state() == DuplicatesModel::State::Working && clock.elapsed() < 20000);
+    return app.session().tools()->duplicates()->state() != DuplicatesModel::State::Working;
 }
 
 void waitForRemoval(TesselApp& app) {
@@ -139,8 +139,8 @@ bool waitForScan(TesselApp& app, int seconds) {
     QElapsedTimer clock;
     clock.start();
     while (clock.elapsed() < seconds * 1000) {
-        const QString phase = app.session().scan()->phaseName();
-        if (phase == "ready" || phase == "failed") return true;
+        const ScanCoordinator::Stage stage = app.session().scan()->stage();
+        if (stage == ScanCoordinator::Stage::Ready || stage == ScanCoordinator::Stage::Failed) return true;
         QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
     }
     return false;
@@ -200,7 +200,7 @@ int selfTest(TesselApp& app) {
     app.session().scan()->scan(QDir::tempPath() + "/tessel-self-test-missing-folder");
     waitForScan(app, 10);
     settle(150);
-    if (app.session().scan()->phaseName() != "failed") {
+    if (app.session().scan()->stage() != ScanCoordinator::Stage::Failed) {
         std::fprintf(stderr, "tessel-app: a missing folder did not fail the scan\n");
         return 1;
     }

@@ -96,7 +96,8 @@ void AppSession::launch() {
 }
 
 void AppSession::startWork() {
-    if (scan_.phaseName() != "idle" && scan_.phaseName() != "needsAccess") return; // a scan already stands
+    // A scan already stands.
+    if (scan_.stage() != ScanCoordinator::Stage::Idle && scan_.stage() != ScanCoordinator::Stage::NeedsAccess) return;
     if (permissions_.scanWaits()) return;
     scan_.begin();
 }

@@ -109,7 +109,7 @@ ApplicationWindow {
             width: parent.width
             sourceComponent: {
                 if (window.session.permissions.asking) return accessView
-                if (window.session.scan.phase === "failed") return failureView
+                if (window.session.scan.stage === ScanCoordinator.Failed) return failureView
                 if (window.shell.room === "overview") return overviewRoom
                 if (window.shell.room === "map") return mapRoom
                 if (window.shell.room === "large") return largeFilesRoom

@@ -206,15 +206,15 @@ std::string ScanCoordinator::startupDiskName() const {
     return VolumeSampler::unnamedVolume();
 }
 
-QString ScanCoordinator::phaseName() const {
+ScanCoordinator::Stage ScanCoordinator::stage() const {
     return std::visit(
-        [](const auto& phase) -> QString {
+        [](const auto& phase) {
             using T = std::decay_t<decltype(phase)>;
-            if constexpr (std::is_same_v<T, Idle>) return "idle";
-            else if constexpr (std::is_same_v<T, Scanning>) return "scanning";
-            else if constexpr (std::is_same_v<T, Ready>) return "ready";
-            else if constexpr (std::is_same_v<T, Failed>) return "failed";
-            else return "needsAccess";
+            if constexpr (std::is_same_v<T, Idle>) return Stage::Idle;
+            else if constexpr (std::is_same_v<T, Scanning>) return Stage::Scanning;
+            else if constexpr (std::is_same_v<T, Ready>) return Stage::Ready;
+            else if constexpr (std::is_same_v<T, Failed>) return Stage::Failed;
+            else return Stage::NeedsAccess;
         },
         phase_);
 }

@@ -31,7 +31,7 @@ class ScanCoordinator : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("The session owns the scan")
-    Q_PROPERTY(QString phase READ phaseName NOTIFY phaseChanged)
+    Q_PROPERTY(tessel::ScanCoordinator::Stage stage READ stage NOTIFY phaseChanged)
     Q_PROPERTY(bool isScanning READ isScanning NOTIFY phaseChanged)
     Q_PROPERTY(QString source READ source NOTIFY sourceChanged)
     Q_PROPERTY(QString sourceLabel READ sourceLabel NOTIFY sourceChanged)
@@ -51,6 +51,10 @@ class ScanCoordinator : public QObject {
     Q_PROPERTY(QString completedScanID READ completedScanIDText NOTIFY completedScanIDChanged)
 
 public:
+    // Which phase stands, for views and for tests; the phase itself carries its payload.
+    enum class Stage { Idle, Scanning, Ready, Failed, NeedsAccess };
+    Q_ENUM(Stage)
+
     struct Idle {};
     struct NeedsAccess {};
     struct Scanning {
@@ -111,7 +115,7 @@ public:
     const std::vector<Volume>& volumes() const { return volumes_; }
     std::string startupDiskName() const;
 
-    QString phaseName() const;
+    Stage stage() const;
     bool isScanning() const { return std::holds_alternative<Scanning>(phase_); }
     QString source() const { return toQString(source_); }
     QString sourceLabel() const;

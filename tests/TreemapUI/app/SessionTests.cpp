@@ -109,7 +109,7 @@ TEST_F(ScanRoad, ASecondScanWinsEvenWhenTheFirstFinishesLast) {
     ASSERT_TRUE(waitUntil([&] { return fake.state->calls == 2; }));
 
     fake.release("/second");
-    ASSERT_TRUE(waitUntil([&] { return coordinator.phaseName() == "ready"; }));
+    ASSERT_TRUE(waitUntil([&] { return coordinator.stage() == ScanCoordinator::Stage::Ready; }));
     fake.release("/first");
     QTest::qWait(150); // the old run's completion arrives, and must change nothing
     EXPECT_EQ(completed.count(), 1);
@@ -128,7 +128,7 @@ TEST_F(ScanRoad, FractionNeedsAnEarlierScanOfThatPathAndStopsShortOfTheEnd) {
     ASSERT_TRUE(waitUntil([&] { return first.progressBytes() == 5000; }));
     EXPECT_FALSE(first.fraction()) << "no earlier scan to compare with";
     fake.release("/disk");
-    ASSERT_TRUE(waitUntil([&] { return first.phaseName() == "ready"; }));
+    ASSERT_TRUE(waitUntil([&] { return first.stage() == ScanCoordinator::Stage::Ready; }));
 
     ScanSummary summary;
     summary.path = "/disk";
@@ -142,7 +142,7 @@ TEST_F(ScanRoad, FractionNeedsAnEarlierScanOfThatPathAndStopsShortOfTheEnd) {
     ASSERT_TRUE(second.fraction());
     EXPECT_DOUBLE_EQ(*second.fraction(), 0.99);
     fake.release("/disk");
-    ASSERT_TRUE(waitUntil([&] { return second.phaseName() == "ready"; }));
+    ASSERT_TRUE(waitUntil([&] { return second.stage() == ScanCoordinator::Stage::Ready; }));
     EXPECT_FALSE(second.fraction());
 }
 
@@ -154,7 +154,7 @@ TEST_F(ScanRoad, MissingRootFailsWithTheErrorsSentence) {
     };
     ScanCoordinator coordinator(chosen, (folder.path() + "/gone").toStdString());
     coordinator.start();
-    ASSERT_TRUE(waitUntil([&] { return coordinator.phaseName() == "failed"; }));
+    ASSERT_TRUE(waitUntil([&] { return coordinator.stage() == ScanCoordinator::Stage::Failed; }));
     EXPECT_TRUE(coordinator.failure().contains(folder.path() + "/gone")) << coordinator.failure().toStdString();
 }
 
@@ -193,15 +193,15 @@ TEST_F(ScanRoad, DeniedAccessHoldsTheScanUntilTheUserAnswers) {
     AppSession session(dependencies("/home/me"));
     session.launch();
     EXPECT_TRUE(session.permissions()->asking());
-    EXPECT_EQ(session.scan()->phaseName(), "needsAccess");
+    EXPECT_EQ(session.scan()->stage(), ScanCoordinator::Stage::NeedsAccess);
     QTest::qWait(50);
     EXPECT_EQ(fake.state->calls, 0);
 
     session.permissions()->answer();
     EXPECT_FALSE(session.permissions()->asking());
-    EXPECT_EQ(session.scan()->phaseName(), "scanning");
+    EXPECT_EQ(session.scan()->stage(), ScanCoordinator::Stage::Scanning);
     fake.release("/home/me");
-    ASSERT_TRUE(waitUntil([&] { return session.scan()->phaseName() == "ready"; }));
+    ASSERT_TRUE(waitUntil([&] { return session.scan()->stage() == ScanCoordinator::Stage::Ready; }));
 }
 
 TEST(PermissionsGateRules, OnlyDeniedAsksAndAnAnswerHoldsForTheLaunch) {

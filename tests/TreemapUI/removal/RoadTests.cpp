@@ -105,7 +105,7 @@ protected:
             return !session->tree()->hasWaitingChanges() && !session->removal()->isWorking() &&
                    !session->overview()->working() && !session->largeFiles()->working() &&
                    !session->search()->working() && !session->spaceMap()->isWorking() &&
-                   session->tools()->duplicates()->state() != "working" && session->tools()->report()->hasInventory() &&
+                   session->tools()->duplicates()->state() != DuplicatesModel::State::Working && session->tools()->report()->hasInventory() &&
                    !session->tools()->changes()->isLoading() && !session->tools()->changes()->isComparing();
         });
         ASSERT_TRUE(quiet) << "a room never settled";

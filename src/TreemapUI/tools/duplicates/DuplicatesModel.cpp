@@ -96,7 +96,7 @@ void DuplicatesModel::reset() {
     emit progressChanged();
     emit resultChanged();
     emit ticksChanged();
-    setState(root_ ? QStringLiteral("ready") : QStringLiteral("waiting"));
+    setState(root_ ? State::Ready : State::Waiting);
 }
 
 void DuplicatesModel::noteWhatWent() {
@@ -109,13 +109,13 @@ void DuplicatesModel::noteWhatWent() {
 }
 
 void DuplicatesModel::look() {
-    if (state_ != QLatin1String("ready") || root_ == nullptr) return;
+    if (state_ != State::Ready || root_ == nullptr) return;
     const int generation = ++generation_;
     cancelled_ = std::make_shared<std::atomic<bool>>(false);
     progressText_ = QStringLiteral("Listing the files to compare…");
     fraction_ = 0;
     emit progressChanged();
-    setState(QStringLiteral("working"));
+    setState(State::Working);
     DuplicatesModel* self = this;
     (void)QtConcurrent::run(&worker_, [relay = relay_, self, generation, reader = tree_.reader(), flag = cancelled_,
                                        environment = environment_] {
@@ -151,7 +151,7 @@ void DuplicatesModel::look() {
 }
 
 void DuplicatesModel::lookAgain() {
-    if (root_ == nullptr || state_ == QLatin1String("working")) return;
+    if (root_ == nullptr || state_ == State::Working) return;
     reset();
     look();
 }
@@ -165,7 +165,7 @@ void DuplicatesModel::stopRunning() {
     cancelled_.reset();
 }
 
-void DuplicatesModel::setState(const QString& state) {
+void DuplicatesModel::setState(State state) {
     if (state_ == state) return;
     state_ = state;
     emit stateChanged();
@@ -206,7 +206,7 @@ void DuplicatesModel::received(DuplicateReport report, std::map<std::string, Fil
     progressText_.clear();
     fraction_ = 1;
     emit progressChanged();
-    setState(report_->wasCancelled ? QStringLiteral("stopped") : QStringLiteral("done"));
+    setState(report_->wasCancelled ? State::Stopped : State::Done);
 }
 
 void DuplicatesModel::refreshShown() {

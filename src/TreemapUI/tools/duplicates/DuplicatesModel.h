@@ -66,8 +66,7 @@ class DuplicatesModel : public QObject {
     QML_ELEMENT
     QML_UNCREATABLE("The tools own the duplicates")
     Q_PROPERTY(tessel::DuplicateGroupList* groups READ groups CONSTANT)
-    // "waiting" (no tree), "ready" (not looked yet), "working", "done", "stopped".
-    Q_PROPERTY(QString state READ state NOTIFY stateChanged)
+    Q_PROPERTY(tessel::DuplicatesModel::State state READ state NOTIFY stateChanged)
     Q_PROPERTY(QString progressText READ progressText NOTIFY progressChanged)
     Q_PROPERTY(double fraction READ fraction NOTIFY progressChanged)
     Q_PROPERTY(QString summary READ summary NOTIFY resultChanged)
@@ -78,6 +77,10 @@ class DuplicatesModel : public QObject {
     Q_PROPERTY(QString removeTitle READ removeTitle NOTIFY ticksChanged)
 
 public:
+    // No tree yet; a tree not compared yet; comparing; compared; stopped before the end.
+    enum class State { Waiting, Ready, Working, Done, Stopped };
+    Q_ENUM(State)
+
     struct Environment {
         std::string home;
         QSettings* settings = nullptr;
@@ -103,7 +106,7 @@ public:
     Q_INVOKABLE void removeTicked();
 
     DuplicateGroupList* groups() { return &list_; }
-    QString state() const { return state_; }
+    State state() const { return state_; }
     QString progressText() const { return progressText_; }
     double fraction() const { return fraction_; }
     QString summary() const;
@@ -129,7 +132,7 @@ private:
     void reset();
     // The paths of the copies that are no longer in the tree.
     void noteWhatWent();
-    void setState(const QString& state);
+    void setState(State state);
     void received(DuplicateReport report, std::map<std::string, FileNode*> nodes);
     void progressed(const DuplicateScanProgress& progress);
     // The shown groups from the report, without what went, in order, each with its keeper; ticks stay.
@@ -153,7 +156,7 @@ private:
     std::shared_ptr<FileNode> root_;
     std::shared_ptr<std::atomic<bool>> cancelled_;
     int generation_ = 0;
-    QString state_ = QStringLiteral("waiting");
+    State state_ = State::Waiting;
     QString progressText_;
     double fraction_ = 0;
     std::optional<DuplicateReport> report_;

@@ -166,10 +166,10 @@ protected:
     DuplicatesModel::Environment roomEnvironment() { return {home, &settings, 2, DuplicateFinder::toolMinimumBytes}; }
     static void lookAndWait(DuplicatesModel& model) {
         model.look();
-        ASSERT_EQ(model.state(), "working");
+        ASSERT_EQ(model.state(), DuplicatesModel::State::Working);
         QSignalSpy changed(&model, &DuplicatesModel::stateChanged);
         ASSERT_TRUE(changed.wait(10000));
-        ASSERT_EQ(model.state(), "done");
+        ASSERT_EQ(model.state(), DuplicatesModel::State::Done);
     }
     static QVariantList filesOf(DuplicatesModel& model, int row) {
         return model.groups()->data(model.groups()->index(row), DuplicateGroupList::filesRole).toList();
@@ -180,11 +180,11 @@ protected:
 
 TEST_F(DuplicatesRoom, FindsTheGroupsOffTheMainThreadWithTheExtraCopiesTicked) {
     DuplicatesModel model(roomEnvironment(), tree, road);
-    EXPECT_EQ(model.state(), "waiting");
+    EXPECT_EQ(model.state(), DuplicatesModel::State::Waiting);
     model.look();
-    EXPECT_EQ(model.state(), "waiting") << "nothing to look in before a scan";
+    EXPECT_EQ(model.state(), DuplicatesModel::State::Waiting) << "nothing to look in before a scan";
     scanHome();
-    EXPECT_EQ(model.state(), "ready");
+    EXPECT_EQ(model.state(), DuplicatesModel::State::Ready);
     lookAndWait(model);
 
     ASSERT_EQ(model.groups()->rowCount(), 2);
@@ -202,7 +202,7 @@ TEST_F(DuplicatesRoom, FindsTheGroupsOffTheMainThreadWithTheExtraCopiesTicked) {
     EXPECT_TRUE(model.summary().startsWith("2 groups of identical files.")) << model.summary().toStdString();
 
     model.look();
-    EXPECT_EQ(model.state(), "done") << "a tree is looked at once unless asked again";
+    EXPECT_EQ(model.state(), DuplicatesModel::State::Done) << "a tree is looked at once unless asked again";
 }
 
 TEST_F(DuplicatesRoom, OneCopyAlwaysStays) {
@@ -268,8 +268,8 @@ TEST_F(DuplicatesRoom, ANewTreeDropsTheOldAnswer) {
     scanHome();
     model.look();
     scanHome();
-    EXPECT_EQ(model.state(), "ready");
+    EXPECT_EQ(model.state(), DuplicatesModel::State::Ready);
     QTest::qWait(300);
-    EXPECT_EQ(model.state(), "ready") << "the first run's answer arrived for a tree that is gone";
+    EXPECT_EQ(model.state(), DuplicatesModel::State::Ready) << "the first run's answer arrived for a tree that is gone";
     EXPECT_EQ(model.groups()->rowCount(), 0);
 }

@@ -8,13 +8,13 @@ Item {
     id: room
     required property AppSession session
     readonly property DuplicatesModel duplicates: session.tools.duplicates
-    readonly property bool working: duplicates.state === "working"
+    readonly property bool working: duplicates.state === DuplicatesModel.Working
     readonly property bool hasGroups: duplicates.groups.count > 0
 
     Component.onCompleted: duplicates.look()
     Connections {
         target: room.duplicates
-        function onStateChanged() { if (room.duplicates.state === "ready") room.duplicates.look() }
+        function onStateChanged() { if (room.duplicates.state === DuplicatesModel.Ready) room.duplicates.look() }
     }
 
     Item {
@@ -23,7 +23,7 @@ Item {
         y: 18
         width: parent.width - 48
         height: Math.max(intro.implicitHeight, controls.implicitHeight)
-        visible: room.duplicates.state === "done" || room.duplicates.state === "stopped"
+        visible: room.duplicates.state === DuplicatesModel.Done || room.duplicates.state === DuplicatesModel.Stopped
         Text {
             id: intro
             width: parent.width - controls.width - 16
@@ -112,9 +112,9 @@ Item {
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.Wrap
-            text: room.duplicates.state === "waiting" || room.duplicates.state === "ready"
+            text: room.duplicates.state === DuplicatesModel.Waiting || room.duplicates.state === DuplicatesModel.Ready
                   ? "Duplicates appear when the scan is done."
-                  : room.duplicates.state === "stopped" ? "Stopped" : "No duplicates"
+                  : room.duplicates.state === DuplicatesModel.Stopped ? "Stopped" : "No duplicates"
             color: Style.theme.text
             font.pixelSize: Style.headingSize
             font.weight: Font.DemiBold
@@ -123,8 +123,8 @@ Item {
             width: parent.width
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.Wrap
-            visible: room.duplicates.state === "done" || room.duplicates.state === "stopped"
-            text: room.duplicates.state === "stopped"
+            visible: room.duplicates.state === DuplicatesModel.Done || room.duplicates.state === DuplicatesModel.Stopped
+            text: room.duplicates.state === DuplicatesModel.Stopped
                   ? "The comparison was stopped before any group was settled."
                   : "Nothing of 1 MB or more here has an identical copy."
             color: Style.theme.secondaryText
@@ -132,7 +132,7 @@ Item {
         }
         ActionButton {
             anchors.horizontalCenter: parent.horizontalCenter
-            visible: room.duplicates.state === "stopped"
+            visible: room.duplicates.state === DuplicatesModel.Stopped
             text: "Look Again"
             symbol: "arrow.clockwise"
             onClicked: room.duplicates.lookAgain()
