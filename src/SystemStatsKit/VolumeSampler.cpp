@@ -2,7 +2,7 @@
 
 #include <sys/statvfs.h>
 
-#include "DiskScanKit/Platform.h"
+#include "Base/Platform.h"
 #include "SystemStatsKit/MountTable.h"
 
 namespace tessel {

@@ -5,7 +5,7 @@
 #include "DiskScanKit/CheckedSize.h"
 #include "DiskScanKit/Packages.h"
 #include "DiskScanKit/Paths.h"
-#include "DiskScanKit/Platform.h"
+#include "Base/Platform.h"
 
 namespace tessel {
 

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "DiskScanKit/FileNode.h"
-#include "DiskScanKit/Platform.h"
+#include "Base/Platform.h"
 #include "SystemStatsKit/VolumeCapacity.h"
 
 namespace tessel {

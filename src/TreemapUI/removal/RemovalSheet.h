@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "DiskScanKit/Platform.h"
+#include "Base/Platform.h"
 #include "TrashKit/DeletionGuard.h"
 
 namespace tessel::RemovalSheet {

@@ -13,7 +13,7 @@
 
 #include "DiskScanKit/DuplicateGroup.h"
 #include "DiskScanKit/FileNode.h"
-#include "DiskScanKit/Platform.h"
+#include "Base/Platform.h"
 
 namespace tessel {
 

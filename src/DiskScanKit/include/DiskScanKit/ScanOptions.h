@@ -5,7 +5,7 @@
 #include <set>
 #include <string>
 
-#include "DiskScanKit/Platform.h"
+#include "Base/Platform.h"
 
 namespace tessel {
 

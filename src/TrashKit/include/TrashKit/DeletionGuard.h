@@ -13,7 +13,7 @@
 
 #include "DiskScanKit/AnchoredPath.h"
 #include "DiskScanKit/FileManager.h"
-#include "DiskScanKit/Platform.h"
+#include "Base/Platform.h"
 
 namespace tessel {
 

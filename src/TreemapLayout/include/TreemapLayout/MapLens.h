@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "DiskScanKit/FileNode.h"
-#include "DiskScanKit/Platform.h"
+#include "Base/Platform.h"
 #include "TreemapLayout/MapItem.h"
 
 namespace tessel::MapLens {
