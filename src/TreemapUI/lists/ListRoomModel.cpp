@@ -1,7 +1,5 @@
 #include "lists/ListRoomModel.h"
 
-#include <QtConcurrent/QtConcurrentRun>
-
 #include "DiskScanKit/CheckedSize.h"
 #include "support/QtText.h"
 
@@ -67,12 +65,8 @@ void ListRoomModel::refresh(Work work) {
     if (!root_) return;
     setWorking(true);
     ListRoomModel* self = this;
-    (void)QtConcurrent::run([relay = relay_, self, generation, reader = tree_.reader(), root = root_,
-                             work = std::move(work)] {
-        Answer answer = [&] {
-            const ScannedTree::Reader::Hold hold = reader.hold();
-            return work(*root);
-        }();
+    tree_.read([relay = relay_, self, generation, root = root_, work = std::move(work)](FileNode& tree) {
+        Answer answer = work(tree);
         relay->post([self, generation, root, answer = std::move(answer)]() mutable {
             if (generation != self->generation_) return;
             self->answer_ = {{}, answer.totalMatched, answer.totalBytes, answer.truncated};

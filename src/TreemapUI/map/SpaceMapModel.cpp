@@ -2,7 +2,6 @@
 
 #include "app/SettingsKeys.h"
 
-#include <QtConcurrent/QtConcurrentRun>
 
 
 #include <algorithm>
@@ -251,16 +250,13 @@ void SpaceMapModel::loadItems() {
         emit workingChanged();
     }
     SpaceMapModel* self = this;
-    (void)QtConcurrent::run([relay = relay_, self, generation, key, lens, focus, reader = tree_.reader()] {
+    tree_.read([relay = relay_, self, generation, key, lens, focus](FileNode&) {
         std::vector<MapItem> items;
-        {
-            const ScannedTree::Reader::Hold hold = reader.hold();
-            switch (lens) {
-            case Lens::apps: items = MapLens::apps(focus); break;
-            case Lens::folders: items = MapLens::folders(focus, folderLensTarget); break;
-            case Lens::types: items = MapLens::types(focus); break;
-            case Lens::all: break;
-            }
+        switch (lens) {
+        case Lens::apps: items = MapLens::apps(focus); break;
+        case Lens::folders: items = MapLens::folders(focus, folderLensTarget); break;
+        case Lens::types: items = MapLens::types(focus); break;
+        case Lens::all: break;
         }
         relay->post([self, generation, key, items = std::move(items)]() mutable {
             if (generation != self->generation_) return;

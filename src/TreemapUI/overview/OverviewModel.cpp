@@ -2,7 +2,6 @@
 
 #include <QDateTime>
 #include <QLocale>
-#include <QtConcurrent/QtConcurrentRun>
 
 #include <utility>
 
@@ -33,7 +32,8 @@ void OverviewModel::figure(bool newScan) {
     working_ = true;
     emit figuresChanged();
     OverviewModel* self = this;
-    (void)QtConcurrent::run([relay = relay_, self, generation, reader, home = home_] {
+    // The disk is asked without a hold on the tree: a disk that does not answer must not keep changes waiting.
+    tree_.run([relay = relay_, self, generation, reader, home = home_] {
         std::optional<VolumeCapacity> volume = VolumeSampler(reader.root()->path()).sample();
         StorageBreakdown breakdown = [&] {
             const ScannedTree::Reader::Hold hold = reader.hold();
@@ -53,7 +53,7 @@ void OverviewModel::figure(bool newScan) {
 
 void OverviewModel::refreshHealth() {
     OverviewModel* self = this;
-    (void)QtConcurrent::run([relay = relay_, self] {
+    tree_.run([relay = relay_, self] {
         std::optional<VolumeCapacity> disk = VolumeSampler("/").sample();
         MacHealth health = MacHealth::assess(disk, std::nullopt, std::nullopt, std::nullopt);
         relay->post([self, disk, health = std::move(health)] {

@@ -9,6 +9,7 @@
 #include "app/Notices.h"
 #include "linux/FileManagerHandOff.h"
 #include "support/QtText.h"
+#include "support/ThreadName.h"
 
 namespace tessel {
 
@@ -74,6 +75,7 @@ void RemovalRoad::confirm() {
     TrashService* service = &service_;
     (void)QtConcurrent::run(environment_.worker, [relay = relay_, self, service, plan = *plan_,
                                                   context = environment_.context] {
+        nameThisThread("Tessel.trash");
         TrashOutcome outcome = service->trash(plan, context);
         relay->post([self, outcome = std::move(outcome)]() mutable { self->moved(std::move(outcome)); });
     });
@@ -125,6 +127,7 @@ void RemovalRoad::undo() {
     RemovalRoad* self = this;
     TrashService* service = &service_;
     (void)QtConcurrent::run(environment_.worker, [relay = relay_, self, service] {
+        nameThisThread("Tessel.trash");
         RestoreOutcome outcome = service->undoLast();
         relay->post([self, outcome = std::move(outcome)] { self->restored(outcome); });
     });

@@ -5,8 +5,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <pthread.h>
-
 #include <QtConcurrent/QtConcurrentRun>
 
 #include "DiskScanKit/FileManager.h"
@@ -15,6 +13,7 @@
 #include "app/SettingsKeys.h"
 #include "SystemStatsKit/MountTable.h"
 #include "SystemStatsKit/VolumeSampler.h"
+#include "support/ThreadName.h"
 
 namespace tessel {
 
@@ -111,7 +110,7 @@ void ScanCoordinator::start() {
     ScanCoordinator* self = this;
     (void)QtConcurrent::run(&scanThreads_, [relay = relay_, self, token, path, options, scanner = environment_.scanner,
                                             accessStatus = environment_.accessStatus] {
-        pthread_setname_np(pthread_self(), "Tessel.scan");
+        nameThisThread("Tessel.scan");
         auto stillCurrent = [self, token] { return self->current_ == token; };
         ScanResult result;
         try {

@@ -1,10 +1,32 @@
 #include "scan/ScannedTree.h"
+#include "support/ThreadName.h"
+
+#include <QtConcurrent/QtConcurrentRun>
 
 namespace tessel {
 
 ScannedTree::ScannedTree(QObject* parent) : QObject(parent), gate_(makeGate()) {}
 
-ScannedTree::~ScannedTree() { relay_->detach(); }
+ScannedTree::~ScannedTree() {
+    relay_->detach();
+    jobs_.waitForDone();
+}
+
+void ScannedTree::run(std::function<void()> job) {
+    (void)QtConcurrent::run(&jobs_, [job = std::move(job)] {
+        nameThisThread("Tessel.reader");
+        job();
+    });
+}
+
+void ScannedTree::read(std::function<void(FileNode& root)> job) {
+    const Reader reader = this->reader();
+    if (!reader) return;
+    run([reader, job = std::move(job)] {
+        const Reader::Hold hold = reader.hold();
+        job(*reader.root());
+    });
+}
 
 std::shared_ptr<TreeGate> ScannedTree::makeGate() {
     // A job may hold the gate after this object is gone; the relay then posts nothing.

@@ -9,6 +9,7 @@
 // change on the main thread never waits for them.
 
 #include <QObject>
+#include <QThreadPool>
 #include <QtQml/qqmlregistration.h>
 
 #include <cstdint>
@@ -84,6 +85,11 @@ public:
     // Rises with every replacement and every change that ran.
     std::uint64_t revision() const { return revision_; }
     Reader reader() const { return {root(), gate_}; }
+    // Runs `job` on the tree's own reader threads, holding the tree as it
+    // stands now for as long as the job runs. Nothing runs without a tree.
+    void read(std::function<void(FileNode& root)> job);
+    // Runs work that needs no hold on the tree on the same threads.
+    void run(std::function<void()> job);
     // The node at an absolute path, or none.
     FileNode* nodeAt(std::string_view path) const;
 
@@ -115,6 +121,8 @@ private:
     std::shared_ptr<TreeGate> gate_;
     std::vector<std::function<void()>> waiting_;
     std::uint64_t revision_ = 0;
+    // Named threads of the tree's own; they end with it.
+    QThreadPool jobs_;
 };
 
 } // namespace tessel

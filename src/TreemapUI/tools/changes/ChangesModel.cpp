@@ -7,6 +7,7 @@
 #include "DiskScanKit/FileNode.h"
 #include "DiskScanKit/Paths.h"
 #include "support/QtText.h"
+#include "support/ThreadName.h"
 
 namespace tessel {
 
@@ -78,6 +79,7 @@ void ChangesModel::keepAndList(bool save, bool thenCompare) {
     ChangesModel* self = this;
     (void)QtConcurrent::run(&worker_, [relay = relay_, self, generation, save, thenCompare, reader = tree_.reader(),
                                        store = store_, now = environment_.now(), files = environment_.files] {
+        nameThisThread("Tessel.snapshot");
         const ScanSnapshot snapshot = snapshotOf(reader, now);
         std::optional<SnapshotInfo> saved;
         QString saveError;
@@ -141,6 +143,7 @@ void ChangesModel::compare(const SnapshotInfo& info) {
     ChangesModel* self = this;
     (void)QtConcurrent::run(&worker_, [relay = relay_, self, generation, comparison, info, reader = tree_.reader(),
                                        store = store_, now = environment_.now(), files = environment_.files] {
+        nameThisThread("Tessel.snapshot");
         std::vector<SnapshotChange> changes;
         std::optional<std::string> error;
         try {

@@ -7,6 +7,7 @@
 #include "DiskScanKit/ByteFormat.h"
 #include "removal/RemovalRoad.h"
 #include "support/QtText.h"
+#include "support/ThreadName.h"
 
 namespace tessel {
 
@@ -119,6 +120,7 @@ void DuplicatesModel::look() {
     DuplicatesModel* self = this;
     (void)QtConcurrent::run(&worker_, [relay = relay_, self, generation, reader = tree_.reader(), flag = cancelled_,
                                        environment = environment_] {
+        nameThisThread("Tessel.dupes");
         std::vector<std::string> paths;
         {
             const ScannedTree::Reader::Hold hold = reader.hold();

@@ -6,7 +6,6 @@
 #include <QGuiApplication>
 #include <QSaveFile>
 #include <QStandardPaths>
-#include <QtConcurrent/QtConcurrentRun>
 
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/FileNode.h"
@@ -49,11 +48,8 @@ void ReportView::takeInventory() {
     emit treeChanged();
     ReportView* self = this;
     // The tiles need one walk of the whole tree: off the main thread.
-    (void)QtConcurrent::run([relay = relay_, self, generation, reader = tree_.reader()] {
-        ScanReport::Inventory inventory = [&] {
-            const ScannedTree::Reader::Hold hold = reader.hold();
-            return ScanReport::inventory(*reader.root(), 1);
-        }();
+    tree_.read([relay = relay_, self, generation](FileNode& root) {
+        ScanReport::Inventory inventory = ScanReport::inventory(root, 1);
         relay->post([self, generation, inventory = std::move(inventory)]() mutable {
             if (generation != self->generation_) return;
             self->inventory_ = std::move(inventory);
