@@ -9,6 +9,16 @@
 
 namespace tessel {
 
+std::string_view FolderReadings::note(FolderReading reading) {
+    switch (reading) {
+    case FolderReading::complete: return {};
+    case FolderReading::unreadable: return "Could not be read";
+    case FolderReading::partial: return "Partly read";
+    case FolderReading::stalled: return "Did not answer";
+    }
+    return {};
+}
+
 FileNode* FileNode::create(ArenaCursor& cursor, std::string_view name, bool isDirectory,
                            FileNode* parent) {
     // Names are stored NUL-terminated: a file name can't hold a NUL, and no length field is needed.
@@ -141,7 +151,7 @@ void FileNode::reattach(const Detachment& detachment) {
 void FileNode::setChildren(ArenaCursor& cursor, std::span<FileNode* const> children) {
     if (children.size() > childCapacity_) {
         children_ = cursor.allocateArray<FileNode*>(children.size());
-        childCapacity_ = static_cast<std::uint32_t>(children.size()) & 0x3fffffffu;
+        childCapacity_ = static_cast<std::uint32_t>(children.size()) & 0x0fffffffu;
     }
     std::copy(children.begin(), children.end(), children_);
     childCount_ = static_cast<std::uint32_t>(children.size());
@@ -153,7 +163,7 @@ void FileNode::appendChild(ArenaCursor& cursor, FileNode* child) {
         FileNode** grown = cursor.allocateArray<FileNode*>(capacity);
         std::copy(children_, children_ + childCount_, grown);
         children_ = grown;
-        childCapacity_ = capacity & 0x3fffffffu;
+        childCapacity_ = capacity & 0x0fffffffu;
     }
     children_[childCount_++] = child;
     child->parent_ = this;

@@ -209,6 +209,7 @@ bool ScanRun::scanDirectory(PendingDirectory& job, Ticket& ticket, Worker& worke
     outcome.ownBytes = outcome.files = outcome.aggregatedBytes = outcome.aggregatedFiles = 0;
     outcome.hardLinksSkipped = outcome.hardLinkBytesSkipped = 0;
     outcome.unreadable = outcome.onlyInTheCloud = false;
+    outcome.reading = FolderReading::complete;
     if (options_.beforeReading) options_.beforeReading(job.path);
 
     std::optional<DirectoryReader> reader;
@@ -223,6 +224,7 @@ bool ScanRun::scanDirectory(PendingDirectory& job, Ticket& ticket, Worker& worke
             return true;
         }
         (error.code() == cloudOnlyCode ? outcome.onlyInTheCloud : outcome.unreadable) = true;
+        outcome.reading = FolderReading::unreadable;
         return true;
     }
     // Once this folder is open its parent's descriptor is no longer needed by it.
@@ -236,6 +238,7 @@ bool ScanRun::scanDirectory(PendingDirectory& job, Ticket& ticket, Worker& worke
             count = reader->readBatch(EntrySink(consumeEntry));
         } catch (const DirectoryReaderError& error) {
             (error.code() == cloudOnlyCode ? outcome.onlyInTheCloud : outcome.unreadable) = true;
+            outcome.reading = FolderReading::partial;
             break;
         }
         {
@@ -323,6 +326,7 @@ void ScanRun::commit(const DirectoryOutcome& outcome, FileNode* node, ArenaCurso
         std::lock_guard guard(treeLock_);
         node->setChildren(cursor, outcome.childNodes);
         node->setAggregatedFiles(outcome.aggregatedBytes, outcome.aggregatedFiles);
+        node->setReading(outcome.reading);
         node->addTotalBytes(outcome.ownBytes);
         node->setPendingChildren(static_cast<std::int64_t>(outcome.subdirectories.size()));
         if (outcome.subdirectories.empty()) {
@@ -383,7 +387,9 @@ std::pair<int, int> ScanRun::releaseStalledFolders() {
             std::lock_guard guard(statsLock_);
             stalledPaths_.push_back(released.path);
         }
-        commit(DirectoryOutcome{}, released.node, watchdogCursor_);
+        DirectoryOutcome standIn;
+        if (!cancelled) standIn.reading = FolderReading::stalled;
+        commit(standIn, released.node, watchdogCursor_);
         {
             std::lock_guard guard(workLock_);
             --activeWorkers_;

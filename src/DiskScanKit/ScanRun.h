@@ -71,6 +71,7 @@ private:
         std::int64_t hardLinkBytesSkipped = 0;
         bool unreadable = false;
         bool onlyInTheCloud = false;
+        FolderReading reading = FolderReading::complete;
     };
 
     // What each thread keeps to itself and reuses from folder to folder: its

@@ -36,6 +36,7 @@ MapItem MapItem::fromNode(FileNode* node, const std::string& folderPath) {
     item.node = node;
     item.name = displayName(*node);
     item.bytes = node->totalBytes();
+    item.reading = node->reading();
     if (node->isDirectory()) {
         const std::string_view name = node->name();
         if (name.size() > 4 && name.substr(name.size() - 4) == ".app") {

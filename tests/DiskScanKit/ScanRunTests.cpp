@@ -88,6 +88,8 @@ TEST_F(StallingTree, SilentFolderIsGivenUpAndTheRestIsCounted) {
     ASSERT_NE(slow, nullptr);
     EXPECT_EQ(slow->totalBytes(), 0);
     EXPECT_TRUE(slow->children().empty());
+    EXPECT_EQ(slow->reading(), FolderReading::stalled) << "the folder remembers it did not answer";
+    EXPECT_EQ(findNode(*result.root, "a")->reading(), FolderReading::complete);
     EXPECT_EQ(result.directories, 4) << "the root, a, b, and the stalled folder";
     EXPECT_TRUE(totalsAddUp(*result.root));
 

@@ -29,6 +29,9 @@ TEST(UnprivilegedScan, UnreadableFolderIsCountedAndLeftOut) {
     EXPECT_EQ(result.unreadableDirectories, 1);
     EXPECT_EQ(result.bytes, allocatedOf(t / "open/file"));
     EXPECT_EQ(findNode(*result.root, "closed")->totalBytes(), 0);
+    EXPECT_EQ(findNode(*result.root, "closed")->reading(), FolderReading::unreadable);
+    EXPECT_EQ(FolderReadings::note(FolderReading::unreadable), "Could not be read");
+    EXPECT_EQ(findNode(*result.root, "open")->reading(), FolderReading::complete);
     EXPECT_EQ(result.directories, 3);
     EXPECT_TRUE(totalsAddUp(*result.root));
 }

@@ -10,6 +10,7 @@ NodeListModel::Row NodeListModel::rowFor(FileNode* node) {
     Row row;
     row.item = MapItem::fromNode(node);
     row.folder = node->parent() != nullptr ? node->parent()->path() : std::string();
+    row.note = FolderReadings::note(node->reading());
     return row;
 }
 

@@ -222,7 +222,9 @@ void MapCanvas::paintCards(QPainter* painter) {
         }
 
         const QString name = toQString(card.item.name);
-        const QString size = toQString(ByteFormat::string(card.item.bytes));
+        const QString note = toQString(FolderReadings::note(card.item.reading));
+        // A folder the scan could not read whole says so beside its size.
+        const QString size = toQString(ByteFormat::string(card.item.bytes)) + (note.isEmpty() ? QString() : " · " + note);
         const QString share = shareText(card.item.bytes, total);
         const QString symbol = toQString(tessel::symbol(card.item));
         const double pad = level.padding;
@@ -383,8 +385,10 @@ void MapCanvas::setHover(const std::optional<MapItem>& item, QPointF point) {
         hoverName_ = toQString(item->name);
         const std::int64_t total = model_ ? model_->placeBytes() : 0;
         const QString share = shareText(item->bytes, total);
+        const QString note = toQString(FolderReadings::note(item->reading));
         hoverDetail_ = toQString(ByteFormat::string(item->bytes)) +
-                       (share.isEmpty() ? QString() : ", " + share + " of " + model_->placeTitle());
+                       (share.isEmpty() ? QString() : ", " + share + " of " + model_->placeTitle()) +
+                       (note.isEmpty() ? QString() : ". " + note + ".");
     } else {
         hoverName_.clear();
         hoverDetail_.clear();

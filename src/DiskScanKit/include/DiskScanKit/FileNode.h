@@ -16,6 +16,17 @@
 
 namespace tessel {
 
+// How much of a folder the scan could read: all of it; nothing, as it could
+// not be opened; its first entries, until a read failed; or nothing in time,
+// as it stopped answering and the scan gave up on it.
+enum class FolderReading : std::uint8_t { complete, unreadable, partial, stalled };
+
+namespace FolderReadings {
+// What a map card or a list row says of a folder that was not read whole:
+// "Could not be read", "Partly read", "Did not answer"; empty for a whole one.
+std::string_view note(FolderReading reading);
+} // namespace FolderReadings
+
 class FileNode final {
 public:
     struct Detachment {
@@ -40,6 +51,8 @@ public:
     // scan met first: it has a node of 0 bytes only so that every name of the
     // file can be found, and is no file of its own in lists of the largest.
     bool isFurtherName() const { return isFurtherName_; }
+    // How much of this folder the scan could read.
+    FolderReading reading() const { return static_cast<FolderReading>(reading_); }
     std::int64_t totalBytes() const { return totalBytes_; }
     std::span<FileNode* const> children() const { return {children_, childCount_}; }
     FileNode* parent() const { return parent_; }
@@ -69,6 +82,7 @@ public:
     void setAggregatedFiles(std::int64_t bytes, std::int64_t count);
     void setPendingChildren(std::int64_t count) { pendingChildren_ = static_cast<std::int32_t>(count); }
     void markAsFurtherName() { isFurtherName_ = 1; }
+    void setReading(FolderReading reading) { reading_ = static_cast<std::uint32_t>(reading) & 0x3u; }
 
 private:
     FileNode(const char* name, bool isDirectory, FileNode* parent)
@@ -81,9 +95,10 @@ private:
     std::int64_t totalBytes_ = 0;
     std::int64_t aggregatedFileBytes_ = 0;
     std::uint32_t childCount_ = 0;
-    std::uint32_t childCapacity_ : 30 = 0;
+    std::uint32_t childCapacity_ : 28 = 0;
     std::uint32_t isDirectory_ : 1;
     std::uint32_t isFurtherName_ : 1 = 0;
+    std::uint32_t reading_ : 2 = 0;
     std::int32_t aggregatedFileCount_ = 0;
     std::int32_t pendingChildren_ = 0;
 };

@@ -42,6 +42,8 @@ struct MapItem {
     std::vector<MapItem> memberItems;   // what a "more" item folds together
     FileNode* container = nullptr;      // the folder of small files, or of a group
     std::optional<std::string> hint;
+    // Of a folder: how much of it the scan could read.
+    FolderReading reading = FolderReading::complete;
 
     static MapItem fromNode(FileNode* node);
     // The same, for a child of the folder whose path is `folderPath`: a folder's
