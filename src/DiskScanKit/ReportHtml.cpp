@@ -26,6 +26,7 @@
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/FileNode.h"
 #include "DiskScanKit/ScanReport.h"
+#include "DiskScanKit/TextFormat.h"
 #include "ReportPieces.h"
 
 namespace tessel::ScanReport {
@@ -150,7 +151,7 @@ void appendShareCell(std::string& out, double percent) {
     out += R"(<td class="num"><span class="share"><span class="track" aria-hidden="true"><span class="fill" style="width:)";
     out += width;
     out += R"("></span></span><span class="pct">)";
-    out += htmlEscaped(shareText(percent));
+    out += htmlEscaped(TextFormat::share(percent));
     out += "</span></span></td>";
 }
 
@@ -241,8 +242,8 @@ std::string html(const FileNode& root, TimePoint scannedAt, int limit) {
            "\">" + htmlEscaped(readableDate(scannedAt)) + "</time></p>\n";
     out += "</header>\n<dl class=\"summary\">\n";
     appendSummaryItem(out, totalSizeLabel, ByteFormat::string(root.totalBytes()));
-    appendSummaryItem(out, filesLabel, countText(listed.fileCount));
-    appendSummaryItem(out, foldersLabel, countText(listed.folderCount));
+    appendSummaryItem(out, filesLabel, TextFormat::grouped(listed.fileCount));
+    appendSummaryItem(out, foldersLabel, TextFormat::grouped(listed.folderCount));
     out += "</dl>\n";
     appendSection(out, foldersSection, listed.folders, root, holdsLooseFiles(root));
     appendSection(out, filesSection, listed.files, root, false);

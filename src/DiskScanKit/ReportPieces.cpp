@@ -73,23 +73,6 @@ double shareOf(const FileNode& node, const FileNode& root) {
     return static_cast<double>(node.totalBytes()) / static_cast<double>(root.totalBytes()) * 100;
 }
 
-std::string shareText(double percent) {
-    if (percent > 0 && percent < 0.1) return "<0.1%";
-    char text[32];
-    std::snprintf(text, sizeof text, "%.1f%%", percent);
-    return text;
-}
-
-std::string countText(std::int64_t count) {
-    const std::string digits = std::to_string(count < 0 ? -count : count);
-    std::string grouped;
-    for (std::size_t i = 0; i < digits.size(); ++i) {
-        if (i > 0 && (digits.size() - i) % 3 == 0) grouped += ',';
-        grouped += digits[i];
-    }
-    return count < 0 ? "-" + grouped : grouped;
-}
-
 PathParts splitPath(std::string_view path) {
     const std::size_t slash = path.rfind('/');
     if (slash == std::string_view::npos) return {"", std::string(path)};

@@ -19,6 +19,7 @@
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/FileNode.h"
 #include "DiskScanKit/ScanReport.h"
+#include "DiskScanKit/TextFormat.h"
 #include "ReportPieces.h"
 
 namespace tessel::ScanReport {
@@ -57,7 +58,7 @@ std::string summaryText(const FileNode& root, TimePoint scannedAt) {
     out += scannedWord;
     out += readableDate(scannedAt);
     out += '\n';
-    out += countText(listed.folderCount) + foldersWord + ", " + countText(listed.fileCount) + filesWord;
+    out += TextFormat::grouped(listed.folderCount) + foldersWord + ", " + TextFormat::grouped(listed.fileCount) + filesWord;
     appendList(out, largestFoldersHeading, listed.folders);
     appendList(out, largestFilesHeading, listed.files);
     return out;

@@ -20,6 +20,7 @@
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/DuplicateFinder.h"
 #include "DiskScanKit/Paths.h"
+#include "DiskScanKit/TextFormat.h"
 
 namespace tessel::cli {
 
@@ -52,12 +53,12 @@ private:
 std::string phaseText(const DuplicateScanProgress& now, double elapsed) {
     switch (now.phase) {
     case DuplicateScanProgress::Phase::sizing:
-        return "Comparing sizes: " + groupDigits(now.filesDone) + " of " + groupDigits(now.filesTotal) + " files";
+        return "Comparing sizes: " + TextFormat::grouped(now.filesDone) + " of " + TextFormat::grouped(now.filesTotal) + " files";
     case DuplicateScanProgress::Phase::sampling:
-        return "Sampling: " + groupDigits(now.filesDone) + " of " + groupDigits(now.filesTotal) + " files";
+        return "Sampling: " + TextFormat::grouped(now.filesDone) + " of " + TextFormat::grouped(now.filesTotal) + " files";
     case DuplicateScanProgress::Phase::hashing:
         return "Reading whole files: " + ByteFormat::string(now.bytesHashed) + " of " +
-               ByteFormat::string(now.bytesToHash) + ", " + seconds(elapsed);
+               ByteFormat::string(now.bytesToHash) + ", " + TextFormat::seconds(elapsed);
     }
     return {};
 }
@@ -80,7 +81,7 @@ nlohmann::ordered_json groupJson(const DuplicateGroup& group) {
 
 void printGroup(const DuplicateGroup& group) {
     std::printf("%s copies of %s, %s to free\n",
-                groupDigits(static_cast<std::int64_t>(group.files.size())).c_str(),
+                TextFormat::grouped(static_cast<std::int64_t>(group.files.size())).c_str(),
                 ByteFormat::string(group.logicalSize).c_str(), ByteFormat::string(group.reclaimableBytes).c_str());
     bool keeper = true;
     for (const DuplicateFile& file : group.files) {
@@ -98,16 +99,16 @@ void printGroup(const DuplicateGroup& group) {
 
 void printSummary(const DuplicateReport& report) {
     if (report.groups.empty())
-        std::printf("No identical files among %s.\n", counted(report.filesExamined, "file", "files").c_str());
+        std::printf("No identical files among %s.\n", TextFormat::counted(report.filesExamined, "file", "files").c_str());
     else
         std::printf("%s of identical files; removing the extra copies would free %s.\n",
-                    counted(static_cast<std::int64_t>(report.groups.size()), "group", "groups").c_str(),
+                    TextFormat::counted(static_cast<std::int64_t>(report.groups.size()), "group", "groups").c_str(),
                     ByteFormat::string(report.totalReclaimableBytes).c_str());
-    std::printf("%s examined in %s", counted(report.filesExamined, "file", "files").c_str(),
-                seconds(report.duration).c_str());
+    std::printf("%s examined in %s", TextFormat::counted(report.filesExamined, "file", "files").c_str(),
+                TextFormat::seconds(report.duration).c_str());
     if (report.unreadable > 0)
         std::printf(", %s could not be read or changed while being compared",
-                    groupDigits(report.unreadable).c_str());
+                    TextFormat::grouped(report.unreadable).c_str());
     std::printf(".\n");
     if (report.wasCancelled) std::printf("Stopped early: the groups above are those settled before the stop.\n");
 }

@@ -9,6 +9,7 @@
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/FileNode.h"
 #include "DiskScanKit/ScanReport.h"
+#include "DiskScanKit/TextFormat.h"
 
 namespace tessel::cli {
 
@@ -56,21 +57,21 @@ void printList(const char* title, const std::vector<FileNode*>& nodes) {
 void printText(const ScanResult& result, const ScanReport::Inventory& inventory) {
     std::printf("%s\n", printable(result.root->path()).c_str());
     std::printf("  %s in %s and %s, scanned in %s\n", ByteFormat::string(result.bytes).c_str(),
-                counted(result.files, "file", "files").c_str(),
-                counted(result.directories, "folder", "folders").c_str(), seconds(result.duration).c_str());
+                TextFormat::counted(result.files, "file", "files").c_str(),
+                TextFormat::counted(result.directories, "folder", "folders").c_str(), TextFormat::seconds(result.duration).c_str());
     if (result.hardLinksSkipped > 0)
         std::printf("  %s counted once (%s not counted twice)\n",
-                    counted(result.hardLinksSkipped, "extra hard link", "extra hard links").c_str(),
+                    TextFormat::counted(result.hardLinksSkipped, "extra hard link", "extra hard links").c_str(),
                     ByteFormat::string(result.hardLinkBytesSkipped).c_str());
     printList("Largest folders", inventory.folders);
     printList("Largest files", inventory.files);
 
     std::vector<std::string> warnings;
     if (result.unreadableDirectories > 0)
-        warnings.push_back(counted(result.unreadableDirectories, "folder", "folders") +
+        warnings.push_back(TextFormat::counted(result.unreadableDirectories, "folder", "folders") +
                            " could not be read; the total leaves out what they hold.");
     if (result.cloudOnlyDirectories > 0)
-        warnings.push_back(counted(result.cloudOnlyDirectories, "folder is", "folders are") +
+        warnings.push_back(TextFormat::counted(result.cloudOnlyDirectories, "folder is", "folders are") +
                            " only in the cloud and were not downloaded.");
     for (const std::string& path : result.stalledPaths)
         warnings.push_back("Skipped a folder that did not respond: " + printable(path));

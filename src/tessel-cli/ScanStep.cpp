@@ -5,6 +5,7 @@
 #include "TerminalText.h"
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/DiskScanner.h"
+#include "DiskScanKit/TextFormat.h"
 
 namespace tessel::cli {
 
@@ -40,9 +41,9 @@ std::optional<ScanResult> scanWithProgress(const std::string& path, const ScanOp
     DiskScanner::Progress progress;
     if (line.shown()) {
         progress = [&line](const ScanProgress& now) {
-            line.update("Scanning: " + counted(now.directories, "folder", "folders") + ", " +
-                        counted(now.files, "file", "files") + ", " + ByteFormat::string(now.bytes) + ", " +
-                        seconds(line.elapsed()));
+            line.update("Scanning: " + TextFormat::counted(now.directories, "folder", "folders") + ", " +
+                        TextFormat::counted(now.files, "file", "files") + ", " + ByteFormat::string(now.bytes) + ", " +
+                        TextFormat::seconds(line.elapsed()));
         };
     }
     try {

@@ -15,6 +15,7 @@
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/FileNode.h"
 #include "DiskScanKit/FileSearch.h"
+#include "DiskScanKit/TextFormat.h"
 
 namespace tessel::cli {
 
@@ -48,9 +49,9 @@ FileQuery queryFrom(const Arguments& arguments) {
 
 void printText(const SearchResults& found) {
     printRows(found.matches, "");
-    std::string total = counted(found.totalMatched, "match", "matches") + ", " +
+    std::string total = TextFormat::counted(found.totalMatched, "match", "matches") + ", " +
                         ByteFormat::string(found.totalBytes) + " in all";
-    if (found.truncated) total += "; showing " + groupDigits(static_cast<std::int64_t>(found.matches.size()));
+    if (found.truncated) total += "; showing " + TextFormat::grouped(static_cast<std::int64_t>(found.matches.size()));
     std::printf("%s\n", total.c_str());
 }
 

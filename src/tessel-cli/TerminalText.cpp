@@ -48,26 +48,4 @@ std::string printable(std::string_view text) {
     return shown;
 }
 
-std::string groupDigits(std::int64_t number) {
-    const std::uint64_t magnitude =
-        number < 0 ? 0 - static_cast<std::uint64_t>(number) : static_cast<std::uint64_t>(number);
-    const std::string digits = std::to_string(magnitude);
-    std::string grouped;
-    for (std::size_t i = 0; i < digits.size(); ++i) {
-        if (i > 0 && (digits.size() - i) % 3 == 0) grouped += ',';
-        grouped += digits[i];
-    }
-    return number < 0 ? "-" + grouped : grouped;
-}
-
-std::string counted(std::int64_t count, const char* one, const char* many) {
-    return groupDigits(count) + " " + (count == 1 ? one : many);
-}
-
-std::string seconds(double value) {
-    char text[32];
-    std::snprintf(text, sizeof text, value < 10 ? "%.2f s" : "%.1f s", value);
-    return text;
-}
-
 } // namespace tessel::cli

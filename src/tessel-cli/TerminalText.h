@@ -4,17 +4,11 @@
 // are shown with visible escapes so that one name stays on one line and
 // can't move the cursor.
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 
 namespace tessel::cli {
 
 std::string printable(std::string_view text);
-// 1234567 -> "1,234,567"
-std::string groupDigits(std::int64_t number);
-// "1 folder", "2,003 folders"
-std::string counted(std::int64_t count, const char* one, const char* many);
-std::string seconds(double value);
 
 } // namespace tessel::cli

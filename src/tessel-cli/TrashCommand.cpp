@@ -17,6 +17,7 @@
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/DiskScanner.h"
 #include "DiskScanKit/Paths.h"
+#include "DiskScanKit/TextFormat.h"
 #include "TrashKit/SystemExtensionsInside.h"
 #include "TrashKit/TrashService.h"
 
@@ -52,14 +53,14 @@ DeletionCandidate candidateFor(const std::string& given) {
 void printPlan(const DeletionPlan& plan) {
     if (!plan.allowed.empty()) {
         std::printf("May go to the Trash: %s, %s\n",
-                    counted(static_cast<std::int64_t>(plan.allowed.size()), "item", "items").c_str(),
+                    TextFormat::counted(static_cast<std::int64_t>(plan.allowed.size()), "item", "items").c_str(),
                     ByteFormat::string(plan.totalBytes()).c_str());
         for (const DeletionCandidate& candidate : plan.allowed)
             std::printf("  %s  %s\n", ByteFormat::padded(candidate.bytes, 9).c_str(), printable(candidate.path).c_str());
     }
     if (!plan.refused.empty()) {
         std::printf("Staying where they are: %s\n",
-                    counted(static_cast<std::int64_t>(plan.refused.size()), "item", "items").c_str());
+                    TextFormat::counted(static_cast<std::int64_t>(plan.refused.size()), "item", "items").c_str());
         for (const auto& [candidate, reason] : plan.refused)
             std::printf("  %s\n    %s\n", printable(candidate.path).c_str(),
                         std::string(DeletionRefusals::explanation(reason)).c_str());
@@ -69,7 +70,7 @@ void printPlan(const DeletionPlan& plan) {
 void printOutcome(const TrashOutcome& outcome) {
     if (!outcome.receipts.empty()) {
         std::printf("Moved to the Trash: %s, %s. Nothing was deleted: it can be put back from the Trash.\n",
-                    counted(static_cast<std::int64_t>(outcome.receipts.size()), "item", "items").c_str(),
+                    TextFormat::counted(static_cast<std::int64_t>(outcome.receipts.size()), "item", "items").c_str(),
                     ByteFormat::string(outcome.reclaimedBytes()).c_str());
         for (const TrashReceipt& receipt : outcome.receipts) {
             std::printf("  %s\n", printable(receipt.originalPath).c_str());
@@ -80,7 +81,7 @@ void printOutcome(const TrashOutcome& outcome) {
     }
     if (!outcome.failures.empty()) {
         std::printf("Could not move: %s\n",
-                    counted(static_cast<std::int64_t>(outcome.failures.size()), "item", "items").c_str());
+                    TextFormat::counted(static_cast<std::int64_t>(outcome.failures.size()), "item", "items").c_str());
         for (const TrashFailure& failure : outcome.failures)
             std::printf("  %s\n    %s\n", printable(failure.path).c_str(), failure.message.c_str());
     }

@@ -1,9 +1,12 @@
-// ByteFormat, Paths, ScanOptions tables and thread names.
+// ByteFormat, TextFormat, Paths, ScanOptions tables and thread names.
 #include <gtest/gtest.h>
+
+#include <limits>
 
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/Paths.h"
 #include "DiskScanKit/ScanOptions.h"
+#include "DiskScanKit/TextFormat.h"
 #include "DiskScanKit/Threads.h"
 
 using namespace tessel;
@@ -26,6 +29,32 @@ TEST(ByteFormat, StopsAtPetabytes) {
 TEST(ByteFormat, PaddedFillsOnTheLeftOnly) {
     EXPECT_EQ(ByteFormat::padded(1000, 8), "  1.0 KB");
     EXPECT_EQ(ByteFormat::padded(999, 3), "999 bytes");
+}
+
+TEST(TextFormat, GroupsDigitsInThreesAndCountsWithTheRightWord) {
+    EXPECT_EQ(TextFormat::grouped(0), "0");
+    EXPECT_EQ(TextFormat::grouped(999), "999");
+    EXPECT_EQ(TextFormat::grouped(1000), "1,000");
+    EXPECT_EQ(TextFormat::grouped(1234567), "1,234,567");
+    EXPECT_EQ(TextFormat::grouped(-1000), "-1,000");
+    EXPECT_EQ(TextFormat::grouped(std::numeric_limits<std::int64_t>::max()), "9,223,372,036,854,775,807");
+    EXPECT_EQ(TextFormat::grouped(std::numeric_limits<std::int64_t>::min()), "-9,223,372,036,854,775,808");
+    EXPECT_EQ(TextFormat::counted(1, "file", "files"), "1 file");
+    EXPECT_EQ(TextFormat::counted(2003, "file", "files"), "2,003 files");
+    EXPECT_EQ(TextFormat::counted(0, "file", "files"), "0 files");
+}
+
+TEST(TextFormat, SharesReadTinySlicesAsLessThanATenth) {
+    EXPECT_EQ(TextFormat::share(0.0), "0.0%");
+    EXPECT_EQ(TextFormat::share(0.0001), "<0.1%");
+    EXPECT_EQ(TextFormat::share(0.0999), "<0.1%");
+    EXPECT_EQ(TextFormat::share(0.1), "0.1%");
+    EXPECT_EQ(TextFormat::share(12.345), "12.3%");
+    EXPECT_EQ(TextFormat::share(100.0), "100.0%");
+    EXPECT_EQ(TextFormat::share(std::int64_t{1}, std::int64_t{3}), "33.3%");
+    EXPECT_EQ(TextFormat::share(std::int64_t{5}, std::int64_t{0}), "") << "no share of nothing";
+    EXPECT_EQ(TextFormat::seconds(0.4249), "0.42 s");
+    EXPECT_EQ(TextFormat::seconds(12.46), "12.5 s");
 }
 
 TEST(Paths, StandardizedRemovesDotsSlashesAndExpandsTilde) {

@@ -47,15 +47,6 @@ TEST(ReportPieces, SplitPathKeepsTheSlashWithTheFolder) {
     EXPECT_EQ(ScanReport::splitPath("bare").name, "bare");
 }
 
-TEST(ReportPieces, ShareTextReadsTinySharesAsLessThanATenth) {
-    EXPECT_EQ(ScanReport::shareText(0), "0.0%");
-    EXPECT_EQ(ScanReport::shareText(0.0001), "<0.1%");
-    EXPECT_EQ(ScanReport::shareText(0.0999), "<0.1%");
-    EXPECT_EQ(ScanReport::shareText(0.1), "0.1%");
-    EXPECT_EQ(ScanReport::shareText(12.345), "12.3%");
-    EXPECT_EQ(ScanReport::shareText(100), "100.0%");
-}
-
 TEST(ReportPieces, DatesFollowTheLocalZone) {
     {
         LocalZone zone("UTC-1");
@@ -67,12 +58,6 @@ TEST(ReportPieces, DatesFollowTheLocalZone) {
     LocalZone utc("UTC0");
     EXPECT_EQ(ScanReport::isoDate(reportMoment() + std::chrono::days(41)), "2027-01-01T20:40:12+00:00");
     EXPECT_EQ(ScanReport::readableDate(reportMoment() + std::chrono::days(41)), "1 Jan 2027, 20:40");
-}
-
-TEST(ReportPieces, CountsAreGroupedByThousands) {
-    EXPECT_EQ(ScanReport::countText(999), "999");
-    EXPECT_EQ(ScanReport::countText(1000), "1,000");
-    EXPECT_EQ(ScanReport::countText(1234567), "1,234,567");
 }
 
 TEST(ReportPieces, CsvFieldQuotesWhatASpreadsheetWouldMisread) {

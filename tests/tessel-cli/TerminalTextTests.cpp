@@ -50,16 +50,5 @@ TEST(TerminalText, DoublesBackslashesSoEscapesAreUnambiguous) {
     EXPECT_NE(printable("\\xff"), printable("\xff"));
 }
 
-TEST(TerminalText, GroupsDigitsInThrees) {
-    EXPECT_EQ(groupDigits(0), "0");
-    EXPECT_EQ(groupDigits(999), "999");
-    EXPECT_EQ(groupDigits(1000), "1,000");
-    EXPECT_EQ(groupDigits(1234567), "1,234,567");
-    EXPECT_EQ(groupDigits(-999), "-999");
-    EXPECT_EQ(groupDigits(-1000), "-1,000");
-    EXPECT_EQ(groupDigits(std::numeric_limits<std::int64_t>::max()), "9,223,372,036,854,775,807");
-    EXPECT_EQ(groupDigits(std::numeric_limits<std::int64_t>::min()), "-9,223,372,036,854,775,808");
-}
-
 } // namespace
 } // namespace tessel::cli

@@ -4,6 +4,7 @@
 
 #include "DiskScanKit/ByteFormat.h"
 #include "support/QtText.h"
+#include "DiskScanKit/TextFormat.h"
 
 namespace tessel::Notices {
 
@@ -24,14 +25,14 @@ AppNotification foldersSkipped(const QStringList& paths, std::function<void()> s
     notice.kind = AppNotification::Kind::warning;
     notice.title = paths.size() == 1
         ? QStringLiteral("Skipped a folder that did not respond")
-        : QStringLiteral("Skipped ") + groupedCount(paths.size()) + QStringLiteral(" folders that did not respond");
+        : QStringLiteral("Skipped ") + toQString(TextFormat::grouped(paths.size())) + QStringLiteral(" folders that did not respond");
     if (!paths.isEmpty()) {
         QStringList shown;
         for (const QString& path : paths.first(std::min(paths.size(), namedFolders))) shown << homeRelative(path, QDir::homePath());
         // The tail stands in for the last name, so the sentence keeps a single
         // " and ": five paths read "a, b, c and 2 more", not "a, b and c and 2 more".
         if (paths.size() > namedFolders)
-            shown << groupedCount(paths.size() - namedFolders) + QStringLiteral(" more");
+            shown << toQString(TextFormat::grouped(paths.size() - namedFolders)) + QStringLiteral(" more");
         notice.detail = list(shown);
     }
     notice.actionTitle = QStringLiteral("Scan Again");
@@ -43,7 +44,7 @@ AppNotification foldersSkipped(const QStringList& paths, std::function<void()> s
 AppNotification accessIncomplete(qint64 unreadable, std::function<void()> openSettings) {
     AppNotification notice;
     notice.kind = AppNotification::Kind::warning;
-    notice.title = groupedCount(unreadable) + QStringLiteral(" folders could not be read");
+    notice.title = toQString(TextFormat::grouped(unreadable)) + QStringLiteral(" folders could not be read");
     notice.detail = QStringLiteral("Without Full Disk Access this total is short.");
     notice.actionTitle = QStringLiteral("Open Settings");
     notice.action = std::move(openSettings);
@@ -68,7 +69,7 @@ QString noun(qint64 count) { return count == 1 ? QStringLiteral("item") : QStrin
 AppNotification removed(qint64 count, qint64 bytes, std::function<void()> undo) {
     AppNotification notice;
     notice.kind = AppNotification::Kind::success;
-    notice.title = QStringLiteral("Moved %1 %2 to the Trash").arg(groupedCount(count), noun(count));
+    notice.title = QStringLiteral("Moved %1 %2 to the Trash").arg(toQString(TextFormat::grouped(count)), noun(count));
     notice.detail = toQString(ByteFormat::string(bytes)) + " in the Trash. Empty it to get the space back.";
     notice.actionTitle = QStringLiteral("Put Back");
     notice.action = std::move(undo);
@@ -80,7 +81,7 @@ AppNotification removed(qint64 count, qint64 bytes, std::function<void()> undo) 
 AppNotification restored(qint64 count) {
     AppNotification notice;
     notice.kind = AppNotification::Kind::success;
-    notice.title = QStringLiteral("Put %1 %2 back").arg(groupedCount(count), noun(count));
+    notice.title = QStringLiteral("Put %1 %2 back").arg(toQString(TextFormat::grouped(count)), noun(count));
     notice.duration = 6;
     notice.symbol = QStringLiteral("arrow.uturn.backward");
     return notice;
@@ -89,7 +90,7 @@ AppNotification restored(qint64 count) {
 AppNotification partialFailure(qint64 count, const QString& first) {
     AppNotification notice;
     notice.kind = AppNotification::Kind::failure;
-    notice.title = QStringLiteral("%1 %2 could not be moved").arg(groupedCount(count), noun(count));
+    notice.title = QStringLiteral("%1 %2 could not be moved").arg(toQString(TextFormat::grouped(count)), noun(count));
     notice.detail = first;
     notice.symbol = QStringLiteral("exclamationmark.triangle.fill");
     return notice;
@@ -98,7 +99,7 @@ AppNotification partialFailure(qint64 count, const QString& first) {
 AppNotification shownInFileManager(qint64 count) {
     AppNotification notice;
     notice.kind = AppNotification::Kind::info;
-    notice.title = (count == 1 ? QStringLiteral("Selected") : QStringLiteral("%1 items selected").arg(groupedCount(count))) +
+    notice.title = (count == 1 ? QStringLiteral("Selected") : QStringLiteral("%1 items selected").arg(toQString(TextFormat::grouped(count)))) +
                    " in Files";
     notice.detail = QStringLiteral("Move %1 to the Trash in Files. It asks an administrator's password where one is "
                                    "needed. If Files says it will delete something immediately, it will not be kept "

@@ -12,6 +12,7 @@
 #include <cmath>
 
 #include "DiskScanKit/ByteFormat.h"
+#include "DiskScanKit/TextFormat.h"
 #include "app/IconProvider.h"
 #include "map/MapList.h"
 #include "support/QtText.h"
@@ -28,13 +29,6 @@ QColor qcolor(const Color& color) {
 Color fromQColor(const QColor& color) { return {color.redF(), color.greenF(), color.blueF(), color.alphaF()}; }
 
 QRectF qrect(const Rect& rect) { return {rect.x, rect.y, rect.width, rect.height}; }
-
-QString shareText(std::int64_t bytes, std::int64_t total) {
-    if (total <= 0) return {};
-    const double percent = 100.0 * static_cast<double>(bytes) / static_cast<double>(total);
-    if (percent < 0.1) return QStringLiteral("<0.1%");
-    return percent < 10 ? QString::number(percent, 'f', 1) + "%" : QString::number(std::lround(percent)) + "%";
-}
 
 // Text cut to fit, with an ellipsis, so a long name never spills out of its card.
 void drawFitted(QPainter* painter, const QRectF& box, const QString& text, int flags) {
@@ -225,7 +219,7 @@ void MapCanvas::paintCards(QPainter* painter) {
         const QString note = toQString(FolderReadings::note(card.item.reading));
         // A folder the scan could not read whole says so beside its size.
         const QString size = toQString(ByteFormat::string(card.item.bytes)) + (note.isEmpty() ? QString() : " · " + note);
-        const QString share = shareText(card.item.bytes, total);
+        const QString share = toQString(TextFormat::share(card.item.bytes, total));
         const QString symbol = toQString(tessel::symbol(card.item));
         const double pad = level.padding;
         font.setPixelSize(static_cast<int>(std::lround(level.titleFont + 1)));
@@ -384,7 +378,7 @@ void MapCanvas::setHover(const std::optional<MapItem>& item, QPointF point) {
     if (item) {
         hoverName_ = toQString(item->name);
         const std::int64_t total = model_ ? model_->placeBytes() : 0;
-        const QString share = shareText(item->bytes, total);
+        const QString share = toQString(TextFormat::share(item->bytes, total));
         const QString note = toQString(FolderReadings::note(item->reading));
         hoverDetail_ = toQString(ByteFormat::string(item->bytes)) +
                        (share.isEmpty() ? QString() : ", " + share + " of " + model_->placeTitle()) +

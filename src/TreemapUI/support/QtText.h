@@ -65,14 +65,6 @@ inline QString localDate(std::chrono::system_clock::time_point when, const QStri
     return QDateTime::fromMSecsSinceEpoch(milliseconds).toLocalTime().toString(format);
 }
 
-// Counts in the user's locale, always grouped: the C locale leaves the
-// separators out by default, and "12345 folders" is hard to read at a glance.
-inline QString groupedCount(qint64 value) {
-    QLocale locale;
-    locale.setNumberOptions(locale.numberOptions().setFlag(QLocale::OmitGroupSeparator, false));
-    return locale.toString(value);
-}
-
 // The home folder reads as "~", as people type it; only a whole leading
 // component counts, so "/home/ann2" stays as it is when home is "/home/ann".
 inline QString homeRelative(const QString& path, const QString& home) {

@@ -50,10 +50,6 @@ std::string isoDate(TimePoint when);
 std::string readableDate(TimePoint when);
 // `node`'s share of `root` in percent; 0 when the root holds nothing.
 double shareOf(const FileNode& node, const FileNode& root);
-// A share as it is read: "12.3%", and "<0.1%" for a share above 0 and below 0.1.
-std::string shareText(double percent);
-// A count with its thousands grouped: "48,120".
-std::string countText(std::int64_t count);
 // One spreadsheet field: in double quotes, each inner quote doubled, when it
 // holds a comma, a double quote or a line break, or begins or ends with a blank.
 std::string csvField(std::string_view text);

@@ -175,7 +175,7 @@ Rectangle {
             }
             Text {
                 text: sidebar.overview.diskTotal > 0
-                      ? Style.bytes(sidebar.overview.diskAvailable) + " free of " + Style.bytes(sidebar.overview.diskTotal)
+                      ? Format.bytes(sidebar.overview.diskAvailable) + " free of " + Format.bytes(sidebar.overview.diskTotal)
                       : "Reading the disk…"
                 color: Style.theme.secondaryText
                 font.pixelSize: Style.captionSize

@@ -162,7 +162,7 @@ Item {
                 spacing: 10
                 Text {
                     width: 70
-                    text: Style.bytes(entry.bytes)
+                    text: Format.bytes(entry.bytes)
                     color: Style.theme.text
                     font.pixelSize: Style.bodySize - 1
                     horizontalAlignment: Text.AlignRight

@@ -49,7 +49,7 @@ Column {
                     }
                     HoverHandler { id: hover }
                     ToolTip.visible: hover.hovered
-                    ToolTip.text: modelData.title + ", " + Style.bytes(modelData.bytes) + ". " + modelData.description
+                    ToolTip.text: modelData.title + ", " + Format.bytes(modelData.bytes) + ". " + modelData.description
                     ToolTip.delay: 250
                 }
             }
@@ -79,7 +79,7 @@ Column {
                     anchors.verticalCenter: parent.verticalCenter
                 }
                 Text {
-                    text: Style.bytes(modelData.bytes)
+                    text: Format.bytes(modelData.bytes)
                     color: Style.theme.secondaryText
                     font.pixelSize: Style.bodySize - 1
                     anchors.verticalCenter: parent.verticalCenter
@@ -103,7 +103,7 @@ Column {
                 anchors.verticalCenter: parent.verticalCenter
             }
             Text {
-                text: Style.bytes(storage.available)
+                text: Format.bytes(storage.available)
                 color: Style.theme.secondaryText
                 font.pixelSize: Style.bodySize - 1
                 anchors.verticalCenter: parent.verticalCenter

@@ -15,8 +15,8 @@ Item {
         color: Style.theme.secondaryText
         font.pixelSize: Style.bodySize
         text: room.files.hasTree && room.files.rows.count > 0
-              ? (room.files.rows.count === 1 ? "The largest file of " : "The " + Style.count(room.files.rows.count) + " largest files of ")
-                + room.session.scan.sourceLabel + ", " + Style.bytes(room.files.listedBytes) + (room.files.rows.count === 1 ? "." : " together, wherever they are.")
+              ? (room.files.rows.count === 1 ? "The largest file of " : "The " + Format.count(room.files.rows.count) + " largest files of ")
+                + room.session.scan.sourceLabel + ", " + Format.bytes(room.files.listedBytes) + (room.files.rows.count === 1 ? "." : " together, wherever they are.")
               : ""
     }
     NodeTable {

@@ -30,7 +30,7 @@ ListView {
             x: 12
             y: 10
             width: parent.width - 24
-            text: column.modelData.title + "  ·  " + Style.bytes(column.modelData.bytes)
+            text: column.modelData.title + "  ·  " + Format.bytes(column.modelData.bytes)
             color: Style.theme.secondaryText
             font.pixelSize: Style.captionSize + 1
             font.weight: Font.DemiBold
@@ -75,7 +75,7 @@ ListView {
                     }
                     Text {
                         width: 56
-                        text: Style.bytes(entry.modelData.bytes)
+                        text: Format.bytes(entry.modelData.bytes)
                         color: Style.theme.secondaryText
                         font.pixelSize: Style.captionSize + 1
                         horizontalAlignment: Text.AlignRight

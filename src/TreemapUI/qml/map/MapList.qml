@@ -149,7 +149,7 @@ Item {
                 spacing: 8
                 Text {
                     width: 64
-                    text: Style.bytes(entry.bytes)
+                    text: Format.bytes(entry.bytes)
                     color: Style.theme.text
                     font.pixelSize: Style.bodySize - 1
                     horizontalAlignment: Text.AlignRight

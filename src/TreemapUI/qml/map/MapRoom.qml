@@ -212,10 +212,10 @@ Item {
             color: Style.theme.secondaryText
             font.pixelSize: Style.captionSize + 1
             text: room.map.chosenCount > 1
-                  ? room.map.chosenCount + " items selected, " + Style.bytes(room.map.chosenBytes) + " in all."
+                  ? room.map.chosenCount + " items selected, " + Format.bytes(room.map.chosenBytes) + " in all."
                   : room.map.chosenCount === 1
-                  ? room.map.selectionName + ", " + Style.bytes(room.map.selectionBytes) + "."
-                  : room.map.placeTitle + ": " + Style.bytes(room.map.placeBytes)
+                  ? room.map.selectionName + ", " + Format.bytes(room.map.selectionBytes) + "."
+                  : room.map.placeTitle + ": " + Format.bytes(room.map.placeBytes)
                     + ". Double-click to go in; Back comes out. Ctrl-click or Shift-click selects more than one."
             elide: Text.ElideRight
         }

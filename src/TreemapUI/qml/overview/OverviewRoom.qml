@@ -42,8 +42,8 @@ Flickable {
                         }
                         Text {
                             text: room.overview.hasVolume
-                                  ? Style.bytes(room.overview.volumeTotal - room.overview.volumeAvailable) + " used of "
-                                    + Style.bytes(room.overview.volumeTotal) + ", " + Style.bytes(room.overview.volumeAvailable) + " free"
+                                  ? Format.bytes(room.overview.volumeTotal - room.overview.volumeAvailable) + " used of "
+                                    + Format.bytes(room.overview.volumeTotal) + ", " + Format.bytes(room.overview.volumeAvailable) + " free"
                                   : room.scan.isScanning ? "Measuring what this disk holds…" : "Scan to see what this disk holds."
                             color: Style.theme.secondaryText
                             font.pixelSize: Style.bodySize
@@ -119,8 +119,8 @@ Flickable {
                     color: Style.theme.text
                     font.pixelSize: Style.bodySize
                     text: room.scan.isScanning
-                          ? "Scanning " + room.scan.sourceLabel + ": " + Style.count(room.scan.progressFolders) + " folders and "
-                            + Style.count(room.scan.progressFiles) + " files so far, " + Style.bytes(room.scan.progressBytes) + "."
+                          ? "Scanning " + room.scan.sourceLabel + ": " + Format.count(room.scan.progressFolders) + " folders and "
+                            + Format.count(room.scan.progressFiles) + " files so far, " + Format.bytes(room.scan.progressBytes) + "."
                           : room.overview.summaryLine.length > 0 ? room.overview.summaryLine
                           : "Nothing scanned yet. Press Scan to map " + room.scan.sourceLabel + "."
                 }

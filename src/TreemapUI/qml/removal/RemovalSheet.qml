@@ -67,7 +67,7 @@ Popup {
                             width: Math.min(implicitWidth, rowColumn.width - 90)
                         }
                         Text {
-                            text: Style.bytes(row.modelData.bytes)
+                            text: Format.bytes(row.modelData.bytes)
                             color: Style.theme.secondaryText
                             font.pixelSize: Style.bodySize - 1
                         }

@@ -8,6 +8,7 @@
 #include "removal/RemovalRoad.h"
 #include "support/QtText.h"
 #include "support/ThreadName.h"
+#include "DiskScanKit/TextFormat.h"
 
 namespace tessel {
 
@@ -16,7 +17,7 @@ namespace {
 QString sizeText(std::int64_t bytes) { return toQString(ByteFormat::string(bytes)); }
 
 QString counted(std::int64_t count, const char* one, const char* many) {
-    return groupedCount(count) + QLatin1Char(' ') + QLatin1String(count == 1 ? one : many);
+    return toQString(TextFormat::grouped(count)) + QLatin1Char(' ') + QLatin1String(count == 1 ? one : many);
 }
 
 bool isAttached(const FileNode* node, const FileNode* root) {

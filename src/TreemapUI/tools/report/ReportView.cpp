@@ -9,6 +9,7 @@
 
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/FileNode.h"
+#include "DiskScanKit/TextFormat.h"
 #include "support/QtText.h"
 
 namespace tessel {
@@ -66,9 +67,9 @@ QVariantList ReportView::tiles() const {
     all.append(tile(QStringLiteral("Scanned"), toQString(ByteFormat::string(root_->totalBytes())),
                     toQString(ScanReport::readableDate(timePoint(scannedAt_)))));
     all.append(tile(QStringLiteral("Folders"),
-                    inventory_ ? toQString(ScanReport::countText(inventory_->folderCount)) : waiting,
+                    inventory_ ? toQString(TextFormat::grouped(inventory_->folderCount)) : waiting,
                     QStringLiteral("Everything beneath ") + name));
-    all.append(tile(QStringLiteral("Files"), inventory_ ? toQString(ScanReport::countText(inventory_->fileCount)) : waiting,
+    all.append(tile(QStringLiteral("Files"), inventory_ ? toQString(TextFormat::grouped(inventory_->fileCount)) : waiting,
                     QStringLiteral("Small ones counted with their folder")));
     if (inventory_ && !inventory_->folders.empty()) {
         const FileNode* largest = inventory_->folders.front();

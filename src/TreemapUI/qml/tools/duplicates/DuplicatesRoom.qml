@@ -321,8 +321,8 @@ Item {
             elide: Text.ElideRight
             text: room.duplicates.tickedCount === 0
                   ? "Tick the copies to move to the Trash."
-                  : Style.counted(room.duplicates.tickedCount, "copy", "copies") + " ticked, freeing "
-                    + Style.bytes(room.duplicates.tickedBytes) + ". They go to the Trash, from where they can be put back."
+                  : Format.counted(room.duplicates.tickedCount, "copy", "copies") + " ticked, freeing "
+                    + Format.bytes(room.duplicates.tickedBytes) + ". They go to the Trash, from where they can be put back."
             color: Style.theme.secondaryText
             font.pixelSize: Style.bodySize
         }

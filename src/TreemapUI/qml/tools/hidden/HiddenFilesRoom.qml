@@ -17,7 +17,7 @@ Item {
         color: Style.theme.secondaryText
         font.pixelSize: Style.bodySize
         text: room.hidden.hasTree && room.hidden.rows.count > 0
-              ? Style.counted(room.hidden.totalMatched, "hidden item", "hidden items") + ", " + Style.bytes(room.hidden.totalBytes)
+              ? Format.counted(room.hidden.totalMatched, "hidden item", "hidden items") + ", " + Format.bytes(room.hidden.totalBytes)
                 + " in all. A hidden folder is listed whole, with what it holds."
               : ""
     }

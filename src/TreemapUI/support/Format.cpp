@@ -1,0 +1,19 @@
+#include "support/Format.h"
+
+#include "DiskScanKit/ByteFormat.h"
+#include "DiskScanKit/TextFormat.h"
+#include "support/QtText.h"
+
+namespace tessel {
+
+QString Format::bytes(qint64 value) const { return toQString(ByteFormat::string(value)); }
+
+QString Format::count(qint64 value) const { return toQString(TextFormat::grouped(value)); }
+
+QString Format::counted(qint64 value, const QString& one, const QString& many) const {
+    return toQString(TextFormat::counted(value, toBytes(one), toBytes(many)));
+}
+
+QString Format::share(qint64 part, qint64 whole) const { return toQString(TextFormat::share(part, whole)); }
+
+} // namespace tessel
