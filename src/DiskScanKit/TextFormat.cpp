@@ -1,6 +1,8 @@
 #include "DiskScanKit/TextFormat.h"
 
+#include <array>
 #include <cstdio>
+#include <ctime>
 
 namespace tessel::TextFormat {
 
@@ -37,6 +39,16 @@ std::string seconds(double value) {
     char text[32];
     std::snprintf(text, sizeof text, value < 10 ? "%.2f s" : "%.1f s", value);
     return text;
+}
+
+std::string day(std::chrono::system_clock::time_point when) {
+    static constexpr std::array<const char*, 12> months{"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                                        "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    const std::time_t seconds = std::chrono::system_clock::to_time_t(when);
+    std::tm local{};
+    localtime_r(&seconds, &local);
+    return std::to_string(local.tm_mday) + " " + months[static_cast<std::size_t>(local.tm_mon)] + " " +
+           std::to_string(local.tm_year + 1900);
 }
 
 } // namespace tessel::TextFormat

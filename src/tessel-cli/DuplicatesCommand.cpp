@@ -19,6 +19,7 @@
 #include "TerminalText.h"
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/DuplicateFinder.h"
+#include "DiskScanKit/DuplicateWords.h"
 #include "DiskScanKit/Paths.h"
 #include "DiskScanKit/TextFormat.h"
 
@@ -79,7 +80,7 @@ nlohmann::ordered_json groupJson(const DuplicateGroup& group) {
             {"files", files}};
 }
 
-void printGroup(const DuplicateGroup& group) {
+void printGroup(const DuplicateGroup& group, const std::string& home) {
     std::printf("%s copies of %s, %s to free\n",
                 TextFormat::grouped(static_cast<std::int64_t>(group.files.size())).c_str(),
                 ByteFormat::string(group.logicalSize).c_str(), ByteFormat::string(group.reclaimableBytes).c_str());
@@ -87,6 +88,9 @@ void printGroup(const DuplicateGroup& group) {
     for (const DuplicateFile& file : group.files) {
         std::printf("  %s %s  %s\n", keeper ? "keep" : "    ", ByteFormat::padded(file.allocatedBytes, 9).c_str(),
                     printable(file.path).c_str());
+        if (keeper)
+            std::printf("                  %s\n",
+                        DuplicateWords::keeperReason(group, 0, DuplicateWords::Keeping::original, home).c_str());
         const std::string sharing = sharingWords(file);
         if (!sharing.empty()) std::printf("                  %s\n", sharing.c_str());
         for (const std::string& name : file.otherNames)
@@ -97,20 +101,10 @@ void printGroup(const DuplicateGroup& group) {
     }
 }
 
-void printSummary(const DuplicateReport& report) {
-    if (report.groups.empty())
-        std::printf("No identical files among %s.\n", TextFormat::counted(report.filesExamined, "file", "files").c_str());
-    else
-        std::printf("%s of identical files; removing the extra copies would free %s.\n",
-                    TextFormat::counted(static_cast<std::int64_t>(report.groups.size()), "group", "groups").c_str(),
-                    ByteFormat::string(report.totalReclaimableBytes).c_str());
-    std::printf("%s examined in %s", TextFormat::counted(report.filesExamined, "file", "files").c_str(),
+void printSummary(const DuplicateReport& report, std::int64_t minimum) {
+    std::printf("%s\n", DuplicateWords::summary(report.groups, report, minimum).c_str());
+    std::printf("%s examined in %s.\n", TextFormat::counted(report.filesExamined, "file", "files").c_str(),
                 TextFormat::seconds(report.duration).c_str());
-    if (report.unreadable > 0)
-        std::printf(", %s could not be read or changed while being compared",
-                    TextFormat::grouped(report.unreadable).c_str());
-    std::printf(".\n");
-    if (report.wasCancelled) std::printf("Stopped early: the groups above are those settled before the stop.\n");
 }
 
 } // namespace
@@ -152,10 +146,10 @@ int runDuplicates(const std::vector<std::string>& words) {
                    {"duration", report.duration}});
     } else {
         for (const DuplicateGroup& group : report.groups) {
-            printGroup(group);
+            printGroup(group, home);
             std::printf("\n");
         }
-        printSummary(report);
+        printSummary(report, minimum);
     }
     return report.wasCancelled ? exitFailure : exitSuccess;
 }

@@ -9,6 +9,7 @@
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/FileNode.h"
 #include "DiskScanKit/ScanReport.h"
+#include "DiskScanKit/ScanWords.h"
 #include "DiskScanKit/TextFormat.h"
 
 namespace tessel::cli {
@@ -68,13 +69,13 @@ void printText(const ScanResult& result, const ScanReport::Inventory& inventory)
 
     std::vector<std::string> warnings;
     if (result.unreadableDirectories > 0)
-        warnings.push_back(TextFormat::counted(result.unreadableDirectories, "folder", "folders") +
-                           " could not be read; the total leaves out what they hold.");
-    if (result.cloudOnlyDirectories > 0)
-        warnings.push_back(TextFormat::counted(result.cloudOnlyDirectories, "folder is", "folders are") +
-                           " only in the cloud and were not downloaded.");
-    for (const std::string& path : result.stalledPaths)
-        warnings.push_back("Skipped a folder that did not respond: " + printable(path));
+        warnings.push_back(ScanWords::unreadableTitle(result.unreadableDirectories) + ". " +
+                           ScanWords::unreadableDetail(result.unreadableDirectories));
+    if (result.cloudOnlyDirectories > 0) warnings.push_back(ScanWords::cloudOnly(result.cloudOnlyDirectories));
+    if (!result.stalledPaths.empty()) {
+        warnings.push_back(ScanWords::stalledTitle(static_cast<std::int64_t>(result.stalledPaths.size())) + ":");
+        for (const std::string& path : result.stalledPaths) warnings.push_back("  " + printable(path));
+    }
     if (!warnings.empty()) {
         std::printf("\nWarnings\n");
         for (const std::string& warning : warnings) std::printf("  %s\n", warning.c_str());

@@ -17,9 +17,11 @@
 #include "ScanStep.h"
 #include "TerminalText.h"
 #include "DiskScanKit/ByteFormat.h"
+#include "DiskScanKit/ChangeWords.h"
 #include "DiskScanKit/FileManager.h"
 #include "DiskScanKit/FileNode.h"
 #include "DiskScanKit/Paths.h"
+#include "DiskScanKit/ScanReport.h"
 #include "DiskScanKit/SnapshotDiff.h"
 #include "DiskScanKit/SnapshotStore.h"
 
@@ -31,18 +33,18 @@ const std::vector<OptionSpec> snapshotOptions = withScanOptions({});
 const std::vector<OptionSpec> changesOptions = withScanOptions({{"json", false}});
 const std::vector<OptionSpec> snapshotsOptions{{"json", false}};
 
-std::string formattedDate(double date, bool utc) {
+// For scripts: ISO 8601 in UTC.
+std::string isoDate(double date) {
     const std::time_t seconds = std::chrono::system_clock::to_time_t(ReferenceDate::timePoint(date));
     std::tm parts{};
-    if (utc) gmtime_r(&seconds, &parts);
-    else localtime_r(&seconds, &parts);
+    gmtime_r(&seconds, &parts);
     char text[32];
-    std::strftime(text, sizeof text, utc ? "%Y-%m-%dT%H:%M:%SZ" : "%Y-%m-%d %H:%M", &parts);
+    std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
     return text;
 }
 
-std::string isoDate(double date) { return formattedDate(date, true); }
-std::string localDate(double date) { return formattedDate(date, false); }
+// For people: as the app and the reports write a date.
+std::string localDate(double date) { return ScanReport::readableDate(ReferenceDate::timePoint(date)); }
 
 struct Saved {
     ScanSnapshot snapshot;
@@ -89,7 +91,7 @@ void printUnreadable(const std::vector<UnreadableSnapshot>& files, const char* h
 
 void printChanges(const std::vector<SnapshotChange>& changes) {
     for (const SnapshotChange& change : changes) {
-        std::printf("  %-11s %10s  %s  (%s -> %s)\n", std::string(SnapshotDiff::kindName(change.kind)).c_str(),
+        std::printf("  %-7s %10s  %s  (%s -> %s)\n", std::string(ChangeWords::kindTitle(change.kind)).c_str(),
                     signedSize(change.delta()).c_str(), printable(change.path).c_str(),
                     ByteFormat::string(change.oldBytes).c_str(), ByteFormat::string(change.newBytes).c_str());
     }
@@ -185,9 +187,8 @@ int runChanges(const std::vector<std::string>& words) {
     }
     const char* const passedOver = "Passed over, as they could not be read:";
     if (!baseline.info && unreadable.empty()) {
-        std::printf("Nothing to compare with yet: this is the first snapshot of %s. It is kept, so the next run "
-                    "has one.\n",
-                    printable(root).c_str());
+        std::printf("%s: this is the first snapshot of %s. It is kept, so the next run has one.\n",
+                    ChangeWords::nothingEarlier().c_str(), printable(root).c_str());
         return exitSuccess;
     }
     if (!baseline.info) {
@@ -197,11 +198,10 @@ int runChanges(const std::vector<std::string>& words) {
         printUnreadable(unreadable, passedOver);
         return exitSuccess;
     }
-    std::printf("Since %s: %s then, %s now.\n", localDate(baseline.info->date).c_str(),
-                ByteFormat::string(baseline.info->totalBytes).c_str(), ByteFormat::string(saved->snapshot.totalBytes).c_str());
+    std::printf("%s; %s now.\n", ChangeWords::since(baseline.info->date, baseline.info->totalBytes).c_str(),
+                ByteFormat::string(saved->snapshot.totalBytes).c_str());
     if (changes.empty())
-        std::printf("Nothing in %s changed by %s or more.\n", printable(root).c_str(),
-                    ByteFormat::string(SnapshotDiff::standardMinimumDelta).c_str());
+        std::printf("%s.\n", ChangeWords::nothingChanged().c_str());
     else
         printChanges(changes);
     printUnreadable(unreadable, passedOver);

@@ -18,6 +18,7 @@
 #include "DiskScanKit/DiskScanner.h"
 #include "DiskScanKit/Paths.h"
 #include "DiskScanKit/TextFormat.h"
+#include "TrashKit/RemovalSheet.h"
 #include "TrashKit/SystemExtensionsInside.h"
 #include "TrashKit/TrashService.h"
 
@@ -50,28 +51,27 @@ DeletionCandidate candidateFor(const std::string& given) {
     return candidate;
 }
 
+void printRows(const char* title, const std::vector<RemovalSheet::Row>& rows) {
+    if (rows.empty()) return;
+    std::printf("%s\n", title);
+    for (const RemovalSheet::Row& row : rows) std::printf("  %s\n    %s\n", printable(row.path).c_str(), row.explanation.c_str());
+}
+
+// The plan in the words of the app's confirmation.
 void printPlan(const DeletionPlan& plan) {
-    if (!plan.allowed.empty()) {
-        std::printf("May go to the Trash: %s, %s\n",
-                    TextFormat::counted(static_cast<std::int64_t>(plan.allowed.size()), "item", "items").c_str(),
-                    ByteFormat::string(plan.totalBytes()).c_str());
-        for (const DeletionCandidate& candidate : plan.allowed)
-            std::printf("  %s  %s\n", ByteFormat::padded(candidate.bytes, 9).c_str(), printable(candidate.path).c_str());
-    }
-    if (!plan.refused.empty()) {
-        std::printf("Staying where they are: %s\n",
-                    TextFormat::counted(static_cast<std::int64_t>(plan.refused.size()), "item", "items").c_str());
-        for (const auto& [candidate, reason] : plan.refused)
-            std::printf("  %s\n    %s\n", printable(candidate.path).c_str(),
-                        std::string(DeletionRefusals::explanation(reason)).c_str());
-    }
+    const RemovalSheet::Sheet sheet = RemovalSheet::make(plan);
+    std::printf("%s\n", (sheet.heading.empty() ? sheet.title : sheet.heading).c_str());
+    if (!sheet.body.empty()) std::printf("%s\n", sheet.body.c_str());
+    for (const RemovalSheet::Row& row : sheet.allowed)
+        std::printf("  %s  %s\n", ByteFormat::padded(row.bytes, 9).c_str(), printable(row.path).c_str());
+    printRows(sheet.administratorTitle.c_str(), sheet.administrator);
+    printRows(sheet.skippedTitle.c_str(), sheet.skipped);
 }
 
 void printOutcome(const TrashOutcome& outcome) {
     if (!outcome.receipts.empty()) {
-        std::printf("Moved to the Trash: %s, %s. Nothing was deleted: it can be put back from the Trash.\n",
-                    TextFormat::counted(static_cast<std::int64_t>(outcome.receipts.size()), "item", "items").c_str(),
-                    ByteFormat::string(outcome.reclaimedBytes()).c_str());
+        std::printf("%s. %s\n", RemovalSheet::movedTitle(outcome.receipts.size()).c_str(),
+                    RemovalSheet::movedDetail(outcome.reclaimedBytes()).c_str());
         for (const TrashReceipt& receipt : outcome.receipts) {
             std::printf("  %s\n", printable(receipt.originalPath).c_str());
             if (receipt.realPath != DeletionGuard::normalize(receipt.originalPath))
@@ -80,8 +80,7 @@ void printOutcome(const TrashOutcome& outcome) {
         }
     }
     if (!outcome.failures.empty()) {
-        std::printf("Could not move: %s\n",
-                    TextFormat::counted(static_cast<std::int64_t>(outcome.failures.size()), "item", "items").c_str());
+        std::printf("%s\n", RemovalSheet::failedTitle(outcome.failures.size()).c_str());
         for (const TrashFailure& failure : outcome.failures)
             std::printf("  %s\n    %s\n", printable(failure.path).c_str(), failure.message.c_str());
     }

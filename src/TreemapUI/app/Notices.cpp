@@ -4,7 +4,9 @@
 
 #include "DiskScanKit/ByteFormat.h"
 #include "support/QtText.h"
+#include "DiskScanKit/ScanWords.h"
 #include "DiskScanKit/TextFormat.h"
+#include "TrashKit/RemovalSheet.h"
 
 namespace tessel::Notices {
 
@@ -23,9 +25,7 @@ QString list(const QStringList& names) {
 AppNotification foldersSkipped(const QStringList& paths, std::function<void()> scanAgain) {
     AppNotification notice;
     notice.kind = AppNotification::Kind::warning;
-    notice.title = paths.size() == 1
-        ? QStringLiteral("Skipped a folder that did not respond")
-        : QStringLiteral("Skipped ") + toQString(TextFormat::grouped(paths.size())) + QStringLiteral(" folders that did not respond");
+    notice.title = toQString(ScanWords::stalledTitle(paths.size()));
     if (!paths.isEmpty()) {
         QStringList shown;
         for (const QString& path : paths.first(std::min(paths.size(), namedFolders))) shown << homeRelative(path, QDir::homePath());
@@ -44,7 +44,7 @@ AppNotification foldersSkipped(const QStringList& paths, std::function<void()> s
 AppNotification accessIncomplete(qint64 unreadable, std::function<void()> openSettings) {
     AppNotification notice;
     notice.kind = AppNotification::Kind::warning;
-    notice.title = toQString(TextFormat::grouped(unreadable)) + QStringLiteral(" folders could not be read");
+    notice.title = toQString(ScanWords::unreadableTitle(unreadable));
     notice.detail = QStringLiteral("Without Full Disk Access this total is short.");
     notice.actionTitle = QStringLiteral("Open Settings");
     notice.action = std::move(openSettings);
@@ -55,22 +55,18 @@ AppNotification accessIncomplete(qint64 unreadable, std::function<void()> openSe
 AppNotification scanFinished(qint64 bytes, double seconds) {
     AppNotification notice;
     notice.kind = AppNotification::Kind::success;
-    notice.title = QStringLiteral("Scanned ") + toQString(ByteFormat::string(bytes));
+    notice.title = toQString(ScanWords::finishedTitle(bytes));
     notice.detail = QString::asprintf("in %.1f seconds", seconds);
     notice.duration = 6.0;
     notice.symbol = QStringLiteral("checkmark.circle.fill");
     return notice;
 }
 
-namespace {
-QString noun(qint64 count) { return count == 1 ? QStringLiteral("item") : QStringLiteral("items"); }
-} // namespace
-
 AppNotification removed(qint64 count, qint64 bytes, std::function<void()> undo) {
     AppNotification notice;
     notice.kind = AppNotification::Kind::success;
-    notice.title = QStringLiteral("Moved %1 %2 to the Trash").arg(toQString(TextFormat::grouped(count)), noun(count));
-    notice.detail = toQString(ByteFormat::string(bytes)) + " in the Trash. Empty it to get the space back.";
+    notice.title = toQString(RemovalSheet::movedTitle(static_cast<std::size_t>(count)));
+    notice.detail = toQString(RemovalSheet::movedDetail(bytes));
     notice.actionTitle = QStringLiteral("Put Back");
     notice.action = std::move(undo);
     notice.duration = 12;
@@ -81,7 +77,7 @@ AppNotification removed(qint64 count, qint64 bytes, std::function<void()> undo) 
 AppNotification restored(qint64 count) {
     AppNotification notice;
     notice.kind = AppNotification::Kind::success;
-    notice.title = QStringLiteral("Put %1 %2 back").arg(toQString(TextFormat::grouped(count)), noun(count));
+    notice.title = toQString(RemovalSheet::restoredTitle(static_cast<std::size_t>(count)));
     notice.duration = 6;
     notice.symbol = QStringLiteral("arrow.uturn.backward");
     return notice;
@@ -90,7 +86,7 @@ AppNotification restored(qint64 count) {
 AppNotification partialFailure(qint64 count, const QString& first) {
     AppNotification notice;
     notice.kind = AppNotification::Kind::failure;
-    notice.title = QStringLiteral("%1 %2 could not be moved").arg(toQString(TextFormat::grouped(count)), noun(count));
+    notice.title = toQString(RemovalSheet::failedTitle(static_cast<std::size_t>(count)));
     notice.detail = first;
     notice.symbol = QStringLiteral("exclamationmark.triangle.fill");
     return notice;

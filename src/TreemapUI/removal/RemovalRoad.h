@@ -20,7 +20,7 @@
 #include <vector>
 
 #include "app/AppNotifications.h"
-#include "removal/RemovalSheet.h"
+#include "TrashKit/RemovalSheet.h"
 #include "scan/ScannedTree.h"
 #include "support/MainThreadRelay.h"
 #include "TrashKit/TrashService.h"

@@ -2,6 +2,7 @@
 // Numbers as people read them, written once for the app, the tool and the
 // reports alike. Sizes have ByteFormat; counts, shares and durations are here.
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -18,5 +19,7 @@ std::string share(double percent);
 std::string share(std::int64_t part, std::int64_t whole);
 // "0.42 s" below ten seconds, "12.5 s" above.
 std::string seconds(double value);
+// The day, in the local time zone: "4 Mar 2026".
+std::string day(std::chrono::system_clock::time_point when);
 
 } // namespace tessel::TextFormat

@@ -4,8 +4,10 @@
 #include <QtConcurrent/QtConcurrentRun>
 
 #include "DiskScanKit/ByteFormat.h"
+#include "DiskScanKit/ChangeWords.h"
 #include "DiskScanKit/FileNode.h"
 #include "DiskScanKit/Paths.h"
+#include "DiskScanKit/ScanReport.h"
 #include "support/QtText.h"
 #include "support/ThreadName.h"
 
@@ -13,19 +15,9 @@ namespace tessel {
 
 namespace {
 
-QString dateText(double date) { return localDate(ReferenceDate::timePoint(date), QStringLiteral("d MMM yyyy, HH:mm")); }
+QString dateText(double date) { return toQString(ScanReport::readableDate(ReferenceDate::timePoint(date))); }
 
 QString sizeText(std::int64_t bytes) { return toQString(ByteFormat::string(bytes)); }
-
-QString kindTitle(SnapshotChange::Kind kind) {
-    switch (kind) {
-    case SnapshotChange::Kind::grew: return QStringLiteral("Grew");
-    case SnapshotChange::Kind::shrank: return QStringLiteral("Shrank");
-    case SnapshotChange::Kind::appeared: return QStringLiteral("New");
-    case SnapshotChange::Kind::disappeared: return QStringLiteral("Gone");
-    }
-    return {};
-}
 
 ScanSnapshot snapshotOf(const ScannedTree::Reader& reader, double date) {
     const ScannedTree::Reader::Hold hold = reader.hold();
@@ -192,7 +184,7 @@ QVariantList ChangesModel::changeRows() const {
             {"path", path},
             {"name", toQString(Paths::lastComponent(change.path))},
             {"kind", toQString(SnapshotDiff::kindName(change.kind))},
-            {"title", kindTitle(change.kind)},
+            {"title", toQString(ChangeWords::kindTitle(change.kind))},
             {"delta", (delta < 0 ? QStringLiteral("−") : QStringLiteral("+")) + sizeText(delta < 0 ? -delta : delta)},
             {"sizes", sizeText(change.oldBytes) + QStringLiteral(" → ") + sizeText(change.newBytes)},
             {"newBytes", QVariant::fromValue<qint64>(change.newBytes)},
@@ -202,20 +194,20 @@ QVariantList ChangesModel::changeRows() const {
     return rows;
 }
 
+QString ChangesModel::nothingEarlierText() const { return toQString(ChangeWords::nothingEarlier()); }
+
+QString ChangesModel::nothingChangedText() const { return toQString(ChangeWords::nothingChanged()); }
+
 QString ChangesModel::lastErrorText() const {
-    return lastError_ ? QStringLiteral("That snapshot could not be read: ") + toQString(*lastError_) : QString();
+    return lastError_ ? toQString(ChangeWords::unreadable(*lastError_)) : QString();
 }
 
 QString ChangesModel::ruleText() const {
-    if (!rootPath_) return {};
-    const std::string_view name = *rootPath_ == "/" ? std::string_view("/") : Paths::lastComponent(*rootPath_);
-    return QStringLiteral("Files and folders in ") + toQString(name) + QStringLiteral(" that have changed by 50 MB or more.");
+    return rootPath_ ? toQString(ChangeWords::rule(*rootPath_)) : QString();
 }
 
 QString ChangesModel::baselineText() const {
-    if (!baseline_) return {};
-    return QStringLiteral("Since the scan of ") + dateText(baseline_->date) + QStringLiteral(", when it held ") +
-           sizeText(baseline_->totalBytes);
+    return baseline_ ? toQString(ChangeWords::since(baseline_->date, baseline_->totalBytes)) : QString();
 }
 
 } // namespace tessel

@@ -39,6 +39,8 @@ class ChangesModel : public QObject {
     Q_PROPERTY(QString saveError READ saveError NOTIFY snapshotsChanged)
     Q_PROPERTY(QString ruleText READ ruleText NOTIFY snapshotsChanged)
     Q_PROPERTY(QString baselineText READ baselineText NOTIFY changesChanged)
+    Q_PROPERTY(QString nothingEarlierText READ nothingEarlierText CONSTANT)
+    Q_PROPERTY(QString nothingChangedText READ nothingChangedText CONSTANT)
     Q_PROPERTY(int generation READ generation NOTIFY snapshotsChanged)
 
 public:
@@ -78,6 +80,8 @@ public:
     QString saveError() const { return saveError_; }
     QString ruleText() const;
     QString baselineText() const;
+    QString nothingEarlierText() const;
+    QString nothingChangedText() const;
 
     // The newest snapshot other than the one just saved.
     static std::optional<SnapshotInfo> earlier(const std::vector<SnapshotInfo>& snapshots,

@@ -1,7 +1,5 @@
 #include "tools/duplicates/DuplicateChoices.h"
 
-#include "support/QtText.h"
-
 #include <algorithm>
 #include <cctype>
 
@@ -31,37 +29,6 @@ QString orderName(Order order) {
     case Order::name: return QStringLiteral("name");
     }
     return QStringLiteral("reclaimable");
-}
-
-std::size_t keeperIndex(const DuplicateGroup& group, Keeping keeping) {
-    if (keeping == Keeping::original || group.files.empty()) return 0;
-    // The first of the oldest: among equal dates the keeper rule's order decides.
-    std::size_t oldest = 0;
-    for (std::size_t index = 1; index < group.files.size(); ++index)
-        if (group.files[index].modified < group.files[oldest].modified) oldest = index;
-    return oldest;
-}
-
-std::string keeperReason(const DuplicateGroup& group, std::size_t keeper, Keeping keeping, const std::string& home) {
-    if (keeper >= group.files.size()) return {};
-    const DuplicateFile& kept = group.files[keeper];
-    if (keeping == Keeping::oldest) return "Kept as the oldest copy, last changed " + localDate(kept.modified, QStringLiteral("d MMM yyyy")).toStdString() + ".";
-    if (group.files.size() < 2) return "Kept: the only copy left.";
-    const std::vector<std::string> homeFolders = KeeperRule::folders(home);
-    const KeeperRule::Rank best = KeeperRule::rank(kept.path, homeFolders);
-    const KeeperRule::Rank next = KeeperRule::rank(group.files[keeper == 0 ? 1 : 0].path, homeFolders);
-    if (best.place != next.place) {
-        switch (best.place) {
-        case KeeperRule::Place::organised:
-            return "Kept: it is filed in a folder inside " + KeeperRule::ownFolder(kept.path, homeFolders) + ".";
-        case KeeperRule::Place::standardFolder: return "Kept: it sits in " + KeeperRule::ownFolder(kept.path, homeFolders) + ".";
-        case KeeperRule::Place::elsewhere:
-        case KeeperRule::Place::downloads: return "Kept: the other copies came in through Downloads.";
-        }
-    }
-    if (best.nameLooksCopied != next.nameLooksCopied) return "Kept: its name doesn't look like a copy.";
-    if (best.copiedFolders != next.copiedFolders) return "Kept: its folders don't look like copies or backups.";
-    return "Kept: the first by name, since nothing else tells the copies apart.";
 }
 
 std::vector<std::string> namesOf(const DuplicateFile& file) {

@@ -1,7 +1,8 @@
 #pragma once
-// The decisions of the duplicates room, apart from its state: which copy
-// stays under each way of choosing, why, what the ticked copies would free,
-// the order of the groups, and what a group is once some of its files went.
+// The decisions of the duplicates room, apart from its state: what the
+// ticked copies would free, the order of the groups, and what a group is once
+// some of its files went. Which copy stays and why is DuplicateWords', which
+// the command-line tool says too.
 
 #include <QString>
 
@@ -15,18 +16,10 @@
 
 namespace tessel::DuplicateChoices {
 
-// "Keep the Original" follows the keeper rule; "Keep the Oldest" keeps the
-// copy changed longest ago, which is most often the one the others were made from.
-enum class Keeping { original, oldest };
-
 // Kept under tessel.sort.duplicates as "reclaimable", "size", "copies" or "name".
 enum class Order { reclaimable, size, copies, name };
 Order orderFrom(const QString& raw);
 QString orderName(Order order);
-
-std::size_t keeperIndex(const DuplicateGroup& group, Keeping keeping);
-// One sentence on why the copy at `keeper` stays.
-std::string keeperReason(const DuplicateGroup& group, std::size_t keeper, Keeping keeping, const std::string& home);
 
 // A file's path and its other names: removing a copy removes all of them.
 std::vector<std::string> namesOf(const DuplicateFile& file);

@@ -223,7 +223,7 @@ void DuplicatesModel::refreshShown() {
         const bool present = keeper != keepers_.end() &&
                              std::any_of(group.files.begin(), group.files.end(),
                                          [&](const DuplicateFile& file) { return file.path == keeper->second; });
-        if (!present) keepers_[group.id] = group.files[DuplicateChoices::keeperIndex(group, keeping_)].path;
+        if (!present) keepers_[group.id] = group.files[DuplicateWords::keeperIndex(group, keeping_)].path;
     }
 }
 
@@ -236,10 +236,10 @@ void DuplicatesModel::publish() {
     emit ticksChanged();
 }
 
-void DuplicatesModel::chooseKeepers(DuplicateChoices::Keeping keeping) {
+void DuplicatesModel::chooseKeepers(DuplicateWords::Keeping keeping) {
     keeping_ = keeping;
     for (const DuplicateGroup& group : shown_) {
-        const std::string& keeper = group.files[DuplicateChoices::keeperIndex(group, keeping)].path;
+        const std::string& keeper = group.files[DuplicateWords::keeperIndex(group, keeping)].path;
         keepers_[group.id] = keeper;
         for (const DuplicateFile& file : group.files) {
             if (file.path == keeper) ticked_.erase(file.path);
@@ -250,8 +250,8 @@ void DuplicatesModel::chooseKeepers(DuplicateChoices::Keeping keeping) {
     publish();
 }
 
-void DuplicatesModel::keepOriginal() { chooseKeepers(DuplicateChoices::Keeping::original); }
-void DuplicatesModel::keepOldest() { chooseKeepers(DuplicateChoices::Keeping::oldest); }
+void DuplicatesModel::keepOriginal() { chooseKeepers(DuplicateWords::Keeping::original); }
+void DuplicatesModel::keepOldest() { chooseKeepers(DuplicateWords::Keeping::oldest); }
 
 void DuplicatesModel::setOrder(const QString& raw) {
     const DuplicateChoices::Order order = DuplicateChoices::orderFrom(raw);
@@ -317,26 +317,11 @@ void DuplicatesModel::removeTicked() {
 
 QString DuplicatesModel::summary() const {
     if (!report_) return {};
-    QString text;
-    if (shown_.empty()) {
-        text = report_->wasCancelled ? QStringLiteral("Stopped before any identical files were settled.")
-                                     : QStringLiteral("No identical files of %1 or more among the %2 compared.")
-                                           .arg(sizeText(environment_.minimumBytes), counted(report_->filesExamined, "file", "files"));
-    } else {
-        std::int64_t reclaimable = 0;
-        for (const DuplicateGroup& group : shown_) reclaimable += group.reclaimableBytes;
-        text = QStringLiteral("%1 of identical files. Removing the extra copies would free %2.")
-                   .arg(counted(static_cast<std::int64_t>(shown_.size()), "group", "groups"), sizeText(reclaimable));
-        if (report_->wasCancelled) text = QStringLiteral("Stopped early. ") + text;
-    }
-    if (report_->unreadable > 0)
-        text += QStringLiteral(" %1 could not be read, or changed while being compared, and were left out.")
-                    .arg(counted(report_->unreadable, "file", "files"));
-    return text;
+    return toQString(DuplicateWords::summary(shown_, *report_, environment_.minimumBytes));
 }
 
 QString DuplicatesModel::keeping() const {
-    return keeping_ == DuplicateChoices::Keeping::oldest ? QStringLiteral("oldest") : QStringLiteral("original");
+    return keeping_ == DuplicateWords::Keeping::oldest ? QStringLiteral("oldest") : QStringLiteral("original");
 }
 
 DuplicateGroupList::Row DuplicatesModel::rowFor(std::size_t index) const {
@@ -370,7 +355,7 @@ DuplicateGroupList::Row DuplicatesModel::rowFor(std::size_t index) const {
             {QStringLiteral("sharing"), toQString(sharingWords(file))},
             {QStringLiteral("modified"), localDate(file.modified, QStringLiteral("d MMM yyyy"))},
             {QStringLiteral("isKeeper"), isKeeper},
-            {QStringLiteral("reason"), isKeeper ? toQString(DuplicateChoices::keeperReason(group, keeper, keeping_, environment_.home)) : QString()},
+            {QStringLiteral("reason"), isKeeper ? toQString(DuplicateWords::keeperReason(group, keeper, keeping_, environment_.home)) : QString()},
             {QStringLiteral("ticked"), ticked_.contains(file.path)},
             {QStringLiteral("otherNames"), others.join(QStringLiteral(", "))},
         };

@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "DiskScanKit/DuplicateFinder.h"
+#include "DiskScanKit/DuplicateWords.h"
 #include "scan/ScannedTree.h"
 #include "tools/duplicates/DuplicateChoices.h"
 #include "support/MainThreadRelay.h"
@@ -143,7 +144,7 @@ private:
         refreshShown();
         publish();
     }
-    void chooseKeepers(DuplicateChoices::Keeping keeping);
+    void chooseKeepers(DuplicateWords::Keeping keeping);
     DuplicateGroupList::Row rowFor(std::size_t index) const;
     void stopRunning();
 
@@ -167,7 +168,7 @@ private:
     std::map<std::string, std::string> keepers_;
     std::set<std::string> ticked_;
     std::set<std::string> gone_;
-    DuplicateChoices::Keeping keeping_ = DuplicateChoices::Keeping::original;
+    DuplicateWords::Keeping keeping_ = DuplicateWords::Keeping::original;
     DuplicateChoices::Order order_ = DuplicateChoices::Order::reclaimable;
 };
 

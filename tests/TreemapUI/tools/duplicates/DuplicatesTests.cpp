@@ -65,17 +65,17 @@ TEST(DuplicateChoicesKeeper, OldestIsTheEarliestAndTiesGoToTheKeeperRule) {
     const DuplicateGroup group = groupOf({copy("/home/ann/Downloads/a.bin", 10, 5), copy("/home/ann/Documents/a.bin", 10, 5),
                                           copy("/home/ann/Desktop/a copy.bin", 10, 1)});
     ASSERT_EQ(group.files[0].path, "/home/ann/Documents/a.bin");
-    EXPECT_EQ(DuplicateChoices::keeperIndex(group, DuplicateChoices::Keeping::original), 0u);
+    EXPECT_EQ(DuplicateWords::keeperIndex(group, DuplicateWords::Keeping::original), 0u);
     // Documents and Downloads are equally old: the keeper rule's order breaks the tie.
-    EXPECT_EQ(group.files[DuplicateChoices::keeperIndex(group, DuplicateChoices::Keeping::oldest)].path, "/home/ann/Documents/a.bin");
+    EXPECT_EQ(group.files[DuplicateWords::keeperIndex(group, DuplicateWords::Keeping::oldest)].path, "/home/ann/Documents/a.bin");
     const DuplicateGroup older = groupOf({copy("/home/ann/Documents/a.bin", 10, 2), copy("/home/ann/Downloads/a.bin", 10, 9)});
-    EXPECT_EQ(older.files[DuplicateChoices::keeperIndex(older, DuplicateChoices::Keeping::oldest)].path, "/home/ann/Downloads/a.bin");
+    EXPECT_EQ(older.files[DuplicateWords::keeperIndex(older, DuplicateWords::Keeping::oldest)].path, "/home/ann/Downloads/a.bin");
 }
 
 TEST(DuplicateChoicesKeeper, TheReasonNamesWhatSetTheKeeperApart) {
-    const auto reason = [](std::vector<DuplicateFile> files, DuplicateChoices::Keeping keeping = DuplicateChoices::Keeping::original) {
+    const auto reason = [](std::vector<DuplicateFile> files, DuplicateWords::Keeping keeping = DuplicateWords::Keeping::original) {
         const DuplicateGroup group = groupOf(std::move(files));
-        return DuplicateChoices::keeperReason(group, DuplicateChoices::keeperIndex(group, keeping), keeping, "/home/ann");
+        return DuplicateWords::keeperReason(group, DuplicateWords::keeperIndex(group, keeping), keeping, "/home/ann");
     };
     EXPECT_EQ(reason({copy("/home/ann/Desktop/a.bin", 1), copy("/home/ann/Documents/Taxes/a.bin", 1)}),
               "Kept: it is filed in a folder inside Documents.");
@@ -86,7 +86,7 @@ TEST(DuplicateChoicesKeeper, TheReasonNamesWhatSetTheKeeperApart) {
               "Kept: its name doesn't look like a copy.");
     EXPECT_EQ(reason({copy("/home/ann/stuff/b.bin", 1), copy("/home/ann/stuff/a.bin", 1)}),
               "Kept: the first by name, since nothing else tells the copies apart.");
-    EXPECT_TRUE(reason({copy("/home/ann/a.bin", 1, 3), copy("/home/ann/b.bin", 1, 1)}, DuplicateChoices::Keeping::oldest)
+    EXPECT_TRUE(reason({copy("/home/ann/a.bin", 1, 3), copy("/home/ann/b.bin", 1, 1)}, DuplicateWords::Keeping::oldest)
                     .starts_with("Kept as the oldest copy, last changed "));
 }
 

@@ -128,8 +128,8 @@ Item {
                     wrapMode: Text.Wrap
                     text: !room.changes.hasTree ? "Changes appear when the scan is done."
                           : emptyState.hasError ? "Could not compare"
-                          : emptyState.nothingEarlier ? "Nothing to compare with yet"
-                          : "Nothing changed by 50 MB or more"
+                          : emptyState.nothingEarlier ? room.changes.nothingEarlierText
+                          : room.changes.nothingChangedText
                     color: Style.theme.text
                     font.pixelSize: Style.headingSize
                     font.weight: Font.DemiBold

@@ -1,9 +1,10 @@
-#include "removal/RemovalSheet.h"
+#include "TrashKit/RemovalSheet.h"
 
 #include <algorithm>
 
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/Paths.h"
+#include "DiskScanKit/TextFormat.h"
 
 namespace tessel::RemovalSheet {
 
@@ -47,6 +48,22 @@ Row rowFor(const DeletionCandidate& candidate, std::optional<DeletionRefusal> re
 } // namespace
 
 std::string noun(std::size_t count) { return count == 1 ? "item" : "items"; }
+
+std::string movedTitle(std::size_t count) {
+    return "Moved " + TextFormat::counted(static_cast<std::int64_t>(count), "item", "items") + " to the Trash";
+}
+
+std::string movedDetail(std::int64_t bytes) {
+    return ByteFormat::string(bytes) + " in the Trash. Empty it to get the space back.";
+}
+
+std::string restoredTitle(std::size_t count) {
+    return "Put " + TextFormat::counted(static_cast<std::int64_t>(count), "item", "items") + " back";
+}
+
+std::string failedTitle(std::size_t count) {
+    return TextFormat::counted(static_cast<std::int64_t>(count), "item", "items") + " could not be moved";
+}
 
 std::string fileManagerName(Platform platform) { return platform == Platform::macOS ? "Finder" : "Files"; }
 

@@ -1,7 +1,8 @@
 #pragma once
-// The words of the confirmation that stands before anything moves: its title,
-// its heading when nothing can go, the body that explains the hand-off to the
-// file manager or the Trash, and the rows in their groups.
+// The words of a removal, as the app's confirmation and the command-line tool
+// both say them: the title, the heading when nothing can go, the body that
+// explains the hand-off to the file manager or the Trash, the rows in their
+// groups, and what is said once things have moved or come back.
 
 #include <string>
 #include <vector>
@@ -34,6 +35,13 @@ struct Sheet {
 
 // "item" or "items", after a count.
 std::string noun(std::size_t count);
+// "Moved 2 items to the Trash" and "8.9 MB in the Trash. Empty it to get the space back."
+std::string movedTitle(std::size_t count);
+std::string movedDetail(std::int64_t bytes);
+// "Put 2 items back"
+std::string restoredTitle(std::size_t count);
+// "1 item could not be moved"
+std::string failedTitle(std::size_t count);
 Sheet make(const DeletionPlan& plan, Platform platform = currentPlatform());
 // The name the file manager goes by here: "Finder" on macOS, "Files" elsewhere.
 std::string fileManagerName(Platform platform = currentPlatform());

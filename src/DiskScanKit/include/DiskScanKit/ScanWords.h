@@ -1,0 +1,21 @@
+#pragma once
+// What is said of a scan that did not read everything, in the app's notices
+// and the command-line tool's warnings alike.
+
+#include <cstdint>
+#include <string>
+
+namespace tessel::ScanWords {
+
+// "Skipped a folder that did not respond", "Skipped 3 folders that did not respond"
+std::string stalledTitle(std::int64_t count);
+// "2 folders could not be read"
+std::string unreadableTitle(std::int64_t count);
+// The sentence after it: what that means for the total.
+std::string unreadableDetail(std::int64_t count);
+// "1 folder is only in the cloud and was not downloaded."
+std::string cloudOnly(std::int64_t count);
+// "Scanned 12.0 MB"
+std::string finishedTitle(std::int64_t bytes);
+
+} // namespace tessel::ScanWords
