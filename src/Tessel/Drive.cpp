@@ -62,19 +62,13 @@ bool openRemovalSheet(TesselApp& app) {
     std::vector<DeletionCandidate> candidates;
     for (const FileNode* node : chosen) candidates.push_back({node->path(), node->totalBytes(), node->isDirectory()});
     app.session().removal()->prepare(candidates);
-    QElapsedTimer clock;
-    clock.start();
-    while (!app.session().removal()->hasPlan() && clock.elapsed() < 5000)
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    return app.session().removal()->hasPlan();
+    return waitUntil([&] { return app.session().removal()->hasPlan(); }, 5000);
 }
 
 void waitForChanges(TesselApp& app) {
-    QElapsedTimer clock;
-    clock.start();
-    do QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    while ((app.session().tools()->changes()->isLoading() || app.session().tools()->changes()->isComparing()) &&
-           clock.elapsed() < 10000);
+    settle(20);
+    ChangesModel* changes = app.session().tools()->changes();
+    waitUntil([&] { return !changes->isLoading() && !changes->isComparing(); }, 10000);
 }
 
 // The fixture is too small to change by the 50 MB a change must reach, so the
@@ -106,18 +100,14 @@ void compareWithAWeekBefore(TesselApp& app) {
 
 // The duplicates room starts comparing when it opens; true once it is done.
 bool waitForDuplicates(TesselApp& app) {
-    QElapsedTimer clock;
-    clock.start();
-    do QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    while (app.session().tools()->duplicates()->state() == DuplicatesModel::State::Working && clock.elapsed() < 20000);
-    return app.session().tools()->duplicates()->state() != DuplicatesModel::State::Working;
+    settle(20);
+    DuplicatesModel* duplicates = app.session().tools()->duplicates();
+    return waitUntil([&] { return duplicates->state() != DuplicatesModel::State::Working; }, 20000);
 }
 
 void waitForRemoval(TesselApp& app) {
-    QElapsedTimer clock;
-    clock.start();
-    do QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
-    while (app.session().removal()->isWorking() && clock.elapsed() < 10000);
+    settle(20);
+    waitUntil([&] { return !app.session().removal()->isWorking(); }, 10000);
 }
 
 } // namespace
@@ -129,21 +119,32 @@ QString firstProblem() {
     return problems.isEmpty() ? QString() : problems.first();
 }
 
-void settle(int milliseconds) {
-    QElapsedTimer clock;
-    clock.start();
-    while (clock.elapsed() < milliseconds) QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+bool waitUntil(const std::function<bool()>& done, int milliseconds) {
+    if (done()) return true;
+    // An event loop that sleeps between events, as the app's own does: a loop
+    // of processEvents() returns at once when nothing is pending, and would
+    // take a whole processor from the work being watched.
+    QEventLoop loop;
+    QTimer poll;
+    poll.setInterval(5);
+    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
+        if (done()) loop.quit();
+    });
+    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
+    poll.start();
+    loop.exec();
+    return done();
 }
 
+void settle(int milliseconds) { waitUntil([] { return false; }, milliseconds); }
+
 bool waitForScan(TesselApp& app, int seconds) {
-    QElapsedTimer clock;
-    clock.start();
-    while (clock.elapsed() < seconds * 1000) {
-        const ScanCoordinator::Stage stage = app.session().scan()->stage();
-        if (stage == ScanCoordinator::Stage::Ready || stage == ScanCoordinator::Stage::Failed) return true;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
-    }
-    return false;
+    return waitUntil(
+        [&] {
+            const ScanCoordinator::Stage stage = app.session().scan()->stage();
+            return stage == ScanCoordinator::Stage::Ready || stage == ScanCoordinator::Stage::Failed;
+        },
+        seconds * 1000);
 }
 
 int selfTest(TesselApp& app) {
@@ -318,12 +319,24 @@ int reportStalls(TesselApp& app) {
                     static_cast<long long>(ticks));
     };
     probe.start();
+    measure("first paint", [&] {
+        QQuickWindow* shown = app.window();
+        bool painted = false;
+        const QMetaObject::Connection once =
+            QObject::connect(shown, &QQuickWindow::frameSwapped, [&painted] { painted = true; });
+        waitUntil([&] { return painted; }, 10000);
+        QObject::disconnect(once);
+        settle(500); // the rooms' first figures and icons
+    });
     bool scanned = false;
-    measure("scan", [&] {
+    measure("scan until the map is shown", [&] {
+        app.session().launch();
         scanned = waitForScan(app, 600);
-        settle(1500); // the completion steps and the overview's figures
+        if (scanned) waitUntil([&] { return !app.session().spaceMap()->items().empty(); }, 60000);
+        std::printf("  the scan itself: %.0f ms\n", 1000 * app.session().scan()->result()->duration);
     });
     if (!scanned) return 1;
+    measure("after the scan: summary, snapshot, figures", [&] { settle(1500); });
     QQuickWindow* window = app.window();
     app.shell().setRoom("map");
     for (const char* style : {"cards", "treemap"}) {
@@ -337,6 +350,36 @@ int reportStalls(TesselApp& app) {
             }
         });
     }
+    // A thousand files to the Trash and back, the rooms following each time.
+    RemovalRoad* road = app.session().removal();
+    const ScanResult* tree = app.session().tree()->result();
+    // A thousand items, none inside another: files with nodes and folders without subfolders.
+    std::vector<DeletionCandidate> candidates;
+    std::vector<const FileNode*> stack{tree->root.get()};
+    while (!stack.empty() && candidates.size() < 1000) {
+        const FileNode* node = stack.back();
+        stack.pop_back();
+        const bool hasFolders = std::any_of(node->children().begin(), node->children().end(),
+                                            [](const FileNode* child) { return child->isDirectory(); });
+        if (node != tree->root.get() && (!node->isDirectory() || !hasFolders)) {
+            candidates.push_back({node->path(), node->totalBytes(), node->isDirectory()});
+            continue;
+        }
+        for (const FileNode* child : node->children()) stack.push_back(child);
+    }
+    measure("removal of 1,000 files and folders", [&] {
+        road->prepare(candidates);
+        waitUntil([&] { return road->hasPlan(); }, 60000);
+        road->confirm();
+        waitUntil([&] { return !road->isWorking(); }, 60000);
+        settle(1500);
+    });
+    std::printf("  moved %zu\n", road->lastOutcome() ? road->lastOutcome()->receipts.size() : std::size_t{0});
+    measure("undo", [&] {
+        road->undo();
+        waitUntil([&] { return !road->isWorking(); }, 60000);
+        settle(1500);
+    });
     return 0;
 }
 

@@ -6,6 +6,8 @@
 
 #include <QString>
 
+#include <functional>
+
 namespace tessel {
 
 class TesselApp;
@@ -16,6 +18,8 @@ namespace Drive {
 bool waitForScan(TesselApp& app, int seconds);
 // Lets the window lay out and paint.
 void settle(int milliseconds);
+// Runs the event loop until `done` holds or `milliseconds` pass; whether it holds.
+bool waitUntil(const std::function<bool()>& done, int milliseconds);
 
 int selfTest(TesselApp& app);
 // With `inFixture`, the scan is of the app's own fixture, whose Trash is its own too, so a

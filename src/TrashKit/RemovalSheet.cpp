@@ -49,6 +49,10 @@ Row rowFor(const DeletionCandidate& candidate, std::optional<DeletionRefusal> re
 
 std::string noun(std::size_t count) { return count == 1 ? "item" : "items"; }
 
+std::string moreRows(std::size_t count) {
+    return "…and " + TextFormat::grouped(static_cast<std::int64_t>(count)) + " more " + noun(count);
+}
+
 std::string movedTitle(std::size_t count) {
     return "Moved " + TextFormat::counted(static_cast<std::int64_t>(count), "item", "items") + " to the Trash";
 }

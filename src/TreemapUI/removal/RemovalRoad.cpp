@@ -4,7 +4,9 @@
 #include <QUrl>
 #include <QtConcurrent/QtConcurrentRun>
 
+#include <algorithm>
 #include <set>
+#include <span>
 
 #include "app/Notices.h"
 #include "linux/FileManagerHandOff.h"
@@ -15,9 +17,10 @@ namespace tessel {
 
 namespace {
 
+// The first rows of a group: a thousand rows would take the window a long moment to lay out.
 QVariantList rowsFor(const std::vector<RemovalSheet::Row>& rows) {
     QVariantList list;
-    for (const RemovalSheet::Row& row : rows)
+    for (const RemovalSheet::Row& row : std::span(rows).first(std::min(rows.size(), RemovalSheet::listedRows)))
         list.append(QVariantMap{{"path", toQString(row.path)},
                                 {"name", toQString(row.name)},
                                 {"bytes", static_cast<qint64>(row.bytes)},
@@ -43,17 +46,32 @@ RemovalRoad::RemovalRoad(RemovalEnvironment environment, ScannedTree& tree, QObj
 
 RemovalRoad::~RemovalRoad() { relay_->detach(); }
 
-void RemovalRoad::prepare(const std::vector<DeletionCandidate>& candidates, std::map<std::string, std::string> labels) {
+void RemovalRoad::prepare(std::vector<DeletionCandidate> candidates, std::map<std::string, std::string> labels) {
     if (isWorking_) return;
-    plan_ = DeletionGuard::plan(candidates, environment_.context, *environment_.files, environment_.extensionDatabase);
-    sheet_ = RemovalSheet::make(*plan_, environment_.context.platform);
-    for (std::vector<RemovalSheet::Row>* rows : {&sheet_.allowed, &sheet_.skipped, &sheet_.administrator})
-        for (RemovalSheet::Row& row : *rows)
-            if (auto label = labels.find(row.path); label != labels.end()) row.name = label->second;
-    emit planChanged();
+    const int request = ++planRequest_;
+    RemovalRoad* self = this;
+    // The guard looks at every candidate on the disk: a thousand of them take a
+    // while, which the window must not wait for.
+    (void)QtConcurrent::run(environment_.worker, [relay = relay_, self, request, candidates = std::move(candidates),
+                                                  labels = std::move(labels), environment = environment_] {
+        nameThisThread("Tessel.trash");
+        DeletionPlan plan =
+            DeletionGuard::plan(candidates, environment.context, *environment.files, environment.extensionDatabase);
+        RemovalSheet::Sheet sheet = RemovalSheet::make(plan, environment.context.platform);
+        for (std::vector<RemovalSheet::Row>* rows : {&sheet.allowed, &sheet.skipped, &sheet.administrator})
+            for (RemovalSheet::Row& row : *rows)
+                if (auto label = labels.find(row.path); label != labels.end()) row.name = label->second;
+        relay->post([self, request, plan = std::move(plan), sheet = std::move(sheet)]() mutable {
+            if (request != self->planRequest_ || self->isWorking_) return;
+            self->plan_ = std::move(plan);
+            self->sheet_ = std::move(sheet);
+            emit self->planChanged();
+        });
+    });
 }
 
 void RemovalRoad::cancel() {
+    ++planRequest_;
     if (!plan_) return;
     plan_.reset();
     sheet_ = {};
@@ -184,6 +202,11 @@ QString RemovalRoad::heading() const { return toQString(sheet_.heading); }
 QString RemovalRoad::body() const { return toQString(sheet_.body); }
 QString RemovalRoad::skippedTitle() const { return toQString(sheet_.skippedTitle); }
 QString RemovalRoad::administratorTitle() const { return toQString(sheet_.administratorTitle); }
+QString RemovalRoad::moreText(const std::vector<RemovalSheet::Row>& rows) {
+    return rows.size() > RemovalSheet::listedRows ? toQString(RemovalSheet::moreRows(rows.size() - RemovalSheet::listedRows))
+                                                  : QString();
+}
+
 QVariantList RemovalRoad::allowedRows() const { return rowsFor(sheet_.allowed); }
 QVariantList RemovalRoad::skippedRows() const { return rowsFor(sheet_.skipped); }
 QVariantList RemovalRoad::administratorRows() const { return rowsFor(sheet_.administrator); }

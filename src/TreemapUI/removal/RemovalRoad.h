@@ -53,6 +53,10 @@ class RemovalRoad : public QObject {
     Q_PROPERTY(QVariantList allowedRows READ allowedRows NOTIFY planChanged)
     Q_PROPERTY(QVariantList skippedRows READ skippedRows NOTIFY planChanged)
     Q_PROPERTY(QVariantList administratorRows READ administratorRows NOTIFY planChanged)
+    // Under each group that lists only its first rows: how many more there are.
+    Q_PROPERTY(QString allowedMore READ allowedMore NOTIFY planChanged)
+    Q_PROPERTY(QString skippedMore READ skippedMore NOTIFY planChanged)
+    Q_PROPERTY(QString administratorMore READ administratorMore NOTIFY planChanged)
     Q_PROPERTY(bool isWorking READ isWorking NOTIFY workingChanged)
     Q_PROPERTY(bool canUndo READ canUndo NOTIFY undoChanged)
     // Rises after every finished move or undo; lists of paths reload on it.
@@ -62,8 +66,9 @@ public:
     RemovalRoad(RemovalEnvironment environment, ScannedTree& tree, QObject* parent = nullptr);
     ~RemovalRoad() override;
 
-    // Judges the candidates and opens the confirmation; `labels` name rows by path.
-    void prepare(const std::vector<DeletionCandidate>& candidates, std::map<std::string, std::string> labels = {});
+    // Judges the candidates off the main thread, then opens the confirmation;
+    // `labels` name rows by path.
+    void prepare(std::vector<DeletionCandidate> candidates, std::map<std::string, std::string> labels = {});
     Q_INVOKABLE void cancel();
     // Moves what the plan allows, off the main thread.
     Q_INVOKABLE void confirm();
@@ -87,6 +92,9 @@ public:
     QVariantList allowedRows() const;
     QVariantList skippedRows() const;
     QVariantList administratorRows() const;
+    QString allowedMore() const { return moreText(sheet_.allowed); }
+    QString skippedMore() const { return moreText(sheet_.skipped); }
+    QString administratorMore() const { return moreText(sheet_.administrator); }
     bool isWorking() const { return isWorking_; }
     bool canUndo() const { return service_.canUndo() && !isWorking_; }
     int generation() const { return generation_; }
@@ -105,6 +113,7 @@ private:
         QString notice; // the notice offering Put Back, while it is the newest
     };
 
+    static QString moreText(const std::vector<RemovalSheet::Row>& rows);
     void setWorking(bool working);
     void moved(TrashOutcome outcome);
     void restored(const RestoreOutcome& outcome);
@@ -122,6 +131,8 @@ private:
     std::vector<Operation> history_;
     bool isWorking_ = false;
     int generation_ = 0;
+    // Rises with every plan asked for, and with a cancel: a plan that comes back late is dropped.
+    int planRequest_ = 0;
     struct Awaiting {
         QStringList paths;
         int seenGone = 0;

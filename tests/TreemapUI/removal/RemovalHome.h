@@ -9,6 +9,10 @@
 
 #include <QSignalSpy>
 
+#include <map>
+#include <string>
+#include <vector>
+
 #include "DiskScanKit/DiskScanner.h"
 #include "Fixture.h"
 #include "linux/FreedesktopTrash.h"
@@ -33,6 +37,18 @@ protected:
     // Scans the home into the tree.
     void scanHome() { tree.replace(DiskScanner::scan(home)); }
     FileNode* node(const std::string& relative) const { return tree.nodeAt(home + "/" + relative); }
+
+    // The road judges off the main thread: until its plan stands.
+    static void waitForPlan(RemovalRoad& road) {
+        if (road.hasPlan()) return;
+        QSignalSpy planned(&road, &RemovalRoad::planChanged);
+        ASSERT_TRUE(planned.wait(5000));
+    }
+    static void prepare(RemovalRoad& road, std::vector<DeletionCandidate> candidates,
+                        std::map<std::string, std::string> labels = {}) {
+        road.prepare(std::move(candidates), std::move(labels));
+        waitForPlan(road);
+    }
 
     // Until the road's move or undo is done.
     static void waitFor(RemovalRoad& road) {

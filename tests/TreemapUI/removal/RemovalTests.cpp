@@ -61,7 +61,7 @@ TEST_F(Removing, AFolderAndAFileInsideItAreOneMoveAndTheTreeFollows) {
     RemovalRoad road(environment, tree);
     const std::int64_t before = tree.root()->totalBytes();
     FileNode* photos = node("photos");
-    road.prepare({candidate(photos), candidate(node("photos/a.jpg"))});
+    prepare(road, {candidate(photos), candidate(node("photos/a.jpg"))});
     ASSERT_TRUE(road.plan());
     EXPECT_EQ(road.plan()->allowed.size(), 1u) << "the file inside goes with its folder";
     QSignalSpy treeChanged(&tree, &ScannedTree::changed);
@@ -89,7 +89,7 @@ TEST_F(Removing, AFolderAndAFileInsideItAreOneMoveAndTheTreeFollows) {
 TEST_F(Removing, APartialFailureDetachesOnlyWhatMovedAndUndoRestoresIt) {
     RemovalRoad road(environment, tree);
     const std::int64_t before = tree.root()->totalBytes();
-    road.prepare({candidate(node("big.iso")), candidate(node("photos/b.jpg"))});
+    prepare(road, {candidate(node("big.iso")), candidate(node("photos/b.jpg"))});
     // Gone before the move: it fails, the other one moves.
     std::remove((home + "/photos/b.jpg").c_str());
     road.confirm();
@@ -120,7 +120,7 @@ TEST_F(Removing, WhatTheFileManagerTookLeavesTheTreeOnlyWhenReallyGone) {
 
 TEST_F(Removing, RowsCarryTheirLabelsAndListsHearThatTheRoadMoved) {
     RemovalRoad road(environment, tree);
-    road.prepare({{home + "/big.iso", 4 << 20, false}, {"/etc/hostname", 10, false}}, {{home + "/big.iso", "Old installer"}});
+    prepare(road, {{home + "/big.iso", 4 << 20, false}, {"/etc/hostname", 10, false}}, {{home + "/big.iso", "Old installer"}});
     ASSERT_EQ(road.allowedRows().size(), 1);
     EXPECT_EQ(road.allowedRows()[0].toMap()["name"], "Old installer");
     road.confirm();

@@ -124,7 +124,7 @@ protected:
         return now;
     }
     void confirm() {
-        ASSERT_TRUE(session->removal()->hasPlan());
+        ASSERT_TRUE(waitUntil([&] { return session->removal()->hasPlan(); })) << "the road judges off the main thread";
         QSignalSpy done(session->removal(), &RemovalRoad::finished);
         session->removal()->confirm();
         ASSERT_TRUE(done.count() > 0 || done.wait(5000)) << "working " << session->removal()->isWorking();

@@ -33,8 +33,13 @@ struct Sheet {
     std::vector<Row> administrator;
 };
 
+// A confirmation lists this many rows of a group, and says how many more there are.
+constexpr std::size_t listedRows = 100;
+
 // "item" or "items", after a count.
 std::string noun(std::size_t count);
+// "…and 900 more items", under a group that lists `listedRows` of its rows.
+std::string moreRows(std::size_t count);
 // "Moved 2 items to the Trash" and "8.9 MB in the Trash. Empty it to get the space back."
 std::string movedTitle(std::size_t count);
 std::string movedDetail(std::int64_t bytes);

@@ -100,15 +100,26 @@ Item {
         width: bar.scan.fraction !== undefined && bar.scan.fraction !== null ? parent.width * bar.scan.fraction : parent.width * 0.25
         x: bar.scan.fraction !== undefined && bar.scan.fraction !== null ? 0 : sweep.position * (parent.width * 0.75)
         Behavior on width { NumberAnimation { duration: 240 } }
+        // Without a size to go by, the bar steps along with each report of
+        // progress, a few times a second: a bar animated at every frame would
+        // take a processor the scan needs, and moving only when work was done
+        // says more.
         QtObject {
             id: sweep
             property real position: 0
+            property real step: 0.08
         }
-        SequentialAnimation {
-            running: progress.visible && (bar.scan.fraction === undefined || bar.scan.fraction === null)
-            loops: Animation.Infinite
-            NumberAnimation { target: sweep; property: "position"; from: 0; to: 1; duration: 1100; easing.type: Easing.InOutQuad }
-            NumberAnimation { target: sweep; property: "position"; from: 1; to: 0; duration: 1100; easing.type: Easing.InOutQuad }
+        Connections {
+            target: bar.scan
+            function onPhaseChanged() {
+                if (!progress.visible || (bar.scan.fraction !== undefined && bar.scan.fraction !== null)) return
+                let next = sweep.position + sweep.step
+                if (next > 1 || next < 0) {
+                    sweep.step = -sweep.step
+                    next = sweep.position + sweep.step
+                }
+                sweep.position = next
+            }
         }
     }
 }

@@ -30,6 +30,8 @@ Popup {
         id: group
         required property string heading
         required property var rows
+        // "…and 900 more items" when only the first rows are listed.
+        property string more: ""
         width: parent ? parent.width : 0
         spacing: 4
         visible: rows.length > 0
@@ -95,6 +97,13 @@ Popup {
                 }
             }
         }
+        Text {
+            visible: group.more.length > 0
+            text: group.more
+            color: Style.theme.secondaryText
+            font.pixelSize: Style.captionSize + 1
+            leftPadding: 10
+        }
     }
 
     contentItem: Flickable {
@@ -154,9 +163,13 @@ Popup {
                 wrapMode: Text.Wrap
                 lineHeight: 1.15
             }
-            Group { heading: ""; rows: sheet.removal.allowedRows }
-            Group { heading: sheet.removal.administratorTitle; rows: sheet.removal.administratorRows }
-            Group { heading: sheet.removal.skippedTitle; rows: sheet.removal.skippedRows }
+            Group { heading: ""; rows: sheet.removal.allowedRows; more: sheet.removal.allowedMore }
+            Group {
+                heading: sheet.removal.administratorTitle
+                rows: sheet.removal.administratorRows
+                more: sheet.removal.administratorMore
+            }
+            Group { heading: sheet.removal.skippedTitle; rows: sheet.removal.skippedRows; more: sheet.removal.skippedMore }
             Row {
                 anchors.right: parent.right
                 spacing: 10

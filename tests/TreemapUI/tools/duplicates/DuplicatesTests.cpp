@@ -247,6 +247,7 @@ TEST_F(DuplicatesRoom, RemovalGoesToTheTrashAndTheGroupsFollowItBack) {
     scanHome();
     lookAndWait(model);
     model.removeTicked();
+    waitForPlan(road);
     ASSERT_TRUE(road.hasPlan());
     EXPECT_EQ(road.allowedRows().size(), 3);
     road.confirm();
