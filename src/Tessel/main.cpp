@@ -46,6 +46,11 @@ int main(int argc, char** argv) {
     parser.addOptions({selfTest, screenshots, reportStalls});
     parser.process(app);
 
+    // The probe moves files to the Trash and back, so it only ever works on a folder named for it.
+    if (parser.isSet(reportStalls) && parser.positionalArguments().isEmpty()) {
+        std::fprintf(stderr, "tessel-app: --report-stalls needs the folder to work on: tessel-app --report-stalls PATH\n");
+        return 2;
+    }
     const bool driven = parser.isSet(selfTest) || parser.isSet(screenshots);
     if (driven) {
         // Nothing of the user's is read or written: settings, autostart and data go to test folders.

@@ -67,6 +67,10 @@ void SpaceMapModel::start(const std::shared_ptr<FileNode>& root) {
     selection_.reset();
     chosen_.clear();
     place_ = Place{root_.get(), Lens::all, std::nullopt};
+    showTreeAnew();
+}
+
+void SpaceMapModel::showTreeAnew() {
     ++treeRevision_;
     emit rootChanged();
     emit selectionChanged();
@@ -213,12 +217,7 @@ void SpaceMapModel::treeChanged() {
     std::erase_if(items_, gone);
     list_->reset(items_, placeBytes(), order());
     cache_.clear();
-    ++treeRevision_;
-    emit rootChanged();
-    emit selectionChanged();
-    emit placeChanged();
-    loadItems();
-    rebuildColumns();
+    showTreeAnew();
 }
 
 std::string SpaceMapModel::cacheKey() const {

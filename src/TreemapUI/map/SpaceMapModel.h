@@ -138,6 +138,8 @@ private:
     std::string cacheKey() const;
     bool isAttached(const FileNode* node) const;
     void rebuildColumns();
+    // The tree under the map changed: everything shown, the selection and the place are told so.
+    void showTreeAnew();
 
     ScannedTree& tree_;
     QSettings* settings_;
