@@ -14,6 +14,7 @@
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/TextFormat.h"
 #include "app/IconProvider.h"
+#include "map/FittedText.h"
 #include "map/MapList.h"
 #include "support/QtText.h"
 
@@ -30,9 +31,19 @@ Color fromQColor(const QColor& color) { return {color.redF(), color.greenF(), co
 
 QRectF qrect(const Rect& rect) { return {rect.x, rect.y, rect.width, rect.height}; }
 
-// Text cut to fit, with an ellipsis, so a long name never spills out of its card.
-void drawFitted(QPainter* painter, const QRectF& box, const QString& text, int flags) {
-    const QString shown = painter->fontMetrics().elidedText(text, Qt::ElideMiddle, static_cast<int>(box.width()));
+// How a text gives way when its box is too small.
+enum class Fit {
+    middle, // a name: cut in the middle, with an ellipsis
+    words,  // a label of ours that starts with a figure: whole words drop from its end
+};
+
+// Text made to fit, so nothing spills out of its card.
+void drawFitted(QPainter* painter, const QRectF& box, const QString& text, int flags, Fit fit = Fit::middle) {
+    const QFontMetricsF metrics(painter->font());
+    const QString shown =
+        fit == Fit::middle
+            ? metrics.elidedText(text, Qt::ElideMiddle, box.width())
+            : FittedText::wholeWords(text, box.width(), [&metrics](const QString& part) { return metrics.horizontalAdvance(part); });
     painter->drawText(box, flags | Qt::TextSingleLine, shown);
 }
 
@@ -216,6 +227,8 @@ void MapCanvas::paintCards(QPainter* painter) {
         }
 
         const QString name = toQString(card.item.name);
+        // "26 more items" and "3 smaller files" are ours; a node's name is the user's.
+        const Fit nameFit = card.item.node != nullptr ? Fit::middle : Fit::words;
         const QString note = toQString(FolderReadings::note(card.item.reading));
         // A folder the scan could not read whole says so beside its size.
         const QString size = toQString(ByteFormat::string(card.item.bytes)) + (note.isEmpty() ? QString() : " · " + note);
@@ -247,11 +260,11 @@ void MapCanvas::paintCards(QPainter* painter) {
             const double figuresWidth = figures.isEmpty() ? 0.0 : painter->fontMetrics().horizontalAdvance(figures) + 4.0;
             painter->setPen(softInk);
             drawFitted(painter, QRectF(band.right() - figuresWidth, band.top(), figuresWidth, band.height()), figures,
-                       Qt::AlignRight | Qt::AlignVCenter);
+                       Qt::AlignRight | Qt::AlignVCenter, Fit::words);
             painter->setFont(title);
             painter->setPen(ink);
             drawFitted(painter, QRectF(band.left() + iconSize + 8, band.top(), band.width() - iconSize - 12 - figuresWidth, band.height()),
-                       name, Qt::AlignLeft | Qt::AlignVCenter);
+                       name, Qt::AlignLeft | Qt::AlignVCenter, nameFit);
             continue;
         }
         switch (card.label) {
@@ -267,12 +280,12 @@ void MapCanvas::paintCards(QPainter* painter) {
             const QString both = share.isEmpty() ? size : size + "  ·  " + share;
             drawFitted(painter, QRectF(text.left(), text.bottom() - lineHeight, text.width(), lineHeight),
                        painter->fontMetrics().horizontalAdvance(both) <= text.width() ? both : size,
-                       Qt::AlignLeft | Qt::AlignBottom);
+                       Qt::AlignLeft | Qt::AlignBottom, Fit::words);
             painter->setFont(title);
             painter->setPen(ink);
             const double titleHeight = painter->fontMetrics().height();
             drawFitted(painter, QRectF(text.left(), text.bottom() - lineHeight - titleHeight - 1, text.width(), titleHeight),
-                       name, Qt::AlignLeft | Qt::AlignBottom);
+                       name, Qt::AlignLeft | Qt::AlignBottom, nameFit);
             break;
         }
         case CardLayout::Label::stacked: {
@@ -284,16 +297,17 @@ void MapCanvas::paintCards(QPainter* painter) {
             const double lineHeight = painter->fontMetrics().height();
             const double top = text.center().y() - (titleHeight + lineHeight) / 2;
             painter->setPen(softInk);
-            drawFitted(painter, QRectF(text.left(), top + titleHeight, text.width(), lineHeight), size, Qt::AlignLeft | Qt::AlignTop);
+            drawFitted(painter, QRectF(text.left(), top + titleHeight, text.width(), lineHeight), size, Qt::AlignLeft | Qt::AlignTop,
+                       Fit::words);
             painter->setFont(title);
             painter->setPen(ink);
-            drawFitted(painter, QRectF(text.left(), top, text.width(), titleHeight), name, Qt::AlignLeft | Qt::AlignTop);
+            drawFitted(painter, QRectF(text.left(), top, text.width(), titleHeight), name, Qt::AlignLeft | Qt::AlignTop, nameFit);
             break;
         }
         case CardLayout::Label::name:
             painter->setFont(title);
             painter->setPen(ink);
-            drawFitted(painter, box.adjusted(pad * 0.6, 0, -pad * 0.6, 0), name, Qt::AlignCenter);
+            drawFitted(painter, box.adjusted(pad * 0.6, 0, -pad * 0.6, 0), name, Qt::AlignCenter, nameFit);
             break;
         case CardLayout::Label::icon: {
             const double iconSize = std::min({level.icon * 0.7, box.width() - 6, box.height() - 6});
@@ -332,19 +346,21 @@ void MapCanvas::paintTiles(QPainter* painter) {
         const QColor ink = qcolor(tile.labelColor);
         painter->setPen(ink);
         const QString name = toQString(tile.name);
+        const Fit nameFit = tile.node != nullptr ? Fit::middle : Fit::words;
         const QString size = toQString(ByteFormat::string(tile.bytes));
         const QRectF band = qrect(tile.label.rect);
         if (tile.label.kind == TreemapTile::Label::Kind::header) {
             const double sizeWidth = std::min(metrics.horizontalAdvance(size) + 6, band.width() * 0.4);
             drawFitted(painter, QRectF(band.right() - sizeWidth - 4, band.top(), sizeWidth, band.height()), size,
-                       Qt::AlignRight | Qt::AlignVCenter);
+                       Qt::AlignRight | Qt::AlignVCenter, Fit::words);
             drawFitted(painter, QRectF(band.left() + 5, band.top(), band.width() - sizeWidth - 12, band.height()), name,
-                       Qt::AlignLeft | Qt::AlignVCenter);
+                       Qt::AlignLeft | Qt::AlignVCenter, nameFit);
         } else {
-            drawFitted(painter, QRectF(band.left(), band.top(), band.width(), metrics.height()), name, Qt::AlignLeft | Qt::AlignTop);
+            drawFitted(painter, QRectF(band.left(), band.top(), band.width(), metrics.height()), name, Qt::AlignLeft | Qt::AlignTop,
+                       nameFit);
             if (band.height() >= 2 * metrics.height())
                 drawFitted(painter, QRectF(band.left(), band.top() + metrics.height(), band.width(), metrics.height()), size,
-                           Qt::AlignLeft | Qt::AlignTop);
+                           Qt::AlignLeft | Qt::AlignTop, Fit::words);
         }
     }
 }
