@@ -18,6 +18,8 @@
 #include "DiskScanKit/ProcessLimits.h"
 #include "FixtureFolder.h"
 #include "app/QuietLaunch.h"
+#include "app/Rooms.h"
+#include "app/ShellModel.h"
 #include "scan/ScanCoordinator.h"
 #include "TesselApp.h"
 
@@ -43,7 +45,8 @@ int main(int argc, char** argv) {
     QCommandLineOption selfTest("self-test", "Load every room offscreen on a small fixture scan, then quit.");
     QCommandLineOption screenshots("screenshots", "Save a picture of every room, light and dark, into FOLDER.", "FOLDER");
     QCommandLineOption reportStalls("report-stalls", "Scan PATH, move 1,000 of its files and folders to the Trash and back, and print the longest main-thread stalls.");
-    parser.addOptions({selfTest, screenshots, reportStalls});
+    QCommandLineOption room("room", "Open on the room NAME: overview, map, search, large, duplicates, hidden, report, changes, …", "NAME");
+    parser.addOptions({selfTest, screenshots, reportStalls, room});
     parser.process(app);
 
     // The probe moves files to the Trash and back, so it only ever works on a folder named for it.
@@ -58,7 +61,12 @@ int main(int argc, char** argv) {
         Drive::watchMessages();
     }
     std::unique_ptr<FixtureFolder> fixture;
-    std::string initialPath = ScanCoordinator::initialPath(app.arguments());
+    if (parser.isSet(room) && !AppShell::Room::fromId(parser.value(room).toStdString())) {
+        std::fprintf(stderr, "tessel-app: there is no room called \"%s\"; the rooms are: %s\n",
+                     qPrintable(parser.value(room)), qPrintable(ShellModel::allRoomIds().join(", ")));
+        return 2;
+    }
+    std::string initialPath = ScanCoordinator::initialPath(parser.positionalArguments());
     if (driven && parser.positionalArguments().isEmpty()) {
         fixture = std::make_unique<FixtureFolder>();
         initialPath = fixture->path().toStdString();
@@ -81,6 +89,7 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "tessel-app: the window could not be loaded: %s\n", qPrintable(Drive::firstProblem()));
         return 1;
     }
+    if (parser.isSet(room)) tessel.shell().setRoom(parser.value(room));
     // The stall probe times the first paint on its own before it starts the scan.
     if (parser.isSet(reportStalls)) return Drive::reportStalls(tessel);
     tessel.session().launch();

@@ -36,10 +36,18 @@ QVariantList ShellModel::sections() const {
     return list;
 }
 
-QStringList ShellModel::roomIds() const {
+QStringList ShellModel::roomIds() const { return sidebarRoomIds(); }
+
+QStringList ShellModel::sidebarRoomIds() {
     QStringList ids;
     for (const AppShell::Section& section : AppShell::sections())
         for (const AppShell::Item& item : section.items) ids.append(toQString(item.room.id()));
+    return ids;
+}
+
+QStringList ShellModel::allRoomIds() {
+    QStringList ids = sidebarRoomIds();
+    ids.append(toQString(AppShell::Room{AppShell::Room::Kind::tool, ToolsView::Tool::changes}.id()));
     return ids;
 }
 

@@ -31,6 +31,9 @@ public:
     QString comingSentence() const;
     QVariantList sections() const;
     QStringList roomIds() const;
+    static QStringList sidebarRoomIds();
+    // Every room a launch may name: the sidebar's, and "changes", the report's first tab.
+    static QStringList allRoomIds();
     // A request by name: brings the window forward on that room. Returns whether it was understood.
     Q_INVOKABLE bool showRoom(const QString& name);
     // The Help menu's links: they open in the browser or mail app, on the user's click only.

@@ -63,9 +63,8 @@ ScanCoordinator::~ScanCoordinator() {
     scanThreads_.waitForDone();
 }
 
-std::string ScanCoordinator::initialPath(const QStringList& arguments) {
-    for (qsizetype i = 1; i < arguments.size(); ++i)
-        if (!arguments[i].startsWith('-')) return Paths::absolute(arguments[i].toStdString());
+std::string ScanCoordinator::initialPath(const QStringList& positionalArguments) {
+    if (!positionalArguments.isEmpty()) return Paths::absolute(toBytes(positionalArguments.front()));
     return "/";
 }
 

@@ -93,7 +93,7 @@ public:
     ~ScanCoordinator() override;
 
     // The path a launch asks for: the command line's folder, else the whole disk.
-    static std::string initialPath(const QStringList& arguments);
+    static std::string initialPath(const QStringList& positionalArguments);
 
     Q_INVOKABLE void start();
     Q_INVOKABLE void scan(const QString& path);

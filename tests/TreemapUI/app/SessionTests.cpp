@@ -2,6 +2,7 @@
 // session's completion steps run once, and the permission gate.
 #include <gtest/gtest.h>
 
+#include <QDir>
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QSignalSpy>
@@ -165,9 +166,10 @@ TEST(ScanCoordinatorRules, AccessIsMissingOnlyWhenDeniedAndManyFoldersFailed) {
     EXPECT_FALSE(ScanCoordinator::accessIsMissing(FullDiskAccessStatus::undetermined, 5000));
 }
 
-TEST(ScanCoordinatorRules, LaunchPathIsTheFirstArgumentThatIsNotAnOption) {
-    EXPECT_EQ(ScanCoordinator::initialPath({"tessel-app"}), "/");
-    EXPECT_EQ(ScanCoordinator::initialPath({"tessel-app", "--self-test", "/srv/data/"}), "/srv/data");
+TEST(ScanCoordinatorRules, LaunchPathIsTheFirstPathGivenMadeAbsolute) {
+    EXPECT_EQ(ScanCoordinator::initialPath({}), "/");
+    EXPECT_EQ(ScanCoordinator::initialPath({"/srv/data/", "/other"}), "/srv/data");
+    EXPECT_EQ(ScanCoordinator::initialPath({"data"}), QDir::currentPath().toStdString() + "/data");
 }
 
 TEST_F(ScanRoad, CompletionIsHandledOnceHoweverOftenItIsAsked) {
