@@ -9,7 +9,6 @@
 #include "app/Notices.h"
 #include "DiskScanKit/FileManager.h"
 #include "DiskScanKit/Paths.h"
-#include "linux/FileManagerHandOff.h"
 #include "scan/ScanSummary.h"
 #include "support/QtText.h"
 #include "TrashKit/SystemExtensionsInside.h"
@@ -28,6 +27,7 @@ AppSession::Dependencies AppSession::Dependencies::system(QSettings* settings, s
     dependencies.trash = makeSystemTrash();
     dependencies.bundlePath = QCoreApplication::applicationFilePath().toStdString();
     dependencies.snapshotDirectory = SnapshotStore::defaultDirectory();
+    dependencies.desktop = Desktop::system();
     return dependencies;
 }
 
@@ -35,10 +35,10 @@ AppSession::AppSession(Dependencies dependencies, QObject* parent)
     : QObject(parent), dependencies_(std::move(dependencies)), tree_(this), notifications_(this),
       removal_((trashWorker_.setMaxThreadCount(1), removalEnvironment()), tree_, this),
       scan_(dependencies_.scanEnvironment, dependencies_.initialPath, this),
-      tools_(tree_, removal_, dependencies_.settings, changesEnvironment(), dependencies_.home, this),
+      tools_(tree_, removal_, dependencies_.desktop, dependencies_.settings, changesEnvironment(), dependencies_.home, this),
       overview_(tree_, dependencies_.settings, dependencies_.home, this), spaceMap_(tree_, dependencies_.settings, this),
-      uninstall_(this), permissions_(this), largeFiles_(tree_, dependencies_.settings, this),
-      search_(tree_, dependencies_.settings, this) {
+      uninstall_(this), permissions_(this), largeFiles_(tree_, {&removal_, dependencies_.desktop}, dependencies_.settings, this),
+      search_(tree_, {&removal_, dependencies_.desktop}, dependencies_.settings, this) {
     if (qGuiApp != nullptr)
         connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
             if (state == Qt::ApplicationActive) removal_.applicationActivated();
@@ -71,14 +71,14 @@ RemovalEnvironment AppSession::removalEnvironment() {
     environment.worker = &trashWorker_;
     environment.notices = &notifications_;
     environment.extensionDatabase = SystemExtensionsInside::standardDatabase;
-    environment.reveal = [](const QStringList& paths) { FileManagerHandOff::reveal(paths); };
+    environment.reveal = dependencies_.desktop.reveal;
     return environment;
 }
 
 void AppSession::removeMapSelection() {
     std::vector<DeletionCandidate> candidates;
     auto add = [&](const FileNode* node) {
-        if (node != nullptr) candidates.push_back({node->path(), node->totalBytes(), node->isDirectory()});
+        if (node != nullptr) candidates.push_back(RemovalRoad::candidateFor(*node));
     };
     for (const MapItem& item : spaceMap_.chosen()) {
         add(item.node);

@@ -16,6 +16,7 @@
 #include <string>
 
 #include "app/AppNotifications.h"
+#include "app/Desktop.h"
 #include "app/PermissionsGate.h"
 #include "apps/UninstallModel.h"
 #include "lists/LargeFilesModel.h"
@@ -60,6 +61,8 @@ public:
         std::optional<std::string> bundlePath;
         // Where snapshots are kept; the home's data folder when left empty.
         std::string snapshotDirectory;
+        // The file manager and default applications; nothing happens when left empty.
+        Desktop desktop;
         static Dependencies system(QSettings* settings, std::string initialPath);
     };
 

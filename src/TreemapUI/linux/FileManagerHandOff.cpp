@@ -4,8 +4,8 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
 #include <QDesktopServices>
-#include <QFileInfo>
 #include <QUrl>
 
 #include <algorithm>
@@ -21,17 +21,26 @@ std::vector<DeletionCandidate> eligible(const std::vector<DeletionCandidate>& ca
 }
 
 void reveal(const QStringList& paths) {
+    if (paths.isEmpty()) return;
     QStringList uris;
-    for (const QString& path : paths) uris.append(QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded));
+    for (const QString& path : paths) uris.append(fileUrl(toBytes(path)).toString(QUrl::FullyEncoded));
+    // The folder that holds the first item, for when no file manager answers on the bus.
+    const std::string first = toBytes(paths.first());
+    const QUrl folder = fileUrl(first.substr(0, std::max<std::size_t>(first.rfind('/'), 1)));
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected()) {
+        QDesktopServices::openUrl(folder);
+        return;
+    }
     QDBusMessage call = QDBusMessage::createMethodCall("org.freedesktop.FileManager1", "/org/freedesktop/FileManager1",
                                                       "org.freedesktop.FileManager1", "ShowItems");
     call << uris << QString();
-    if (QDBusConnection::sessionBus().isConnected()) {
-        const QDBusMessage reply = QDBusConnection::sessionBus().call(call, QDBus::Block, 2000);
-        if (reply.type() == QDBusMessage::ReplyMessage) return;
-    }
-    // No file manager answers on the bus: open the folder that holds the first item.
-    if (!paths.isEmpty()) QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(paths.first()).absolutePath()));
+    // Asked without waiting: a file manager that is slow to start never holds the window.
+    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(call, 5000));
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, [folder](QDBusPendingCallWatcher* done) {
+        if (done->isError()) QDesktopServices::openUrl(folder);
+        done->deleteLater();
+    });
 }
 
 int gone(const QStringList& paths, const FileManager& files) {

@@ -4,8 +4,8 @@
 
 namespace tessel {
 
-LargeFilesModel::LargeFilesModel(ScannedTree& tree, QSettings* settings, QObject* parent)
-    : ListRoomModel(tree, settings, SettingsKey::sortLargeFiles, largestFirst, parent) {}
+LargeFilesModel::LargeFilesModel(ScannedTree& tree, RowActions actions, QSettings* settings, QObject* parent)
+    : ListRoomModel(tree, std::move(actions), settings, SettingsKey::sortLargeFiles, largestFirst, parent) {}
 
 void LargeFilesModel::fill() {
     refresh([](FileNode& tree) {

@@ -11,7 +11,7 @@ class LargeFilesModel : public ListRoomModel {
     QML_ELEMENT
     QML_UNCREATABLE("The session owns the large files")
 public:
-    LargeFilesModel(ScannedTree& tree, QSettings* settings, QObject* parent = nullptr);
+    LargeFilesModel(ScannedTree& tree, RowActions actions, QSettings* settings, QObject* parent = nullptr);
 
 protected:
     void fill() override;

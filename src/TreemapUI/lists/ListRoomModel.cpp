@@ -5,9 +5,11 @@
 
 namespace tessel {
 
-ListRoomModel::ListRoomModel(ScannedTree& tree, QSettings* settings, const char* orderKey, MapListOrder byDefault,
-                             QObject* parent)
-    : QObject(parent), tree_(tree), settings_(settings), orderKey_(orderKey), order_(byDefault) {
+ListRoomModel::ListRoomModel(ScannedTree& tree, RowActions actions, QSettings* settings, const char* orderKey,
+                             MapListOrder byDefault, QObject* parent)
+    : QObject(parent), tree_(tree), actions_(std::move(actions)), settings_(settings), orderKey_(orderKey),
+      order_(byDefault) {
+    rows_->setSelection(&selection_);
     if (settings_ != nullptr && orderKey_ != nullptr)
         order_ = MapListOrder::fromRawValue(settings_->value(orderKey_).toString().toStdString()).value_or(byDefault);
     connect(&tree_, &ScannedTree::replaced, this, &ListRoomModel::treeReplaced);
@@ -54,6 +56,60 @@ void ListRoomModel::treeReplaced() {
     fill();
 }
 
+std::vector<std::string> ListRoomModel::shownIds() const {
+    std::vector<std::string> ids;
+    ids.reserve(rows_->rows().size());
+    for (const NodeListModel::Row& row : rows_->rows()) ids.push_back(row.item.id);
+    return ids;
+}
+
+void ListRoomModel::selectionChanged() {
+    rows_->selectionChanged();
+    emit chosenChanged();
+}
+
+void ListRoomModel::choose(int row, int modifiers) {
+    if (row < 0) return;
+    selection_.click(shownIds(), static_cast<std::size_t>(row), RowActions::gestureOf(modifiers));
+    selectionChanged();
+}
+
+void ListRoomModel::pointAt(int row) {
+    if (row < 0) return;
+    selection_.pointAt(shownIds(), static_cast<std::size_t>(row));
+    selectionChanged();
+}
+
+void ListRoomModel::chooseNone() {
+    if (selection_.empty()) return;
+    selection_.clear();
+    selectionChanged();
+}
+
+std::vector<const FileNode*> ListRoomModel::chosenNodes() const {
+    std::vector<const FileNode*> nodes;
+    for (std::size_t index : selection_.indexesIn(shownIds()))
+        if (const FileNode* node = rows_->rows()[index].item.node) nodes.push_back(node);
+    return nodes;
+}
+
+qint64 ListRoomModel::chosenBytes() const {
+    std::int64_t sum = 0;
+    for (const FileNode* node : chosenNodes()) sum = checkedAdd(sum, node->totalBytes());
+    return sum;
+}
+
+QString ListRoomModel::chosenName() const {
+    const std::vector<const FileNode*> nodes = chosenNodes();
+    return nodes.size() == 1 ? toQString(nodes.front()->name()) : QString();
+}
+
+void ListRoomModel::moveChosenToTrash() { actions_.moveToTrash(chosenNodes()); }
+
+void ListRoomModel::showChosenInFiles() { actions_.showInFiles(chosenNodes()); }
+
+void ListRoomModel::openChosen() { actions_.open(chosenNodes()); }
+
 void ListRoomModel::setWorking(bool working) {
     if (working == working_) return;
     working_ = working;
@@ -71,8 +127,11 @@ void ListRoomModel::refresh(Work work) {
             if (generation != self->generation_) return;
             self->answer_ = {{}, answer.totalMatched, answer.totalBytes, answer.truncated};
             self->rows_->reset(root, std::move(answer.rows), root->totalBytes(), self->listOrder());
+            // What left the list is no longer chosen; what stayed still is.
+            self->selection_.keepOnly(self->shownIds());
             self->setWorking(false);
             emit self->listChanged();
+            emit self->chosenChanged();
         });
     });
 }

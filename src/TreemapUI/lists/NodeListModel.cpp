@@ -30,6 +30,10 @@ void NodeListModel::sort(MapListOrder order) {
     endResetModel();
 }
 
+void NodeListModel::selectionChanged() {
+    if (!rows_.empty()) emit dataChanged(index(0), index(rowCount() - 1), {ChosenRole});
+}
+
 void NodeListModel::clear() { reset(nullptr, {}, 0, {}); }
 
 int NodeListModel::rowCount(const QModelIndex& parent) const {
@@ -51,6 +55,7 @@ QVariant NodeListModel::data(const QModelIndex& index, int role) const {
     case DirectoryRole: return row.item.isNavigable();
     case NoteRole: return toQString(row.note);
     case RebuildsRole: return row.rebuildsItself;
+    case ChosenRole: return selection_ != nullptr && selection_->contains(row.item.id);
     default: return {};
     }
 }
@@ -58,7 +63,7 @@ QVariant NodeListModel::data(const QModelIndex& index, int role) const {
 QHash<int, QByteArray> NodeListModel::roleNames() const {
     return {{IdRole, "itemId"}, {NameRole, "name"},     {FolderRole, "folder"},       {KindRole, "kind"},
             {BytesRole, "bytes"}, {ShareRole, "share"}, {SymbolRole, "symbol"},       {DirectoryRole, "isDirectory"},
-            {NoteRole, "note"},   {RebuildsRole, "rebuildsItself"}};
+            {NoteRole, "note"},   {RebuildsRole, "rebuildsItself"}, {ChosenRole, "chosen"}};
 }
 
 } // namespace tessel

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "map/MapList.h"
+#include "support/RowSelection.h"
 
 namespace tessel {
 
@@ -29,7 +30,7 @@ public:
         bool rebuildsItself = false;
     };
     enum Role { IdRole = Qt::UserRole + 1, NameRole, FolderRole, KindRole, BytesRole, ShareRole, SymbolRole,
-                DirectoryRole, NoteRole, RebuildsRole };
+                DirectoryRole, NoteRole, RebuildsRole, ChosenRole };
 
     using QAbstractListModel::QAbstractListModel;
 
@@ -39,6 +40,10 @@ public:
     void sort(MapListOrder order);
     void clear();
     const std::vector<Row>& rows() const { return rows_; }
+    // Which rows are chosen; the room that owns the list owns the selection.
+    void setSelection(const RowSelection* selection) { selection_ = selection; }
+    // The selection changed: every row's chosen mark is read again.
+    void selectionChanged();
 
     int rowCount(const QModelIndex& parent = QModelIndex()) const override;
     QVariant data(const QModelIndex& index, int role) const override;
@@ -51,6 +56,7 @@ private:
     std::shared_ptr<FileNode> root_;
     std::vector<Row> rows_;
     std::int64_t total_ = 0;
+    const RowSelection* selection_ = nullptr;
 };
 
 } // namespace tessel

@@ -35,8 +35,8 @@ std::optional<std::int64_t> parseByteCount(const QString& text) {
     return static_cast<std::int64_t>(bytes);
 }
 
-SearchModel::SearchModel(ScannedTree& tree, QSettings* settings, QObject* parent)
-    : ListRoomModel(tree, settings, nullptr, largestFirst, parent), settings_(settings) {
+SearchModel::SearchModel(ScannedTree& tree, RowActions actions, QSettings* settings, QObject* parent)
+    : ListRoomModel(tree, std::move(actions), settings, nullptr, largestFirst, parent), settings_(settings) {
     // Searching as the user types, once typing pauses.
     debounce_.setSingleShot(true);
     debounce_.setInterval(typingPauseMilliseconds);

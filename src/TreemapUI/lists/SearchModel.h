@@ -34,7 +34,7 @@ class SearchModel : public ListRoomModel {
 public:
     static constexpr int mostRecent = 8;
 
-    SearchModel(ScannedTree& tree, QSettings* settings, QObject* parent = nullptr);
+    SearchModel(ScannedTree& tree, RowActions actions, QSettings* settings, QObject* parent = nullptr);
 
     QString text() const { return text_; }
     void setText(const QString& text);

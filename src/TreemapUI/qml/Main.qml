@@ -187,6 +187,8 @@ ApplicationWindow {
         anchors.right: parent.right
         anchors.bottom: parent.bottom
         anchors.margins: 20
+        // Above the room's own bar of actions, never over its buttons.
+        anchors.bottomMargin: 20 + (roomLoader.item && roomLoader.item.actionBarHeight ? roomLoader.item.actionBarHeight : 0)
         notices: window.session.notifications
     }
 

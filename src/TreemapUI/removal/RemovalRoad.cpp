@@ -33,6 +33,10 @@ QVariantList rowsFor(const std::vector<RemovalSheet::Row>& rows) {
 
 } // namespace
 
+DeletionCandidate RemovalRoad::candidateFor(const FileNode& node) {
+    return {node.path(), node.totalBytes(), node.isDirectory()};
+}
+
 RemovalRoad::RemovalRoad(RemovalEnvironment environment, ScannedTree& tree, QObject* parent)
     : QObject(parent), environment_(std::move(environment)), tree_(tree),
       service_(*environment_.files, *environment_.bin, RemovalEnvironment::undoDepth, nullptr,

@@ -66,6 +66,8 @@ public:
     RemovalRoad(RemovalEnvironment environment, ScannedTree& tree, QObject* parent = nullptr);
     ~RemovalRoad() override;
 
+    // A node of the tree as the guard sees it: its path, its size, whether it is a folder.
+    static DeletionCandidate candidateFor(const FileNode& node);
     // Judges the candidates off the main thread, then opens the confirmation;
     // `labels` name rows by path.
     void prepare(std::vector<DeletionCandidate> candidates, std::map<std::string, std::string> labels = {});

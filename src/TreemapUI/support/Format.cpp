@@ -16,4 +16,10 @@ QString Format::counted(qint64 value, const QString& one, const QString& many) c
 
 QString Format::share(qint64 part, qint64 whole) const { return toQString(TextFormat::share(part, whole)); }
 
+QString Format::chosen(qint64 count, qint64 bytes, const QString& name) const {
+    if (count <= 0) return {};
+    if (count == 1) return name + ", " + this->bytes(bytes) + ".";
+    return counted(count, "item", "items") + " selected, " + this->bytes(bytes) + " in all.";
+}
+
 } // namespace tessel

@@ -24,6 +24,9 @@ public:
     Q_INVOKABLE QString counted(qint64 value, const QString& one, const QString& many) const;
     // "12.3%", "<0.1%"; empty when the whole is nothing.
     Q_INVOKABLE QString share(qint64 part, qint64 whole) const;
+    // What is chosen in a map or a list: "notes.pdf, 4.0 MB.", "3 items selected, 12 MB in all.";
+    // empty with nothing chosen.
+    Q_INVOKABLE QString chosen(qint64 count, qint64 bytes, const QString& name) const;
 };
 
 } // namespace tessel

@@ -5,6 +5,7 @@
 #include <QDateTime>
 #include <QLocale>
 #include <QString>
+#include <QUrl>
 
 #include <chrono>
 #include <string>
@@ -57,6 +58,14 @@ inline std::string toBytes(const QString& text) {
     }
     flush(text.size());
     return bytes;
+}
+
+// A file: URL that names exactly the bytes of `path`: each byte that is not
+// plain ASCII is percent-encoded on its own, so a name that is not UTF-8
+// survives where QUrl::fromLocalFile would have replaced it.
+inline QUrl fileUrl(const std::string& path) {
+    const QByteArray bytes(path.data(), static_cast<qsizetype>(path.size()));
+    return QUrl::fromEncoded("file://" + bytes.toPercentEncoding("/"), QUrl::StrictMode);
 }
 
 // A moment of the engine's clock in the local time zone, as `format` writes it ("d MMM yyyy").

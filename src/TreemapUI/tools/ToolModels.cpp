@@ -4,9 +4,10 @@
 
 namespace tessel {
 
-ToolModels::ToolModels(ScannedTree& tree, RemovalRoad& road, QSettings* settings, ChangesModel::Environment changes,
-                       std::string home, QObject* parent)
-    : QObject(parent), settings_(settings), hidden_(tree, settings, this), changes_(std::move(changes), tree, this),
+ToolModels::ToolModels(ScannedTree& tree, RemovalRoad& road, const Desktop& desktop, QSettings* settings,
+                       ChangesModel::Environment changes, std::string home, QObject* parent)
+    : QObject(parent), settings_(settings), hidden_(tree, {&road, desktop}, settings, this),
+      changes_(std::move(changes), tree, {&road, desktop}, this),
       duplicates_({std::move(home), settings}, tree, road, this),
       report_(tree, &QDateTime::currentDateTime, this) {
     connect(&tree, &ScannedTree::replaced, this, [this] {

@@ -32,8 +32,8 @@ class ToolModels : public QObject {
     Q_PROPERTY(QString reportTab READ reportTab WRITE setReportTab NOTIFY reportTabChanged)
 public:
     // Each tool follows `tree` itself; those that remove go by `road`.
-    ToolModels(ScannedTree& tree, RemovalRoad& road, QSettings* settings, ChangesModel::Environment changes,
-               std::string home, QObject* parent = nullptr);
+    ToolModels(ScannedTree& tree, RemovalRoad& road, const Desktop& desktop, QSettings* settings,
+               ChangesModel::Environment changes, std::string home, QObject* parent = nullptr);
 
     QDateTime scannedAt() const { return scannedAt_; }
     HiddenFilesModel* hidden() { return &hidden_; }

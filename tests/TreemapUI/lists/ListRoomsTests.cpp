@@ -58,7 +58,7 @@ TEST_F(Tree, LargeFilesListsFilesOnlyLargestFirstAndKeepsTheOrder) {
     add(docs, "b.pdf", false, 300);
     add(root, "a.iso", false, 900);
     add(docs, "c.txt", false, 300);
-    LargeFilesModel files(scanned, &settings);
+    LargeFilesModel files(scanned, {}, &settings);
     publish();
     ASSERT_TRUE(settled(files));
     EXPECT_EQ(names(files), (QStringList{"a.iso", "b.pdf", "c.txt"}));
@@ -66,7 +66,7 @@ TEST_F(Tree, LargeFilesListsFilesOnlyLargestFirstAndKeepsTheOrder) {
     files.setOrder("name-descending");
     EXPECT_EQ(names(files), (QStringList{"c.txt", "b.pdf", "a.iso"}));
     EXPECT_EQ(settings.value("tessel.sort.largeFiles").toString(), "name-descending");
-    LargeFilesModel again(scanned, &settings);
+    LargeFilesModel again(scanned, {}, &settings);
     EXPECT_EQ(again.order(), "name-descending") << "the order comes back at the next launch";
 }
 
@@ -74,7 +74,7 @@ TEST_F(Tree, HiddenFilesCarryTheirNotes) {
     add(root, ".cache", true, 500);
     add(root, ".ssh", true, 10);
     add(root, "visible", true, 900);
-    HiddenFilesModel hidden(scanned, &settings);
+    HiddenFilesModel hidden(scanned, {}, &settings);
     publish();
     ASSERT_TRUE(settled(hidden));
     const std::vector<NodeListModel::Row>& rows = hidden.rows()->rows();
@@ -88,7 +88,7 @@ TEST_F(Tree, HiddenFilesCarryTheirNotes) {
 TEST_F(Tree, SearchSaysHowManyMatchedAndWhichAreShown) {
     for (int i = 0; i < 600; ++i) add(root, ("photo-" + std::to_string(i) + ".jpg").c_str(), false, 1000 + i);
     add(root, "notes.txt", false, 50);
-    SearchModel search(scanned, &settings);
+    SearchModel search(scanned, {}, &settings);
     publish();
     search.setText("PHOTO");
     search.run();
@@ -106,7 +106,7 @@ TEST_F(Tree, SearchSaysHowManyMatchedAndWhichAreShown) {
 }
 
 TEST_F(Tree, SearchBoundsThatCantBeReadStopTheSearch) {
-    SearchModel search(scanned, &settings);
+    SearchModel search(scanned, {}, &settings);
     publish();
     search.setMinimum("lots");
     EXPECT_FALSE(search.query());
@@ -117,7 +117,7 @@ TEST_F(Tree, SearchBoundsThatCantBeReadStopTheSearch) {
 }
 
 TEST_F(Tree, SearchRemembersRecentTextAndSavedQueries) {
-    SearchModel search(scanned, &settings);
+    SearchModel search(scanned, {}, &settings);
     publish();
     for (int i = 0; i < SearchModel::mostRecent + 2; ++i) {
         search.setText(QStringLiteral("word %1").arg(i));

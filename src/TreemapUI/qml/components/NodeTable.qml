@@ -3,10 +3,13 @@ import QtQuick.Controls
 import Tessel.UI
 
 // A table of items from the tree: name with its folder (or a note), kind and
-// size, sorted by clicking a heading.
+// size, sorted by clicking a heading. Rows are chosen by clicking (Ctrl or
+// Shift for more than one), opened by a double-click, and a right-click
+// offers what the chosen rows can do.
 Item {
     id: table
     required property ListRoomModel room
+    required property RemovalRoad removal
     property bool showsNotes: false
     property string emptyText
 
@@ -74,6 +77,12 @@ Item {
         visible: running
     }
 
+    RowMenu {
+        id: rowMenu
+        rows: table.room
+        removal: table.removal
+    }
+
     ListView {
         id: rows
         anchors.top: headings.bottom
@@ -94,10 +103,30 @@ Item {
             required property string symbol
             required property string note
             required property bool rebuildsItself
+            required property bool chosen
+            required property int index
             width: rows.width
             height: table.showsNotes && note.length > 0 ? Math.max(52, noteText.implicitHeight + 34) : 46
-            color: hover.hovered ? Style.mix(Style.theme.background, Style.theme.text, 0.04) : "transparent"
+            color: entry.chosen ? Qt.rgba(Style.theme.accent.r, Style.theme.accent.g, Style.theme.accent.b, 0.16)
+                 : hover.hovered ? Style.mix(Style.theme.background, Style.theme.text, 0.04) : "transparent"
             HoverHandler { id: hover }
+            MouseArea {
+                anchors.fill: parent
+                acceptedButtons: Qt.LeftButton | Qt.RightButton
+                onClicked: function(mouse) {
+                    if (mouse.button === Qt.RightButton) {
+                        table.room.pointAt(entry.index)
+                        rowMenu.popup()
+                    } else {
+                        table.room.choose(entry.index, mouse.modifiers)
+                    }
+                }
+                onDoubleClicked: function(mouse) {
+                    if (mouse.button !== Qt.LeftButton) return
+                    table.room.choose(entry.index, Qt.NoModifier)
+                    table.room.openChosen()
+                }
+            }
             Icon {
                 x: 12
                 y: 14

@@ -5,6 +5,7 @@ import Tessel.UI
 Item {
     id: room
     required property AppSession session
+    readonly property real actionBarHeight: actionBar.visible ? actionBar.height : 0
     readonly property LargeFilesModel files: session.largeFiles
 
     Text {
@@ -22,12 +23,22 @@ Item {
     NodeTable {
         anchors.top: heading.bottom
         anchors.topMargin: 12
-        anchors.bottom: parent.bottom
+        anchors.bottom: actionBar.visible ? actionBar.top : parent.bottom
         x: 16
         width: parent.width - 32
         room: room.files
+        removal: room.session.removal
         emptyText: room.files.hasTree
                    ? "No file here is large enough to be listed on its own: files under 1 MB count in their folders."
                    : "The largest files appear when the scan is done."
+    }
+
+    RowActionBar {
+        id: actionBar
+        anchors.bottom: parent.bottom
+        width: parent.width
+        visible: room.files.rows.count > 0
+        rows: room.files
+        removal: room.session.removal
     }
 }

@@ -7,6 +7,7 @@ import Tessel.UI
 Item {
     id: room
     required property AppSession session
+    readonly property real actionBarHeight: actionBar.visible ? actionBar.height : 0
     readonly property SearchModel search: session.search
 
     Column {
@@ -116,13 +117,23 @@ Item {
     NodeTable {
         anchors.top: controls.bottom
         anchors.topMargin: 10
-        anchors.bottom: parent.bottom
+        anchors.bottom: actionBar.visible ? actionBar.top : parent.bottom
         x: 16
         width: parent.width - 32
         room: room.search
+        removal: room.session.removal
         emptyText: !room.search.hasTree ? "Search works on the scan, once it is done."
                    : room.search.text.trim().length === 0 && room.search.rows.count === 0
                    ? "Type part of a name. Files under 1 MB are counted in their folders and have no name of their own here."
                    : ""
+    }
+
+    RowActionBar {
+        id: actionBar
+        anchors.bottom: parent.bottom
+        width: parent.width
+        visible: room.search.rows.count > 0
+        rows: room.search
+        removal: room.session.removal
     }
 }

@@ -9,6 +9,7 @@ Item {
     required property ThemeModel theme
     readonly property SpaceMapModel map: session.spaceMap
     readonly property string style: map.style
+    readonly property real actionBarHeight: footer.visible ? footer.height : 0
 
     // Until a scan stands there is nothing to map.
     Column {
@@ -211,10 +212,9 @@ Item {
             width: parent.width - trashButton.width - 16
             color: Style.theme.secondaryText
             font.pixelSize: Style.captionSize + 1
-            text: room.map.chosenCount > 1
-                  ? room.map.chosenCount + " items selected, " + Format.bytes(room.map.chosenBytes) + " in all."
-                  : room.map.chosenCount === 1
-                  ? room.map.selectionName + ", " + Format.bytes(room.map.selectionBytes) + "."
+            text: room.map.chosenCount > 0
+                  ? Format.chosen(room.map.chosenCount, room.map.chosenCount > 1 ? room.map.chosenBytes : room.map.selectionBytes,
+                                  room.map.selectionName)
                   : room.map.placeTitle + ": " + Format.bytes(room.map.placeBytes)
                     + ". Double-click to go in; Back comes out. Ctrl-click or Shift-click selects more than one."
             elide: Text.ElideRight

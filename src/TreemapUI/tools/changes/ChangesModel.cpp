@@ -5,6 +5,7 @@
 
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/ChangeWords.h"
+#include "DiskScanKit/CheckedSize.h"
 #include "DiskScanKit/FileNode.h"
 #include "DiskScanKit/Paths.h"
 #include "DiskScanKit/ScanReport.h"
@@ -26,8 +27,8 @@ ScanSnapshot snapshotOf(const ScannedTree::Reader& reader, double date) {
 
 } // namespace
 
-ChangesModel::ChangesModel(Environment environment, ScannedTree& tree, QObject* parent)
-    : QObject(parent), environment_(std::move(environment)), tree_(tree),
+ChangesModel::ChangesModel(Environment environment, ScannedTree& tree, RowActions actions, QObject* parent)
+    : QObject(parent), environment_(std::move(environment)), tree_(tree), actions_(std::move(actions)),
       store_(environment_.directory, *environment_.files) {
     connect(&tree_, &ScannedTree::replaced, this, &ChangesModel::scanCompleted);
     connect(&tree_, &ScannedTree::changed, this, [this] {
@@ -49,7 +50,7 @@ void ChangesModel::scanCompleted() {
     const std::string path = root->path();
     if (rootPath_ != path) {
         baseline_.reset();
-        changes_.clear();
+        setChanges({});
         lastError_.reset();
         snapshots_.clear();
         rootPath_ = path;
@@ -106,7 +107,7 @@ void ChangesModel::keepAndList(bool save, bool thenCompare) {
             }
             ++self->comparison_; // a comparison still under way answers for an older list
             self->isComparing_ = false;
-            self->changes_ = std::move(changes);
+            self->setChanges(std::move(changes));
             self->lastError_.reset();
             self->baseline_ = std::move(baseline);
             if (!self->baseline_ && !passedOver.empty()) {
@@ -146,7 +147,7 @@ void ChangesModel::compare(const SnapshotInfo& info) {
         }
         relay->post([self, generation, comparison, changes = std::move(changes), error]() mutable {
             if (generation != self->generation_ || comparison != self->comparison_) return;
-            self->changes_ = std::move(changes);
+            self->setChanges(std::move(changes));
             self->lastError_ = error;
             self->isComparing_ = false;
             emit self->changesChanged();
@@ -182,6 +183,8 @@ QVariantList ChangesModel::changeRows() const {
         const QString path = toQString(change.path);
         rows.append(QVariantMap{
             {"path", path},
+            // Only what still stands in the tree can be chosen and acted on.
+            {"present", root_ != nullptr && tree_.nodeAt(change.path) != nullptr},
             {"name", toQString(Paths::lastComponent(change.path))},
             {"kind", toQString(SnapshotDiff::kindName(change.kind))},
             {"title", toQString(ChangeWords::kindTitle(change.kind))},
@@ -193,6 +196,79 @@ QVariantList ChangesModel::changeRows() const {
     }
     return rows;
 }
+
+void ChangesModel::setChanges(std::vector<SnapshotChange> changes) {
+    changes_ = std::move(changes);
+    // A row that left, or whose item left the tree, is no longer chosen.
+    selection_.keepOnly(choosableIds());
+    selectionChanged();
+}
+
+std::vector<std::string> ChangesModel::choosableIds() const {
+    std::vector<std::string> ids;
+    ids.reserve(changes_.size());
+    for (const SnapshotChange& change : changes_)
+        ids.push_back(root_ != nullptr && tree_.nodeAt(change.path) != nullptr ? change.path : std::string());
+    return ids;
+}
+
+void ChangesModel::selectionChanged() {
+    ++selectionRevision_;
+    emit chosenChanged();
+}
+
+void ChangesModel::choose(int row, int modifiers) {
+    const std::vector<std::string> ids = choosableIds();
+    if (row < 0 || static_cast<std::size_t>(row) >= ids.size() || ids[static_cast<std::size_t>(row)].empty()) return;
+    selection_.click(ids, static_cast<std::size_t>(row), RowActions::gestureOf(modifiers));
+    // A range may cross rows of what is gone; they are never chosen.
+    selection_.keepOnly(ids);
+    selectionChanged();
+}
+
+void ChangesModel::pointAt(int row) {
+    const std::vector<std::string> ids = choosableIds();
+    if (row < 0 || static_cast<std::size_t>(row) >= ids.size() || ids[static_cast<std::size_t>(row)].empty()) return;
+    selection_.pointAt(ids, static_cast<std::size_t>(row));
+    selectionChanged();
+}
+
+void ChangesModel::chooseNone() {
+    if (selection_.empty()) return;
+    selection_.clear();
+    selectionChanged();
+}
+
+bool ChangesModel::isChosen(int row) const {
+    return row >= 0 && static_cast<std::size_t>(row) < changes_.size() &&
+           selection_.contains(changes_[static_cast<std::size_t>(row)].path);
+}
+
+std::vector<const FileNode*> ChangesModel::chosenNodes() const {
+    std::vector<const FileNode*> nodes;
+    if (root_ == nullptr) return nodes;
+    for (const SnapshotChange& change : changes_)
+        if (selection_.contains(change.path))
+            if (const FileNode* node = tree_.nodeAt(change.path)) nodes.push_back(node);
+    return nodes;
+}
+
+qint64 ChangesModel::chosenBytes() const {
+    std::int64_t sum = 0;
+    for (const FileNode* node : chosenNodes()) sum = checkedAdd(sum, node->totalBytes());
+    return sum;
+}
+
+QString ChangesModel::chosenName() const {
+    const std::vector<const FileNode*> nodes = chosenNodes();
+    return nodes.size() == 1 ? toQString(nodes.front()->name()) : QString();
+}
+
+void ChangesModel::moveChosenToTrash() { actions_.moveToTrash(chosenNodes()); }
+
+void ChangesModel::showChosenInFiles() { actions_.showInFiles(chosenNodes()); }
+
+void ChangesModel::openChosen() { actions_.open(chosenNodes()); }
 
 QString ChangesModel::nothingEarlierText() const { return toQString(ChangeWords::nothingEarlier()); }
 

@@ -2,7 +2,8 @@
 // Changes over time: after each scan a snapshot of it is kept, and the scan is
 // compared with the newest earlier snapshot of the same place, or with one the
 // user picks. The work happens off the main thread; `generation` rises with
-// each scan and results that a newer scan has overtaken are dropped.
+// each scan and results that a newer scan has overtaken are dropped. Rows of
+// what still stands in the tree can be chosen and acted on like any list's.
 
 #include <QObject>
 #include <QThreadPool>
@@ -18,8 +19,10 @@
 #include "DiskScanKit/FileManager.h"
 #include "DiskScanKit/SnapshotDiff.h"
 #include "DiskScanKit/SnapshotStore.h"
+#include "lists/RowActions.h"
 #include "scan/ScannedTree.h"
 #include "support/MainThreadRelay.h"
+#include "support/RowSelection.h"
 
 namespace tessel {
 
@@ -42,6 +45,12 @@ class ChangesModel : public QObject {
     Q_PROPERTY(QString nothingEarlierText READ nothingEarlierText CONSTANT)
     Q_PROPERTY(QString nothingChangedText READ nothingChangedText CONSTANT)
     Q_PROPERTY(int generation READ generation NOTIFY snapshotsChanged)
+    Q_PROPERTY(int chosenCount READ chosenCount NOTIFY chosenChanged)
+    Q_PROPERTY(qint64 chosenBytes READ chosenBytes NOTIFY chosenChanged)
+    Q_PROPERTY(QString chosenName READ chosenName NOTIFY chosenChanged)
+    Q_PROPERTY(bool canOpen READ canOpen NOTIFY chosenChanged)
+    // Rises with every change of the selection; rows bind their mark to it.
+    Q_PROPERTY(int selectionRevision READ selectionRevision NOTIFY chosenChanged)
 
 public:
     struct Environment {
@@ -54,7 +63,7 @@ public:
     // Follows `tree`: each new scan's snapshot is kept, the root's snapshots
     // listed and the newest earlier one compared with; a change compares the
     // tree as it now stands with the same baseline.
-    ChangesModel(Environment environment, ScannedTree& tree, QObject* parent = nullptr);
+    ChangesModel(Environment environment, ScannedTree& tree, RowActions actions, QObject* parent = nullptr);
     ~ChangesModel() override;
 
     // "Save Snapshot": keep the present tree as a point to compare against later.
@@ -83,6 +92,21 @@ public:
     QString nothingEarlierText() const;
     QString nothingChangedText() const;
 
+    // Rows that still stand in the tree can be chosen: a click, Ctrl-click, Shift-click.
+    Q_INVOKABLE void choose(int row, int modifiers);
+    Q_INVOKABLE void pointAt(int row);
+    Q_INVOKABLE void chooseNone();
+    Q_INVOKABLE bool isChosen(int row) const;
+    Q_INVOKABLE void moveChosenToTrash();
+    Q_INVOKABLE void showChosenInFiles();
+    Q_INVOKABLE void openChosen();
+    int chosenCount() const { return static_cast<int>(chosenNodes().size()); }
+    qint64 chosenBytes() const;
+    QString chosenName() const;
+    bool canOpen() const { return RowActions::canOpen(chosenNodes().size()); }
+    int selectionRevision() const { return selectionRevision_; }
+    std::vector<const FileNode*> chosenNodes() const;
+
     // The newest snapshot other than the one just saved.
     static std::optional<SnapshotInfo> earlier(const std::vector<SnapshotInfo>& snapshots,
                                                const std::optional<SnapshotInfo>& justSaved);
@@ -90,13 +114,21 @@ public:
 signals:
     void snapshotsChanged();
     void changesChanged();
+    void chosenChanged();
 
 private:
     void scanCompleted();
     void keepAndList(bool save, bool thenCompare);
+    void setChanges(std::vector<SnapshotChange> changes);
+    // The ids of the rows that can be chosen: what still stands in the tree; an empty id for the rest.
+    std::vector<std::string> choosableIds() const;
+    void selectionChanged();
 
     Environment environment_;
     ScannedTree& tree_;
+    RowActions actions_;
+    RowSelection selection_;
+    int selectionRevision_ = 0;
     SnapshotStore store_;
     QThreadPool worker_;
     std::shared_ptr<MainThreadRelay> relay_ = MainThreadRelay::make(this);

@@ -5,8 +5,8 @@
 
 namespace tessel {
 
-HiddenFilesModel::HiddenFilesModel(ScannedTree& tree, QSettings* settings, QObject* parent)
-    : ListRoomModel(tree, settings, SettingsKey::sortHiddenFiles, largestFirst, parent) {}
+HiddenFilesModel::HiddenFilesModel(ScannedTree& tree, RowActions actions, QSettings* settings, QObject* parent)
+    : ListRoomModel(tree, std::move(actions), settings, SettingsKey::sortHiddenFiles, largestFirst, parent) {}
 
 void HiddenFilesModel::fill() {
     refresh([](FileNode& tree) {

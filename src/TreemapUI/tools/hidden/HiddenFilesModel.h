@@ -12,7 +12,7 @@ class HiddenFilesModel : public ListRoomModel {
     QML_ELEMENT
     QML_UNCREATABLE("The tools own the hidden files")
 public:
-    HiddenFilesModel(ScannedTree& tree, QSettings* settings, QObject* parent = nullptr);
+    HiddenFilesModel(ScannedTree& tree, RowActions actions, QSettings* settings, QObject* parent = nullptr);
 
 protected:
     void fill() override;

@@ -31,7 +31,10 @@ protected:
     test::TempFolder folder;
     double clock = 800'000'000;
     ScannedTree tree;
-    ChangesModel model{{folder / "Snapshots", std::make_shared<LocalFileManager>(), [this] { return clock += 60; }}, tree};
+    QStringList revealed;
+    ChangesModel model{{folder / "Snapshots", std::make_shared<LocalFileManager>(), [this] { return clock += 60; }},
+                       tree,
+                       {nullptr, {[this](const QStringList& paths) { revealed = paths; }, {}}}};
 
     // A completed scan: the model keeps its snapshot and compares.
     void scan(std::shared_ptr<FileNode> root) {
@@ -99,6 +102,39 @@ TEST_F(Changes, AnotherRootStartsAfreshAndAChangeIsComparedWithoutBeingKept) {
     model.saveNow();
     settle();
     EXPECT_EQ(model.snapshots().size(), 3u);
+}
+
+TEST_F(Changes, OnlyRowsOfWhatStillStandsCanBeChosenAndActedOn) {
+    test::TreeBuilder before("/data");
+    FileNode* videos = before.folder(before.root, "Videos");
+    before.file(videos, "trip.mov", 100 * MB);
+    before.file(videos, "old.mov", 80 * MB);
+    scan(before.shared());
+    settle();
+    scan(scanOfData(180 * MB)); // trip.mov grew, old.mov is gone
+    settle();
+    ASSERT_EQ(model.changes().size(), 2u);
+    const QVariantList rows = model.changeRows();
+    const int grew = rows[0].toMap()["name"] == "trip.mov" ? 0 : 1;
+    const int gone = 1 - grew;
+    EXPECT_TRUE(rows[grew].toMap()["present"].toBool());
+    EXPECT_FALSE(rows[gone].toMap()["present"].toBool());
+
+    model.choose(gone, Qt::NoModifier);
+    EXPECT_EQ(model.chosenCount(), 0) << "what is gone can't be chosen";
+    model.choose(grew, Qt::NoModifier);
+    model.choose(gone, Qt::ControlModifier);
+    EXPECT_EQ(model.chosenCount(), 1);
+    EXPECT_TRUE(model.isChosen(grew));
+    EXPECT_EQ(model.chosenBytes(), 180 * MB);
+    model.showChosenInFiles();
+    EXPECT_EQ(revealed, QStringList{"/data/Videos/trip.mov"});
+
+    // Once it leaves the tree its row stays, as a change, but no longer chosen.
+    tree.detach({"/data/Videos/trip.mov"});
+    settle();
+    EXPECT_EQ(model.chosenCount(), 0);
+    EXPECT_FALSE(model.isChosen(grew));
 }
 
 TEST_F(Changes, AnOvertakenScanLeavesNoTrace) {

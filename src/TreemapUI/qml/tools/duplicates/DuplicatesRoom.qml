@@ -7,6 +7,7 @@ import Tessel.UI
 Item {
     id: room
     required property AppSession session
+    readonly property real actionBarHeight: footer.visible ? footer.height : 0
     readonly property DuplicatesModel duplicates: session.tools.duplicates
     readonly property bool working: duplicates.state === DuplicatesModel.Working
     readonly property bool hasGroups: duplicates.groups.count > 0

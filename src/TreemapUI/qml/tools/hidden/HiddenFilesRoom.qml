@@ -6,6 +6,7 @@ import Tessel.UI
 Item {
     id: room
     required property AppSession session
+    readonly property real actionBarHeight: actionBar.visible ? actionBar.height : 0
     readonly property HiddenFilesModel hidden: session.tools.hidden
 
     Text {
@@ -24,12 +25,22 @@ Item {
     NodeTable {
         anchors.top: heading.bottom
         anchors.topMargin: 12
-        anchors.bottom: parent.bottom
+        anchors.bottom: actionBar.visible ? actionBar.top : parent.bottom
         x: 16
         width: parent.width - 32
         room: room.hidden
+        removal: room.session.removal
         showsNotes: true
         emptyText: room.hidden.hasTree ? "Nothing hidden takes space here."
                                         : "Hidden files appear when the scan is done."
+    }
+
+    RowActionBar {
+        id: actionBar
+        anchors.bottom: parent.bottom
+        width: parent.width
+        visible: room.hidden.rows.count > 0
+        rows: room.hidden
+        removal: room.session.removal
     }
 }

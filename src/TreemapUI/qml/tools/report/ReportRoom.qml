@@ -11,6 +11,7 @@ Item {
     readonly property ToolModels tools: session.tools
     readonly property ChangesModel changes: session.tools.changes
     readonly property ReportView report: session.tools.report
+    readonly property real actionBarHeight: room.tools.reportTab === "changes" && room.changes.changes.length > 0 ? 52 : 0
 
     Segmented {
         id: tabs
@@ -153,11 +154,17 @@ Item {
                 visible: running
             }
 
+            RowMenu {
+                id: rowMenu
+                rows: room.changes
+                removal: room.session.removal
+            }
+
             ListView {
                 id: list
                 anchors.top: saveProblem.bottom
                 anchors.topMargin: 14
-                anchors.bottom: parent.bottom
+                anchors.bottom: changesBar.visible ? changesBar.top : parent.bottom
                 x: 16
                 width: parent.width - 32
                 clip: true
@@ -169,10 +176,32 @@ Item {
                     required property var modelData
                     required property int index
                     readonly property bool larger: modelData.kind === "grew" || modelData.kind === "appeared"
+                    // Read with the selection's revision, so the mark follows every click.
+                    readonly property bool chosen: room.changes.selectionRevision >= 0 && room.changes.isChosen(index)
                     width: list.width
                     height: 52
                     radius: Style.smallRadius
-                    color: index % 2 === 1 ? Style.mix(Style.theme.surface, Style.theme.text, 0.025) : "transparent"
+                    color: row.chosen ? Qt.rgba(Style.theme.accent.r, Style.theme.accent.g, Style.theme.accent.b, 0.16)
+                         : index % 2 === 1 ? Style.mix(Style.theme.surface, Style.theme.text, 0.025) : "transparent"
+                    // Only what still stands can be chosen; what is gone is a record.
+                    MouseArea {
+                        anchors.fill: parent
+                        enabled: row.modelData.present
+                        acceptedButtons: Qt.LeftButton | Qt.RightButton
+                        onClicked: function(mouse) {
+                            if (mouse.button === Qt.RightButton) {
+                                room.changes.pointAt(row.index)
+                                rowMenu.popup()
+                            } else {
+                                room.changes.choose(row.index, mouse.modifiers)
+                            }
+                        }
+                        onDoubleClicked: function(mouse) {
+                            if (mouse.button !== Qt.LeftButton) return
+                            room.changes.choose(row.index, Qt.NoModifier)
+                            room.changes.openChosen()
+                        }
+                    }
                     Icon {
                         id: kindIcon
                         x: 10
@@ -244,6 +273,16 @@ Item {
                         }
                     }
                 }
+            }
+
+            RowActionBar {
+                id: changesBar
+                anchors.bottom: parent.bottom
+                width: parent.width
+                visible: list.visible && room.changes.changes.length > 0
+                rows: room.changes
+                removal: room.session.removal
+                hint: "Click a row of what is still there to choose it; a right-click shows what it can do."
             }
         }
     }
