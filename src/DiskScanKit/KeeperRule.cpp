@@ -56,6 +56,7 @@
 // The first is kept; the others follow in this order.
 
 #include "DiskScanKit/DuplicateGroup.h"
+#include "DiskScanKit/NameBytes.h"
 
 #include <algorithm>
 #include <array>
@@ -114,24 +115,6 @@ Character decode(std::string_view text, std::size_t at) {
     return {code, length, true};
 }
 
-void encode(std::string& out, char32_t code) {
-    if (code < 0x80) {
-        out += static_cast<char>(code);
-    } else if (code < 0x800) {
-        out += static_cast<char>(0xc0 | (code >> 6));
-        out += static_cast<char>(0x80 | (code & 0x3f));
-    } else if (code < 0x10000) {
-        out += static_cast<char>(0xe0 | (code >> 12));
-        out += static_cast<char>(0x80 | ((code >> 6) & 0x3f));
-        out += static_cast<char>(0x80 | (code & 0x3f));
-    } else {
-        out += static_cast<char>(0xf0 | (code >> 18));
-        out += static_cast<char>(0x80 | ((code >> 12) & 0x3f));
-        out += static_cast<char>(0x80 | ((code >> 6) & 0x3f));
-        out += static_cast<char>(0x80 | (code & 0x3f));
-    }
-}
-
 // One character to one character: a letter whose lower case is two (İ) stays.
 char32_t lowerCase(char32_t c) {
     if (c >= 'A' && c <= 'Z') return c + ('a' - 'A');
@@ -147,7 +130,7 @@ std::string lowered(std::string_view text) {
     out.reserve(text.size());
     for (std::size_t i = 0; i < text.size();) {
         const Character c = decode(text, i);
-        if (c.valid) encode(out, lowerCase(c.code));
+        if (c.valid) Utf8::append(out, lowerCase(c.code));
         else out += text[i];
         i += c.length;
     }

@@ -90,4 +90,9 @@ std::string homeFolder() {
     return "/";
 }
 
+std::string xdgFolder(const char* variable, std::string_view home, std::string_view fallback) {
+    if (const char* value = std::getenv(variable); value != nullptr && value[0] == '/') return value;
+    return join(home, fallback);
+}
+
 } // namespace tessel::Paths

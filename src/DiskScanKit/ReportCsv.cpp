@@ -72,8 +72,8 @@ std::string csvField(std::string_view text) {
     return field;
 }
 
-std::string csv(const FileNode& root, TimePoint scannedAt, int limit) {
-    const Inventory listed = inventory(root, limit);
+std::string csv(const FileNode& root, TimePoint scannedAt, int limit, const Progress& progress) {
+    const Inventory listed = inventory(root, limit, progress);
     const std::string date = isoDate(scannedAt);
     std::string out = headerRow;
     out += rowEnd;

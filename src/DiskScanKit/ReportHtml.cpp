@@ -42,8 +42,13 @@ constexpr const char* foldersLabel = "Folders";
 constexpr const char* pathHeader = "Path";
 constexpr const char* sizeHeader = "Size";
 constexpr const char* shareHeader = "Share";
-constexpr const char* footerText =
+// How sizes are counted, in the words of the machine the page was made on:
+// Finder on a Mac, du on Linux, which counts allocated space as Tessel does.
+constexpr const char* macFooterText =
     "Sizes are the space allocated on disk, in decimal units, as Finder reports them. Made with Tessel.";
+constexpr const char* linuxFooterText =
+    "Sizes are the space allocated on disk, as du measures it, in decimal units (1 MB is 1,000,000 bytes). "
+    "Made with Tessel.";
 
 struct Section {
     const char* id;
@@ -229,8 +234,8 @@ std::string htmlEscaped(std::string_view text, bool breakingAfterSlashes) {
     return out;
 }
 
-std::string html(const FileNode& root, TimePoint scannedAt, int limit) {
-    const Inventory listed = inventory(root, limit);
+std::string html(const FileNode& root, TimePoint scannedAt, int limit, Platform platform, const Progress& progress) {
+    const Inventory listed = inventory(root, limit, progress);
     const std::string name = rootName(root);
     std::string out = pageHead;
     out += "<title>" + htmlEscaped(titlePrefix + name) + "</title>\n";
@@ -247,7 +252,8 @@ std::string html(const FileNode& root, TimePoint scannedAt, int limit) {
     out += "</dl>\n";
     appendSection(out, foldersSection, listed.folders, root, holdsLooseFiles(root));
     appendSection(out, filesSection, listed.files, root, false);
-    out += "<footer><p>" + htmlEscaped(footerText) + "</p></footer>\n";
+    out += "<footer><p>" + htmlEscaped(platform == Platform::macOS ? macFooterText : linuxFooterText) +
+           "</p></footer>\n";
     out += "</main>\n</body>\n</html>\n";
     return out;
 }

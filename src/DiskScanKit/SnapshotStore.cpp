@@ -141,10 +141,7 @@ SnapshotStore::SnapshotStore(std::string directory, const FileManager& files)
     : directory_(std::move(directory)), files_(files) {}
 
 std::string SnapshotStore::defaultDirectory() {
-    const char* dataHome = std::getenv("XDG_DATA_HOME");
-    const std::string base = dataHome != nullptr && dataHome[0] == '/' ? std::string(dataHome)
-                                                                        : Paths::homeFolder() + "/.local/share";
-    return base + "/Tessel/Snapshots";
+    return Paths::xdgFolder("XDG_DATA_HOME", Paths::homeFolder(), ".local/share") + "/Tessel/Snapshots";
 }
 
 std::string SnapshotStore::folderName(const std::string& rootPath) {

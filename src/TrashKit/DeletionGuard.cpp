@@ -5,30 +5,41 @@
 // before the user ticks it:
 //
 //   volume root, this program, the Trash, the volumes' trashes, keychain and
-//   cloud folders, system trees, /usr (but not /usr/local), standard folders
-//   themselves and every folder that holds the home folder, and anything
-//   inside an app or library bundle.
+//   cloud folders, system trees and package stores, /usr (but not
+//   /usr/local), standard folders themselves and every folder that holds the
+//   home folder, and anything inside an app or library bundle.
+//
+// Cloud folders are where a sync service mirrors the user's files to their
+// other devices: a file moved to the Trash there is deleted everywhere. macOS
+// keeps them all in two folders of the home's Library, rows of the table
+// below; on Linux each client keeps its own, named in its configuration, so
+// the context carries them (CloudFolders reads them once per plan, in
+// realContext). Package stores (Flatpak, Snap, Nix) are refused as the system:
+// their files belong to the package manager, which removes them itself.
 //
 // The disk pass runs only when the static pass found nothing. It first
 // follows the path to where it really is (AnchoredPath: links in its folders
 // resolved, ".." as the kernel takes it, the item itself not followed) and
-// gives that real path the static pass too, against the home folder and its
-// Trash both as given and as they really are: a link may lead anywhere, and
-// what is protected stays protected by whatever road it is reached. Then the
-// item must exist (links not followed), not be the top of a mounted disk,
-// still be what the tool saw (a file is not now a folder), be removable by
-// this user from its folder, and, for a folder, be writable itself (its ".."
-// changes when it moves) and carry no active system extension. So a missing
-// /usr/bin/x says "system path", never "missing": the first reason found is
-// the one shown.
+// gives that real path the static pass too, against the home folder, its
+// Trash and the cloud folders both as given and as they really are: a link may
+// lead anywhere, and what is protected stays protected by whatever road it is
+// reached. Then the item must exist (links not followed), not be the top of a
+// mounted disk, still be what the tool saw (a file is not now a folder), be
+// removable by this user from its folder, and, for a folder, be writable
+// itself (its ".." changes when it moves) and carry no active system
+// extension. So a missing /usr/bin/x says "system path", never "missing": the
+// first reason found is the one shown.
 //
-// Worked example, home /home/me on Linux:
+// Worked example, home /home/me on Linux, Dropbox syncing /home/me/Dropbox:
 //
 //   /home/me/Documents            protectedFolder (the folder stays)
 //   /home/me/Documents/old.pdf    may go, if it exists and we may move it
 //   /usr/bin/ls                   systemPath
 //   /usr/local/bin/tool           may go, as far as the static pass cares
+//   /var/lib/flatpak/app/x        systemPath: a package store
 //   /home/me/.local/share/Trash/files/x   inTrash
+//   /home/me/Dropbox/film.mkv     cloudSynced
+//   /home/me/pics/a.jpg           cloudSynced, with pics a link to /home/me/Dropbox/Photos
 //   /home/me/hop/Documents        protectedFolder, with hop a link to /home/me
 //   /home/me/..                   protectedFolder: it holds the home folder
 //
@@ -46,6 +57,7 @@
 #include "DiskScanKit/CheckedSize.h"
 #include "DiskScanKit/Packages.h"
 #include "DiskScanKit/Paths.h"
+#include "TrashKit/CloudFolders.h"
 #include "TrashKit/SystemExtensionsInside.h"
 
 namespace tessel {
@@ -58,6 +70,8 @@ struct RefusalText {
     std::string_view macOS;
     // Linux has no Finder and no macOS: the same sentences, for its desktop.
     std::string_view linux;
+    // Where Linux says it otherwise: no iCloud there, but many sync clients.
+    std::string_view linuxRawValue = {};
 };
 
 constexpr std::array<RefusalText, 12> refusalTexts{{
@@ -68,8 +82,8 @@ constexpr std::array<RefusalText, 12> refusalTexts{{
      "A standard folder. Its contents can be removed, but the folder itself stays."},
     {DeletionRefusal::keychain, "keychain", "Your keychain. Deleting it would lock you out of saved passwords.",
      "Your keychain. Deleting it would lock you out of saved passwords."},
-    {DeletionRefusal::iCloud, "iCloud", "Stored in iCloud. Deleting it here would remove it from every device.",
-     "Stored in iCloud. Deleting it here would remove it from every device."},
+    {DeletionRefusal::cloudSynced, "iCloud", "Stored in iCloud. Deleting it here would remove it from every device.",
+     "Kept in sync with a cloud service. Deleting it here would remove it from every device.", "cloudSynced"},
     {DeletionRefusal::volumeRoot, "volumeRoot", "The top of a disk.", "The top of a disk."},
     {DeletionRefusal::ownApplication, "ownApplication", "This app.", "This app."},
     {DeletionRefusal::missing, "missing", "No longer on disk. It may already have been removed.",
@@ -140,7 +154,10 @@ const std::vector<DeletionRefusal>& DeletionRefusals::all() {
     return refusals;
 }
 
-std::string_view DeletionRefusals::rawValue(DeletionRefusal refusal) { return textOf(refusal).rawValue; }
+std::string_view DeletionRefusals::rawValue(DeletionRefusal refusal, Platform platform) {
+    const RefusalText& text = textOf(refusal);
+    return platform == Platform::linuxOS && !text.linuxRawValue.empty() ? text.linuxRawValue : text.rawValue;
+}
 
 std::string_view DeletionRefusals::explanation(DeletionRefusal refusal, Platform platform) {
     return platform == Platform::macOS ? textOf(refusal).macOS : textOf(refusal).linux;
@@ -179,6 +196,17 @@ const std::vector<std::string>& protectedTrees(Platform platform) {
     return platform == Platform::macOS ? macOS : linux;
 }
 
+std::vector<std::string> packageStores(const std::string& home, Platform platform) {
+    if (platform == Platform::macOS) return {};
+    const std::string normalHome = normalize(home);
+    std::vector<std::string> stores{"/snap", "/var/lib/snapd", "/var/lib/flatpak", "/nix/store",
+                                    normalHome + "/.local/share/flatpak"};
+    // Flatpak keeps a user's installation in $XDG_DATA_HOME, wherever that is.
+    const std::string userFlatpak = normalize(Paths::xdgFolder("XDG_DATA_HOME", normalHome, ".local/share") + "/flatpak");
+    if (userFlatpak != stores.back()) stores.push_back(userFlatpak);
+    return stores;
+}
+
 std::vector<std::string> protectedFolders(const std::string& home, Platform platform) {
     const std::string normalHome = normalize(home);
     std::vector<std::string> folders;
@@ -212,9 +240,7 @@ bool isInVolumeTrash(std::string_view path, Platform platform) {
 
 std::string homeTrash(const std::string& home, Platform platform) {
     if (platform == Platform::macOS) return normalize(home + "/.Trash");
-    const char* dataHome = std::getenv("XDG_DATA_HOME");
-    if (dataHome != nullptr && dataHome[0] == '/') return normalize(std::string(dataHome) + "/Trash");
-    return normalize(home + "/.local/share/Trash");
+    return normalize(Paths::xdgFolder("XDG_DATA_HOME", home, ".local/share") + "/Trash");
 }
 
 std::optional<DeletionRefusal> staticRefusal(const std::string& path, const Context& context) {
@@ -230,12 +256,17 @@ std::optional<DeletionRefusal> staticRefusal(const std::string& path, const Cont
         for (const char* root : {"/Library/Keychains", "/Library/Mobile Documents", "/Library/CloudStorage"})
             if (isWithin(normal, home + root))
                 return std::string_view(root) == "/Library/Keychains" ? DeletionRefusal::keychain
-                                                                       : DeletionRefusal::iCloud;
+                                                                       : DeletionRefusal::cloudSynced;
     } else if (isWithin(normal, home + "/.local/share/keyrings")) {
         return DeletionRefusal::keychain;
     }
+    if (context.cloudFolders)
+        for (const std::string& folder : *context.cloudFolders)
+            if (isWithin(normal, normalize(folder))) return DeletionRefusal::cloudSynced;
     for (const std::string& tree : protectedTrees(platform))
         if (isWithin(normal, tree)) return DeletionRefusal::systemPath;
+    for (const std::string& store : packageStores(home, platform))
+        if (isWithin(normal, store)) return DeletionRefusal::systemPath;
     if (isWithin(normal, "/usr") && !isWithin(normal, "/usr/local")) return DeletionRefusal::systemPath;
     const std::vector<std::string> folders = protectedFolders(home, platform);
     if (std::find(folders.begin(), folders.end(), normal) != folders.end()) return DeletionRefusal::protectedFolder;
@@ -245,7 +276,7 @@ std::optional<DeletionRefusal> staticRefusal(const std::string& path, const Cont
     return std::nullopt;
 }
 
-Context realContext(const Context& context) {
+Context realContext(const Context& context, const FileManager& files) {
     auto real = [](const std::string& path) {
         return AnchoredPath::realPathOf(normalize(path)).value_or(path);
     };
@@ -253,13 +284,28 @@ Context realContext(const Context& context) {
     resolved.home = real(context.home);
     resolved.homeTrash = real(context.homeTrash.empty() ? homeTrash(context.home, context.platform) : context.homeTrash);
     if (context.bundlePath) resolved.bundlePath = real(*context.bundlePath);
+    std::vector<std::string> named;
+    if (context.cloudFolders) {
+        named = *context.cloudFolders;
+    } else if (context.platform == Platform::linuxOS) {
+        for (CloudFolders::Folder& folder : CloudFolders::find(CloudFolders::Places::of(context.home), files))
+            named.push_back(std::move(folder.path));
+    }
+    // Each folder as named and as it really is: with ~/Dropbox a link to
+    // /data/Dropbox, the first holds the link itself (an item is never
+    // followed), the second whatever another link leads into it.
+    std::vector<std::string>& both = resolved.cloudFolders.emplace();
+    for (const std::string& folder : named) {
+        for (std::string form : {normalize(folder), normalize(real(folder))})
+            if (std::find(both.begin(), both.end(), form) == both.end()) both.push_back(std::move(form));
+    }
     return resolved;
 }
 
 std::variant<AnchoredPath, DeletionRefusal> admit(const DeletionCandidate& candidate, const Context& context,
                                                   const FileManager& fileManager, const std::string& extensionDatabase) {
     if (std::optional<DeletionRefusal> found = staticRefusal(candidate.path, context)) return *found;
-    return admit(candidate, context, realContext(context), fileManager, extensionDatabase);
+    return admit(candidate, context, realContext(context, fileManager), fileManager, extensionDatabase);
 }
 
 std::variant<AnchoredPath, DeletionRefusal> admit(const DeletionCandidate& candidate, const Context& context,
@@ -323,7 +369,7 @@ std::vector<DeletionCandidate> collapseNested(std::vector<DeletionCandidate> can
 DeletionPlan plan(const std::vector<DeletionCandidate>& candidates, const Context& context,
                   const FileManager& fileManager, const std::string& extensionDatabase) {
     DeletionPlan result;
-    const Context real = realContext(context);
+    const Context real = realContext(context, fileManager);
     for (DeletionCandidate& candidate : collapseNested(candidates)) {
         std::variant<AnchoredPath, DeletionRefusal> judged = admit(candidate, context, real, fileManager, extensionDatabase);
         if (const DeletionRefusal* reason = std::get_if<DeletionRefusal>(&judged))

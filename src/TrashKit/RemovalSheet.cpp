@@ -20,7 +20,7 @@ Row rowFor(const DeletionCandidate& candidate, std::optional<DeletionRefusal> re
     row.name = std::string(Paths::lastComponent(candidate.path));
     row.bytes = candidate.bytes;
     if (!reason) return row;
-    row.reason = std::string(DeletionRefusals::rawValue(*reason));
+    row.reason = std::string(DeletionRefusals::rawValue(*reason, platform));
     row.explanation = std::string(DeletionRefusals::explanation(*reason, platform));
     const bool mac = platform == Platform::macOS;
     switch (*reason) {

@@ -39,7 +39,7 @@ TrashOutcome TrashService::trash(const DeletionPlan& plan, const DeletionGuard::
                                  const Progress& progress) {
     TrashOutcome outcome;
     const std::size_t total = plan.allowed.size();
-    const DeletionGuard::Context real = DeletionGuard::realContext(context);
+    const DeletionGuard::Context real = DeletionGuard::realContext(context, fileManager_);
     for (std::size_t index = 0; index < total; ++index) {
         const DeletionCandidate& candidate = plan.allowed[index];
         if (progress) progress(index, total);

@@ -1,6 +1,8 @@
 // LargestNodes, Packages, the inventory and the Full Disk Access probe.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
 #include <map>
 
 #include "DiskScanKit/FileManager.h"
@@ -104,6 +106,31 @@ TEST(Inventory, PackageContentsAreCountedButNotListed) {
     EXPECT_EQ(paths(inventory.files), (std::vector<std::string>{"/r/notes"}));
     EXPECT_EQ(inventory.folderCount, 2);
     EXPECT_EQ(inventory.fileCount, 4);
+}
+
+TEST(Inventory, ProgressFollowsTheBytesPassedAndEndsWhole) {
+    TreeBuilder t;
+    t.loose(t.root, 100);
+    FileNode* docs = t.folder(t.root, "docs", 300);
+    t.file(docs, "a", 100);
+    t.file(t.root, "big", 500);
+    std::vector<double> told;
+    ScanReport::inventory(*t.root, 10, [&](double fraction) { told.push_back(fraction); });
+    ASSERT_FALSE(told.empty());
+    EXPECT_DOUBLE_EQ(told.front(), 0.1) << "the root's own small files come first";
+    EXPECT_TRUE(std::adjacent_find(told.begin(), told.end(), std::greater_equal<>()) == told.end()) << "always rising";
+    EXPECT_DOUBLE_EQ(told.back(), 1.0);
+
+    TreeBuilder many;
+    for (int i = 0; i < 5000; ++i) many.file(many.root, "f" + std::to_string(i), 7);
+    told.clear();
+    ScanReport::inventory(*many.root, 10, [&](double fraction) { told.push_back(fraction); });
+    EXPECT_EQ(told.size(), 100u) << "once at each whole percent, not once a node";
+
+    TreeBuilder empty;
+    told.clear();
+    ScanReport::inventory(*empty.root, 10, [&](double fraction) { told.push_back(fraction); });
+    EXPECT_EQ(told, std::vector<double>{1.0}) << "a tree of no bytes is done at once";
 }
 
 TEST(Inventory, NegativeLimitListsNothing) {

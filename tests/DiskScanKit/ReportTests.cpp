@@ -130,8 +130,19 @@ TEST_F(Reports, PageHeaderSummaryAndFooter) {
               std::string::npos);
     EXPECT_NE(page.find("<div><dt>Total size</dt><dd>1.5 KB</dd></div>\n<div><dt>Files</dt><dd>1,200</dd></div>\n"
                         "<div><dt>Folders</dt><dd>1</dd></div>"), std::string::npos);
-    EXPECT_NE(page.find("<footer><p>Sizes are the space allocated on disk, in decimal units, as Finder reports "
-                        "them. Made with Tessel.</p></footer>"), std::string::npos);
+}
+
+TEST_F(Reports, FooterSaysHowSizesAreCountedInTheTermsOfItsPlatform) {
+    t.folder(t.root, "docs", 1500, 1200);
+    const std::string mac = ScanReport::html(*t.root, reportMoment(), 200, Platform::macOS);
+    const std::string onLinux = ScanReport::html(*t.root, reportMoment(), 200, Platform::linuxOS);
+    EXPECT_NE(mac.find("<footer><p>Sizes are the space allocated on disk, in decimal units, as Finder reports "
+                       "them. Made with Tessel.</p></footer>"), std::string::npos);
+    EXPECT_NE(onLinux.find("<footer><p>Sizes are the space allocated on disk, as du measures it, in decimal units "
+                         "(1 MB is 1,000,000 bytes). Made with Tessel.</p></footer>"), std::string::npos);
+    EXPECT_EQ(onLinux.find("Finder"), std::string::npos);
+    EXPECT_EQ(mac.substr(0, mac.find("<footer>")), onLinux.substr(0, onLinux.find("<footer>")))
+        << "everything but the footer is the same page";
 }
 
 TEST_F(Reports, PageRowSplitsThePathAndShowsSizeAndShare) {

@@ -40,7 +40,7 @@ TEST(DeletionGuardStatic, MacTablesAsWritten) {
     EXPECT_EQ(onMac("/Users/a/Library"), R::protectedFolder);
     EXPECT_EQ(onMac("/Users/a/Library/Caches"), std::nullopt);
     EXPECT_EQ(onMac("/Users/a/Library/Keychains/login.keychain-db"), R::keychain);
-    EXPECT_EQ(onMac("/Users/a/Library/CloudStorage/Drive/x"), R::iCloud);
+    EXPECT_EQ(onMac("/Users/a/Library/CloudStorage/Drive/x"), R::cloudSynced);
     EXPECT_EQ(onMac("/usr/local/bin/tool"), std::nullopt);
     EXPECT_EQ(onMac("/usr/bin/ls"), R::systemPath);
     EXPECT_EQ(onMac("/usr/localfoo"), R::systemPath) << "not within /usr/local";
@@ -75,6 +75,29 @@ TEST(DeletionGuardStatic, LinuxTablesKeepTheSystemAndTheStandardFolders) {
     EXPECT_EQ(onLinux("/run/media/me/USB"), R::volumeRoot);
     EXPECT_EQ(onLinux("/mnt/disk"), R::volumeRoot);
     EXPECT_EQ(onLinux("/opt/tessel/bin/tessel-app"), R::ownApplication);
+}
+
+TEST(DeletionGuardStatic, PackageStoresAreTheSystemsOwn) {
+    using R = DeletionRefusal;
+    for (const char* store : {"/snap", "/snap/firefox/4336/usr/lib/firefox", "/var/lib/snapd/snaps/core_1.snap",
+                              "/var/lib/flatpak", "/var/lib/flatpak/app/org.gimp.GIMP", "/nix/store",
+                              "/nix/store/0c5f-hello-2.12/bin/hello", "/home/me/.local/share/flatpak",
+                              "/home/me/.local/share/flatpak/app/com.spotify.Client/current"})
+        EXPECT_EQ(onLinux(store), R::systemPath) << store;
+    for (const char* near : {"/snapshots/old", "/nix/var/log/x", "/home/me/.local/share/flatpak-old", "/home/me/snap/x"})
+        EXPECT_EQ(onLinux(near), std::nullopt) << near;
+    EXPECT_EQ(onLinux("/home/me/.local/share/flatpak/"), R::systemPath) << "a trailing slash changes nothing";
+    EXPECT_TRUE(DeletionGuard::packageStores("/Users/a", Platform::macOS).empty()) << "the Mac tables stay as written";
+}
+
+TEST(DeletionGuardStatic, CloudFoldersTheContextHoldsAreCloudSynced) {
+    DeletionGuard::Context context{"/home/me", std::nullopt, Platform::linuxOS, "/home/me/.local/share/Trash"};
+    EXPECT_EQ(DeletionGuard::staticRefusal("/data/Dropbox/x", context), std::nullopt) << "none given, none read";
+    context.cloudFolders = {"/data/Dropbox/", "/home/me/Sync"};
+    EXPECT_EQ(DeletionGuard::staticRefusal("/data/Dropbox/x", context), DeletionRefusal::cloudSynced);
+    EXPECT_EQ(DeletionGuard::staticRefusal("/data/Dropbox", context), DeletionRefusal::cloudSynced);
+    EXPECT_EQ(DeletionGuard::staticRefusal("/data/Dropboxes", context), std::nullopt);
+    EXPECT_EQ(DeletionGuard::staticRefusal("/home/me/.local/share/Trash/files/Sync", context), DeletionRefusal::inTrash);
 }
 
 TEST(DeletionGuardOrder, StaticTestsComeBeforeTheDisk) {
@@ -153,5 +176,14 @@ TEST(DeletionRefusalWords, TwelveInOrderWithTheirRawValues) {
         const std::string_view words = DeletionRefusals::explanation(refusal, Platform::linuxOS);
         EXPECT_EQ(words.find("Finder"), std::string_view::npos) << words;
         EXPECT_EQ(words.find("macOS"), std::string_view::npos) << words;
+        EXPECT_EQ(words.find("iCloud"), std::string_view::npos) << words;
+        EXPECT_EQ(DeletionRefusals::rawValue(refusal, Platform::linuxOS).find("iCloud"), std::string_view::npos);
     }
+    // The one cloud case: its key and its sentence by platform.
+    EXPECT_EQ(DeletionRefusals::rawValue(DeletionRefusal::cloudSynced, Platform::macOS), "iCloud");
+    EXPECT_EQ(DeletionRefusals::explanation(DeletionRefusal::cloudSynced, Platform::macOS),
+              "Stored in iCloud. Deleting it here would remove it from every device.");
+    EXPECT_EQ(DeletionRefusals::rawValue(DeletionRefusal::cloudSynced, Platform::linuxOS), "cloudSynced");
+    EXPECT_EQ(DeletionRefusals::explanation(DeletionRefusal::cloudSynced, Platform::linuxOS),
+              "Kept in sync with a cloud service. Deleting it here would remove it from every device.");
 }

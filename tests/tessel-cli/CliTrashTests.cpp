@@ -3,6 +3,8 @@
 
 #include <unistd.h>
 
+#include <fstream>
+#include <map>
 #include <set>
 #include <string>
 
@@ -91,6 +93,35 @@ TEST_F(TrashHome, LinksAndDotDotAreJudgedWhereTheyLead) {
     EXPECT_EQ(report.at("receipts")[0].at("realPath"), home / "sub/victim");
     EXPECT_EQ(access((home / "victim").c_str(), F_OK), 0) << "the file the text names stays";
     EXPECT_EQ(access((home / "Documents").c_str(), F_OK), 0);
+}
+
+TEST_F(TrashHome, WhatACloudServiceSyncsOrAPackageManagerKeepsStays) {
+    const std::string synced = home / "Dropbox (Personal)";
+    test::makeFolder(synced);
+    test::writeFile(synced + "/plan.odt", 10);
+    test::makeFolder(home / ".dropbox");
+    std::ofstream(home / ".dropbox/info.json") << json{{"personal", {{"path", synced}}}}.dump();
+    test::makeFolder(home / "Dropbox");
+    test::writeFile(home / "Dropbox/old.zip", 10);
+
+    const Outcome outcome = run({"trash", "--dry-run", "--json", synced + "/plan.odt", home / "Dropbox/old.zip",
+                                 "/var/lib/flatpak/app/x", "/nix/store/x"});
+    EXPECT_EQ(outcome.status, 1);
+    const json report = json::parse(outcome.out);
+    std::map<std::string, std::string> reasons;
+    for (const json& refusal : report.at("refused")) {
+        reasons[refusal.at("path")] = refusal.at("reason");
+        if (refusal.at("reason") == "cloudSynced") {
+            EXPECT_EQ(refusal.at("explanation"),
+                      "Kept in sync with a cloud service. Deleting it here would remove it from every device.");
+        }
+    }
+    EXPECT_EQ(reasons, (std::map<std::string, std::string>{{synced + "/plan.odt", "cloudSynced"},
+                                                           {"/var/lib/flatpak/app/x", "systemPath"},
+                                                           {"/nix/store/x", "systemPath"}}));
+    ASSERT_EQ(report.at("allowed").size(), 1u) << "Dropbox syncs another folder than ~/Dropbox";
+    EXPECT_EQ(report.at("allowed")[0].at("path"), home / "Dropbox/old.zip");
+    EXPECT_EQ(access((synced + "/plan.odt").c_str(), F_OK), 0);
 }
 
 TEST_F(TrashHome, NoPathIsAUsageMistake) {

@@ -31,15 +31,20 @@ std::string drain(int fd) {
     return text;
 }
 
-// The environment, with the home folder and the data folder below it replaced.
+// The environment, with the home folder and the data, configuration and
+// state folders below it replaced, so that the home describes them all.
 std::vector<std::string> environmentWithHome(const std::string& home) {
+    const std::vector<std::pair<std::string, std::string>> replaced{{"HOME=", ""},
+                                                                    {"XDG_DATA_HOME=", "/.local/share"},
+                                                                    {"XDG_CONFIG_HOME=", "/.config"},
+                                                                    {"XDG_STATE_HOME=", "/.local/state"}};
     std::vector<std::string> variables;
     for (char** entry = environ; *entry != nullptr; ++entry) {
         const std::string variable = *entry;
-        if (!variable.starts_with("HOME=") && !variable.starts_with("XDG_DATA_HOME=")) variables.push_back(variable);
+        if (std::none_of(replaced.begin(), replaced.end(), [&](const auto& name) { return variable.starts_with(name.first); }))
+            variables.push_back(variable);
     }
-    variables.push_back("HOME=" + home);
-    variables.push_back("XDG_DATA_HOME=" + home + "/.local/share");
+    for (const auto& [name, below] : replaced) variables.push_back(name + home + below);
     return variables;
 }
 

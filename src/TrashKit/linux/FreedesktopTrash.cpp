@@ -154,8 +154,7 @@ bool rewriteDirectorySizes(const std::string& trash, const std::function<std::st
 FreedesktopTrash::Settings FreedesktopTrash::Settings::fromEnvironment() {
     Settings settings;
     settings.home = Paths::homeFolder();
-    const char* dataHome = std::getenv("XDG_DATA_HOME");
-    settings.dataHome = dataHome != nullptr && dataHome[0] == '/' ? std::string(dataHome) : settings.home + "/.local/share";
+    settings.dataHome = Paths::xdgFolder("XDG_DATA_HOME", settings.home, ".local/share");
     settings.user = geteuid();
     settings.now = [] { return std::time(nullptr); };
     return settings;

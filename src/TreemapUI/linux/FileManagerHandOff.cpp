@@ -15,8 +15,12 @@ namespace tessel::FileManagerHandOff {
 std::vector<DeletionCandidate> eligible(const std::vector<DeletionCandidate>& candidates,
                                         const DeletionGuard::Context& context, const FileManager& files) {
     std::vector<DeletionCandidate> kept;
-    for (const DeletionCandidate& candidate : candidates)
-        if (DeletionGuard::refusal(candidate, context, files, "") == DeletionRefusal::notPermitted) kept.push_back(candidate);
+    const DeletionGuard::Context real = DeletionGuard::realContext(context, files);
+    for (const DeletionCandidate& candidate : candidates) {
+        const std::variant<AnchoredPath, DeletionRefusal> judged = DeletionGuard::admit(candidate, context, real, files, "");
+        const DeletionRefusal* reason = std::get_if<DeletionRefusal>(&judged);
+        if (reason != nullptr && *reason == DeletionRefusal::notPermitted) kept.push_back(candidate);
+    }
     return kept;
 }
 

@@ -20,6 +20,8 @@ bool isValid(std::string_view text);
 std::string repaired(std::string_view text);
 // The code point of a well-formed sequence of `sequenceLength` bytes.
 char32_t codePoint(std::string_view sequence);
+// Appends the UTF-8 bytes of `code`; a surrogate or a value above U+10FFFF as U+FFFD.
+void append(std::string& out, char32_t code);
 } // namespace Utf8
 
 // The standard alphabet with padding (RFC 4648, section 4).

@@ -22,5 +22,9 @@ bool isWithin(std::string_view path, std::string_view ancestor);
 std::string join(std::string_view folder, std::string_view name);
 std::string_view lastComponent(std::string_view path);
 std::string homeFolder();
+// A folder of the XDG base directories: the environment's `variable` when it
+// holds an absolute path (the standard ignores a relative one), else `home`
+// followed by `fallback`: xdgFolder("XDG_CONFIG_HOME", home, ".config").
+std::string xdgFolder(const char* variable, std::string_view home, std::string_view fallback);
 
 } // namespace tessel::Paths

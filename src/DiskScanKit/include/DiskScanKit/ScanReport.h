@@ -2,9 +2,12 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "Base/Platform.h"
 
 namespace tessel {
 
@@ -19,9 +22,14 @@ struct Inventory {
     std::int64_t fileCount = 0;
 };
 
+// How far a walk of the tree has come, from 0 to 1: the share of the root's
+// bytes in the nodes it has passed. Called at each whole percent, and with 1
+// at the end.
+using Progress = std::function<void(double fraction)>;
+
 // The largest folders and files below `root` (the root itself not listed),
 // and how many of each the tree holds. Package contents are counted, not listed.
-Inventory inventory(const FileNode& root, int limit);
+Inventory inventory(const FileNode& root, int limit, const Progress& progress = {});
 
 // The writers: what leaves the application when a scan is exported. Each reads
 // the tree once and returns UTF-8 text; none of them touches the disk.
@@ -29,10 +37,12 @@ using TimePoint = std::chrono::system_clock::time_point;
 
 // A spreadsheet: a header row, the root, then up to `limit` folders and up to
 // `limit` files, largest first. Every row ends in CR LF, the last one too.
-std::string csv(const FileNode& root, TimePoint scannedAt, int limit);
+std::string csv(const FileNode& root, TimePoint scannedAt, int limit, const Progress& progress = {});
 // One self-contained web page with the totals and the largest folders and
-// files: no script, no image, nothing it would load from anywhere.
-std::string html(const FileNode& root, TimePoint scannedAt, int limit);
+// files: no script, no image, nothing it would load from anywhere. Its
+// footer says how sizes are counted, in the terms of `platform`.
+std::string html(const FileNode& root, TimePoint scannedAt, int limit, Platform platform = currentPlatform(),
+                 const Progress& progress = {});
 // A few lines for the clipboard: the totals and the five largest folders and files.
 std::string summaryText(const FileNode& root, TimePoint scannedAt);
 

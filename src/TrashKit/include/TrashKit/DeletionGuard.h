@@ -28,7 +28,9 @@ enum class DeletionRefusal {
     systemPath,
     protectedFolder,
     keychain,
-    iCloud,
+    // Inside a folder a cloud service keeps in sync: "iCloud" on macOS,
+    // "cloudSynced" on Linux, where many clients do it.
+    cloudSynced,
     volumeRoot,
     ownApplication,
     missing,
@@ -41,7 +43,8 @@ enum class DeletionRefusal {
 
 namespace DeletionRefusals {
 const std::vector<DeletionRefusal>& all();
-std::string_view rawValue(DeletionRefusal refusal);
+// The key scripts read; the cloud case has one per platform.
+std::string_view rawValue(DeletionRefusal refusal, Platform platform = currentPlatform());
 // The sentence beside a refused row, and the words of a failed move.
 std::string_view explanation(DeletionRefusal refusal, Platform platform = currentPlatform());
 // Refusals the file manager can still carry out for the user.
@@ -65,12 +68,18 @@ struct Context {
     Platform platform = currentPlatform();
     // The home's own Trash; on Linux $XDG_DATA_HOME/Trash, found when left empty.
     std::string homeTrash;
+    // Folders a cloud service keeps in sync with other devices. Left absent,
+    // realContext reads them from the sync clients' configurations in the
+    // home (CloudFolders), so that a plan or a trash run reads them once.
+    std::optional<std::vector<std::string>> cloudFolders = std::nullopt;
 };
 
 // The same places as the disk has them now: the home folder, its Trash and
 // the running program with every link on the way resolved. A place that
-// can't be followed stays as given.
-Context realContext(const Context& context);
+// can't be followed stays as given. Its cloud folders are the context's own,
+// or those `files` reads from the clients' configurations, each both as named
+// and as it really is.
+Context realContext(const Context& context, const FileManager& files);
 
 std::string normalize(std::string_view path);
 // Equal to `root`, or below it at a component boundary.
@@ -79,11 +88,15 @@ bool isWithin(std::string_view normalPath, std::string_view normalRoot);
 // Trees nothing is ever moved out of, and folders that stay although what
 // they hold may go.
 const std::vector<std::string>& protectedTrees(Platform platform = currentPlatform());
+// Where package managers keep what they installed (Flatpak, Snap, Nix), the
+// home's own Flatpak installation too: as much the system as /usr is.
+std::vector<std::string> packageStores(const std::string& home, Platform platform = currentPlatform());
 std::vector<std::string> protectedFolders(const std::string& home, Platform platform = currentPlatform());
 bool isInVolumeTrash(std::string_view path, Platform platform = currentPlatform());
 std::string homeTrash(const std::string& home, Platform platform = currentPlatform());
 
 // Pure string work, no disk: any tool may use it to hide a row that can't go.
+// The cloud folders count only when the context holds them.
 std::optional<DeletionRefusal> staticRefusal(const std::string& path, const Context& context);
 // The static test, then the disk: the path is followed to where it really
 // is, which must pass the static test too, then existence, a mount point,

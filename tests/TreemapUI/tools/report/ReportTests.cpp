@@ -6,6 +6,8 @@
 #include <QSignalSpy>
 #include <QTest>
 
+#include <algorithm>
+
 #include "Fixture.h"
 #include "scan/ScannedTree.h"
 #include "tools/changes/ChangesModel.h"
@@ -179,14 +181,36 @@ protected:
     test::TempFolder folder;
     ScannedTree tree;
     ReportView report{tree, [] { return QDateTime(QDate(2026, 3, 4), QTime(10, 30)); }};
-    void SetUp() override {
+    void SetUp() override { scan(scanOfData(100 * MB, "/Volumes/Disk:2")); }
+
+    void scan(std::shared_ptr<FileNode> root) {
         QSignalSpy ready(&report, &ReportView::treeChanged);
         ScanResult result;
-        result.root = scanOfData(100 * MB, "/Volumes/Disk:2");
+        result.root = std::move(root);
         tree.replace(std::move(result));
         ASSERT_TRUE(report.hasInventory() || ready.wait(5000));
     }
+
+    QUrl fileNamed(const std::string& name) const { return QUrl::fromLocalFile(QString::fromStdString(folder / name)); }
+
+    // Waits for the export under way to say how it went.
+    void finishExport() {
+        QElapsedTimer waited;
+        waited.start();
+        while (report.isExporting() && waited.elapsed() < 10000) QTest::qWait(5);
+        ASSERT_FALSE(report.isExporting());
+    }
 };
+
+// 40,000 files in 200 folders.
+std::shared_ptr<FileNode> largeScan() {
+    test::TreeBuilder tree("/big");
+    for (int f = 0; f < 200; ++f) {
+        FileNode* inside = tree.folder(tree.root, "folder " + std::to_string(f));
+        for (int i = 0; i < 200; ++i) tree.file(inside, "file " + std::to_string(i), 1000 + i);
+    }
+    return tree.shared();
+}
 
 TEST_F(Summary, TilesAndTheSuggestedName) {
     const QVariantList tiles = report.tiles();
@@ -197,22 +221,75 @@ TEST_F(Summary, TilesAndTheSuggestedName) {
     EXPECT_EQ(tiles[3].toMap()["value"].toString(), "Videos");
     EXPECT_EQ(report.suggestedName("csv"), "Tessel report -Volumes-Disk-2 2026-03-04.csv");
     EXPECT_TRUE(report.suggestedName("html").endsWith(".html"));
+    EXPECT_TRUE(report.summaryText().startsWith("/Volumes/Disk:2: 120 MB, scanned ")) << report.summaryText().toStdString();
+    const QString onLinux = ReportView::exportChoicesOn(Platform::linuxOS).front().toMap()["detail"].toString();
+    EXPECT_TRUE(onLinux.endsWith("Opens in LibreOffice Calc or any spreadsheet.")) << onLinux.toStdString();
+    EXPECT_TRUE(ReportView::exportChoicesOn(Platform::macOS).front().toMap()["detail"].toString().endsWith(
+        "Opens in Numbers or Excel."));
 }
 
 TEST_F(Summary, AnExportIsWrittenWholeOrLeavesNothing) {
-    const QString path = QString::fromStdString(folder / "report.csv");
-    report.exportTo("csv", QUrl::fromLocalFile(path));
+    report.exportTo("csv", fileNamed("report.csv"));
+    finishExport();
     EXPECT_EQ(report.lastSaved(), "Saved report.csv");
     EXPECT_TRUE(report.lastError().isEmpty());
-    QFile written(path);
+    QFile written(QString::fromStdString(folder / "report.csv"));
     ASSERT_TRUE(written.open(QIODevice::ReadOnly));
     EXPECT_TRUE(written.readAll().startsWith("Path,Kind,Allocated bytes,Size,Share of scan,Scanned\r\n"));
 
-    const QString nowhere = QString::fromStdString(folder / "missing/report.html");
-    report.exportTo("html", QUrl::fromLocalFile(nowhere));
+    report.exportTo("html", fileNamed("missing/report.html"));
     EXPECT_TRUE(report.lastSaved().isEmpty()) << "a new export clears the last one's words";
+    finishExport();
     EXPECT_TRUE(report.lastError().startsWith("Could not save the report: ")) << report.lastError().toStdString();
-    EXPECT_FALSE(QFile::exists(nowhere));
+    EXPECT_FALSE(QFile::exists(QString::fromStdString(folder / "missing/report.html")));
+}
+
+TEST_F(Summary, AnExportRunsInTheBackgroundAndSaysHowFarItHasCome) {
+    scan(largeScan());
+    std::vector<double> seen;
+    QObject::connect(&report, &ReportView::exportProgressChanged, &report, [&] {
+        if (report.isExporting()) seen.push_back(report.exportProgress());
+    });
+    report.exportTo("html", fileNamed("big.html"));
+    // The call returns at once; its words come from the main thread's queue, later.
+    EXPECT_TRUE(report.isExporting());
+    EXPECT_EQ(report.exportingText(), "Writing the web page…");
+    EXPECT_TRUE(report.lastSaved().isEmpty());
+    report.exportTo("csv", fileNamed("second.csv"));
+    EXPECT_EQ(report.exportingText(), "Writing the web page…") << "one export at a time";
+    finishExport();
+
+    EXPECT_EQ(report.lastSaved(), "Saved big.html");
+    EXPECT_FALSE(QFile::exists(QString::fromStdString(folder / "second.csv")));
+    EXPECT_EQ(report.exportProgress(), 0) << "no export runs";
+    ASSERT_GT(seen.size(), 10u) << "the view heard how far it had come";
+    EXPECT_EQ(seen.front(), 0);
+    EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
+    EXPECT_EQ(seen.back(), 1.0);
+    QFile page(QString::fromStdString(folder / "big.html"));
+    ASSERT_TRUE(page.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(page.readAll().contains("<dt>Files</dt><dd>40,000</dd>"));
+}
+
+TEST_F(Summary, AnExportOvertakenByANewScanLeavesNoWordsAndHoldsNothingUp) {
+    scan(largeScan());
+    report.exportTo("csv", fileNamed("old.csv"));
+    scan(scanOfData(100 * MB));
+    EXPECT_FALSE(report.isExporting()) << "the new scan's exports are free to start";
+    // The old export still writes the file it was asked for; what it says is dropped.
+    QElapsedTimer waited;
+    waited.start();
+    while (!QFile::exists(QString::fromStdString(folder / "old.csv")) && waited.elapsed() < 10000) QTest::qWait(5);
+    QTest::qWait(200);
+    EXPECT_TRUE(report.lastSaved().isEmpty());
+    EXPECT_TRUE(report.lastError().isEmpty());
+
+    report.exportTo("csv", fileNamed("new.csv"));
+    finishExport();
+    EXPECT_EQ(report.lastSaved(), "Saved new.csv");
+    QFile sheet(QString::fromStdString(folder / "new.csv"));
+    ASSERT_TRUE(sheet.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(sheet.readAll().contains("/data/Videos/trip.mov")) << "the new scan's";
 }
 
 } // namespace

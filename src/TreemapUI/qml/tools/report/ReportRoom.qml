@@ -362,17 +362,14 @@ Item {
                             font.weight: Font.DemiBold
                         }
                         Repeater {
-                            model: [
-                                ["csv", "Spreadsheet", "doc.text", "The largest folders and files, one per row, with their sizes and their share of this scan. Opens in Numbers or Excel."],
-                                ["html", "Web Page", "doc", "One page with the totals and the largest folders and files. Opens in any browser, and loads nothing from the internet."]
-                            ]
+                            model: room.report.exportChoices
                             Item {
                                 required property var modelData
                                 width: parent.width
                                 height: Math.max(exportText.implicitHeight, exportButton.implicitHeight)
                                 Icon {
                                     id: exportIcon
-                                    symbol: modelData[2]
+                                    symbol: modelData.symbol
                                     size: 20
                                     color: Style.theme.accent
                                     anchors.verticalCenter: parent.verticalCenter
@@ -386,7 +383,7 @@ Item {
                                     anchors.verticalCenter: parent.verticalCenter
                                     spacing: 2
                                     Text {
-                                        text: modelData[1]
+                                        text: modelData.title
                                         color: Style.theme.text
                                         font.pixelSize: Style.bodySize + 1
                                         font.weight: Font.Medium
@@ -394,7 +391,7 @@ Item {
                                     Text {
                                         width: parent.width
                                         wrapMode: Text.Wrap
-                                        text: modelData[3]
+                                        text: modelData.detail
                                         color: Style.theme.secondaryText
                                         font.pixelSize: Style.bodySize
                                     }
@@ -404,14 +401,32 @@ Item {
                                     anchors.right: parent.right
                                     anchors.verticalCenter: parent.verticalCenter
                                     text: "Export…"
-                                    onClicked: saveDialog.ask(modelData[0])
+                                    enabled: !room.report.isExporting
+                                    onClicked: saveDialog.ask(modelData.format)
                                 }
+                            }
+                        }
+                        // An export under way: what it writes, and how far it has read the scan.
+                        Column {
+                            width: parent.width
+                            spacing: 6
+                            visible: room.report.isExporting
+                            Text {
+                                text: room.report.exportingText
+                                color: Style.theme.secondaryText
+                                font.pixelSize: Style.bodySize
+                            }
+                            ProgressBar {
+                                width: parent.width
+                                from: 0
+                                to: 1
+                                value: room.report.exportProgress
                             }
                         }
                         Text {
                             width: parent.width
                             wrapMode: Text.Wrap
-                            visible: text.length > 0
+                            visible: text.length > 0 && !room.report.isExporting
                             text: room.report.lastError.length > 0 ? room.report.lastError : room.report.lastSaved
                             color: room.report.lastError.length > 0 ? Style.theme.danger : Style.theme.success
                             font.pixelSize: Style.bodySize
@@ -441,6 +456,7 @@ Item {
                                 text: "Copy"
                                 symbol: "doc.on.doc"
                                 help: "Copies these lines, to paste in a message or a note"
+                                enabled: room.report.hasInventory
                                 onClicked: room.report.copySummary()
                             }
                         }
