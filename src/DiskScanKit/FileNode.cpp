@@ -19,6 +19,21 @@ std::string_view FolderReadings::note(FolderReading reading) {
     return {};
 }
 
+std::vector<const FileNode*> FolderReadings::shortFolders(const FileNode& root, std::size_t limit) {
+    std::vector<const FileNode*> found;
+    std::vector<const FileNode*> pending{&root};
+    while (!pending.empty() && found.size() < limit) {
+        const FileNode* node = pending.back();
+        pending.pop_back();
+        if (!node->isDirectory()) continue;
+        if (node->reading() == FolderReading::unreadable || node->reading() == FolderReading::partial) found.push_back(node);
+        // Pushed last to first, so the walk meets them in the tree's order.
+        std::span<FileNode* const> children = node->children();
+        for (auto child = children.rbegin(); child != children.rend(); ++child) pending.push_back(*child);
+    }
+    return found;
+}
+
 FileNode* FileNode::create(ArenaCursor& cursor, std::string_view name, bool isDirectory,
                            FileNode* parent) {
     // Names are stored NUL-terminated: a file name can't hold a NUL, and no length field is needed.

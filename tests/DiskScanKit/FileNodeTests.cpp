@@ -132,3 +132,20 @@ TEST(CheckedSizeDeathTest, OverflowStopsTheProcess) {
     node->setTotalBytes(std::numeric_limits<std::int64_t>::max());
     EXPECT_DEATH(node->addTotalBytes(1), "overflow");
 }
+
+std::vector<std::string> shortFolderNames(const FileNode& root, std::size_t limit) {
+    std::vector<std::string> names;
+    for (const FileNode* node : FolderReadings::shortFolders(root, limit)) names.emplace_back(node->name());
+    return names;
+}
+
+TEST_F(SmallTree, ShortFoldersAreTheUnreadAndPartlyReadInTreeOrderUpToALimit) {
+    FileNode* inner = add(a, "inner", true, 0);
+    inner->setReading(FolderReading::partial);
+    c->setReading(FolderReading::unreadable);
+    a->setReading(FolderReading::stalled); // did not answer: told by its own notice, not this list
+    EXPECT_EQ(shortFolderNames(*root, 10), (std::vector<std::string>{"inner", "c"}));
+    EXPECT_EQ(shortFolderNames(*root, 1), (std::vector<std::string>{"inner"}));
+    root->setReading(FolderReading::unreadable);
+    EXPECT_EQ(FolderReadings::shortFolders(*root, 10).front(), root) << "the scanned folder itself comes first";
+}

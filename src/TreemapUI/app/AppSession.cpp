@@ -9,6 +9,7 @@
 #include "app/Notices.h"
 #include "DiskScanKit/FileManager.h"
 #include "DiskScanKit/Paths.h"
+#include "DiskScanKit/ScanWords.h"
 #include "scan/ScanSummary.h"
 #include "support/QtText.h"
 #include "TrashKit/SystemExtensionsInside.h"
@@ -73,6 +74,10 @@ RemovalEnvironment AppSession::removalEnvironment() {
     environment.extensionDatabase = SystemExtensionsInside::standardDatabase;
     environment.reveal = dependencies_.desktop.reveal;
     return environment;
+}
+
+void AppSession::showInFiles(const QStringList& paths) const {
+    if (dependencies_.desktop.reveal && !paths.isEmpty()) dependencies_.desktop.reveal(paths);
 }
 
 void AppSession::removeMapSelection() {
@@ -146,6 +151,10 @@ void AppSession::postCompletionNotices(const ScanResult& result) {
     }
     if (scan_.accessMissing())
         notifications_.post(Notices::accessIncomplete(result.unreadableDirectories, dependencies_.openAccessSettings));
+    else if (result.unreadableDirectories > 0)
+        notifications_.post(Notices::foldersUnread(result.unreadableDirectories, [this, count = result.unreadableDirectories] {
+            emit shortFoldersRequested(toQString(ScanWords::unreadableTitle(count)), count);
+        }));
 }
 
 } // namespace tessel

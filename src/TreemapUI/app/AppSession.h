@@ -89,6 +89,12 @@ public:
     Q_INVOKABLE void startWork();
     // The completion steps, once per completed scan however often it is called.
     Q_INVOKABLE void handleCompletedScan();
+    // Shows the given paths in the file manager.
+    Q_INVOKABLE void showInFiles(const QStringList& paths) const;
+
+signals:
+    // The notice of folders a scan could not read asks the window to list them.
+    void shortFoldersRequested(const QString& title, qint64 count);
 
 private:
     void recordSummary();

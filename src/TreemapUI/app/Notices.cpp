@@ -52,6 +52,17 @@ AppNotification accessIncomplete(qint64 unreadable, std::function<void()> openSe
     return notice;
 }
 
+AppNotification foldersUnread(qint64 unreadable, std::function<void()> showFolders) {
+    AppNotification notice;
+    notice.kind = AppNotification::Kind::warning;
+    notice.title = toQString(ScanWords::unreadableTitle(unreadable));
+    notice.detail = toQString(ScanWords::unreadableDetail(unreadable));
+    notice.actionTitle = QStringLiteral("Show Folders");
+    notice.action = std::move(showFolders);
+    notice.symbol = QStringLiteral("lock.shield");
+    return notice;
+}
+
 AppNotification scanFinished(qint64 bytes, double seconds) {
     AppNotification notice;
     notice.kind = AppNotification::Kind::success;

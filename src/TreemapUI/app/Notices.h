@@ -20,6 +20,8 @@ AppNotification foldersSkipped(const QStringList& paths, std::function<void()> s
 
 // Folders the scan was not allowed into, so the total it shows is short.
 AppNotification accessIncomplete(qint64 unreadable, std::function<void()> openSettings);
+// A scan that could not read some folders, where no permission would help: the list is a click away.
+AppNotification foldersUnread(qint64 unreadable, std::function<void()> showFolders);
 
 AppNotification scanFinished(qint64 bytes, double seconds);
 

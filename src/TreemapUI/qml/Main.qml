@@ -182,6 +182,7 @@ ApplicationWindow {
     }
 
     RemovalSheet { removal: window.session.removal }
+    ShortFoldersSheet { id: shortFoldersSheet; session: window.session }
 
     NoticeStack {
         anchors.right: parent.right
@@ -229,6 +230,10 @@ ApplicationWindow {
             folderDialog.message = message
             folderDialog.open()
         }
+    }
+    Connections {
+        target: window.session
+        function onShortFoldersRequested(title, count) { shortFoldersSheet.show(title, count) }
     }
     Connections {
         target: window.shell

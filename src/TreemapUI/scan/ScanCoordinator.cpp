@@ -136,8 +136,14 @@ void ScanCoordinator::start() {
         }
         const bool missing =
             accessStatus && accessIsMissing(accessStatus(), result.unreadableDirectories);
-        relay->post([self, stillCurrent, missing, result = std::move(result)]() mutable {
+        std::vector<std::string> shortFolders;
+        if (result.unreadableDirectories > 0 && result.root)
+            for (const FileNode* folder : FolderReadings::shortFolders(*result.root, listedShortFolders))
+                shortFolders.push_back(folder->path());
+        relay->post([self, stillCurrent, missing, result = std::move(result),
+                     shortFolders = std::move(shortFolders)]() mutable {
             if (!stillCurrent()) return;
+            self->shortFolders_ = std::move(shortFolders);
             if (self->accessMissing_ != missing) {
                 self->accessMissing_ = missing;
                 emit self->accessMissingChanged();
@@ -151,6 +157,12 @@ void ScanCoordinator::start() {
             emit self->completedScanIDChanged();
         });
     });
+}
+
+QStringList ScanCoordinator::shortFolderList() const {
+    QStringList paths;
+    for (const std::string& path : shortFolders_) paths.append(toQString(path));
+    return paths;
 }
 
 std::optional<ScanResult> ScanCoordinator::takeCompleted() {

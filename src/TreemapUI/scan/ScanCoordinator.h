@@ -49,6 +49,7 @@ class ScanCoordinator : public QObject {
     Q_PROPERTY(bool accessMissing READ accessMissing NOTIFY accessMissingChanged)
     Q_PROPERTY(bool countsVolumeTrash READ countsVolumeTrash WRITE setCountsVolumeTrash NOTIFY countsVolumeTrashChanged)
     Q_PROPERTY(QString completedScanID READ completedScanIDText NOTIFY completedScanIDChanged)
+    Q_PROPERTY(QStringList shortFolders READ shortFolderList NOTIFY completedScanIDChanged)
 
 public:
     // Which phase stands, for views and for tests; the phase itself carries its payload.
@@ -134,6 +135,10 @@ public:
     bool countsVolumeTrash() const;
     void setCountsVolumeTrash(bool counts);
     QString completedScanIDText() const;
+    // The folders the last completed scan could not read whole, the first `listedShortFolders` of them.
+    const std::vector<std::string>& shortFolders() const { return shortFolders_; }
+    QStringList shortFolderList() const;
+    static constexpr std::size_t listedShortFolders = 1000;
 
     // The options of an ordinary scan.
     static ScanOptions ordinaryOptions(bool countsVolumeTrash);
@@ -160,6 +165,7 @@ private:
     std::vector<Volume> volumes_;
     std::optional<ScanResult> completed_;
     std::optional<QUuid> completedScanID_;
+    std::vector<std::string> shortFolders_;
     bool accessMissing_ = false;
     std::optional<std::int64_t> expectedBytes_;
     std::shared_ptr<ScanCancellation> current_;

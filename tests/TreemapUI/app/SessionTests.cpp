@@ -16,6 +16,10 @@
 
 #include "app/AppSession.h"
 #include "scan/ScanSummary.h"
+#include "TreeBuilder.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace tessel;
 
@@ -220,4 +224,72 @@ TEST(PermissionsGateRules, OnlyDeniedAsksAndAnAnswerHoldsForTheLaunch) {
     gate.receive(FullDiskAccessStatus::denied);
     EXPECT_FALSE(gate.asking()) << "answered this launch";
     EXPECT_TRUE(gate.checked());
+}
+
+namespace {
+
+const AppNotification* noticeTitled(const AppSession& session, const QString& title) {
+    for (const AppNotification& notice : const_cast<AppSession&>(session).notifications()->items())
+        if (notice.title == title) return &notice;
+    return nullptr;
+}
+
+// A short scan seen from the window: the notice, the list it opens, and the hand-off to the file manager.
+void expectShortScanIsTold(AppSession& session, QStringList& revealed, const QString& unreadFolder) {
+    QSignalSpy listAsked(&session, &AppSession::shortFoldersRequested);
+    const AppNotification* notice = noticeTitled(session, QStringLiteral("1 folder could not be read"));
+    ASSERT_NE(notice, nullptr) << "after a scan that could not read a folder, whatever the disk-access status";
+    EXPECT_EQ(notice->detail, QStringLiteral("The total leaves out what it holds."));
+    EXPECT_EQ(notice->actionTitle, QStringLiteral("Show Folders"));
+    session.notifications()->trigger(notice->id.toString());
+    ASSERT_EQ(listAsked.count(), 1);
+    EXPECT_EQ(listAsked.front().at(0).toString(), QStringLiteral("1 folder could not be read"));
+    EXPECT_EQ(session.scan()->shortFolderList(), QStringList{unreadFolder});
+    session.showInFiles(session.scan()->shortFolderList());
+    EXPECT_EQ(revealed, QStringList{unreadFolder});
+}
+
+} // namespace
+
+TEST_F(ScanRoad, AScanThatCouldNotReadAFolderSaysSoAndListsIt) {
+    access = FullDiskAccessStatus::granted; // as on Linux, where no permission would help
+    AppSession::Dependencies chosen = dependencies("/home/me");
+    chosen.scanEnvironment.scanner = [](const std::string& root, const ScanOptions&, const DiskScanner::Progress&,
+                                        const DiskScanner::IsCancelled&) {
+        test::TreeBuilder built(root);
+        built.folder(built.root, "closed \xff")->setReading(FolderReading::unreadable);
+        ScanResult result;
+        result.root = built.shared();
+        result.unreadableDirectories = 1;
+        result.directories = 2;
+        return result;
+    };
+    QStringList revealed;
+    chosen.desktop.reveal = [&](const QStringList& paths) { revealed = paths; };
+    AppSession session(chosen);
+    session.launch();
+    ASSERT_TRUE(waitUntil([&] { return session.handledScan().has_value(); }));
+    expectShortScanIsTold(session, revealed, toQString(std::string("/home/me/closed \xff")));
+}
+
+// Root reads every folder; scripts/run-unprivileged runs this as an ordinary user.
+using UnprivilegedSession = ScanRoad;
+
+TEST_F(UnprivilegedSession, AFolderTheUserMayNotOpenIsToldAfterTheScan) {
+    if (geteuid() == 0) GTEST_SKIP() << "root reads every folder; scripts/run-unprivileged runs this as an ordinary user";
+    const QString top = folder.filePath("scanned");
+    ASSERT_TRUE(QDir().mkpath(top + "/open") && QDir().mkpath(top + "/closed"));
+    ASSERT_EQ(chmod((top + "/closed").toLocal8Bit().constData(), 0), 0);
+    AppSession::Dependencies chosen = dependencies(top.toStdString());
+    chosen.scanEnvironment.scanner = [](const std::string& root, const ScanOptions& options,
+                                        const DiskScanner::Progress& progress, const DiskScanner::IsCancelled& cancelled) {
+        return DiskScanner::scan(root, options, progress, cancelled);
+    };
+    QStringList revealed;
+    chosen.desktop.reveal = [&](const QStringList& paths) { revealed = paths; };
+    AppSession session(chosen);
+    session.launch();
+    ASSERT_TRUE(waitUntil([&] { return session.handledScan().has_value(); }));
+    expectShortScanIsTold(session, revealed, top + "/closed");
+    chmod((top + "/closed").toLocal8Bit().constData(), 0700);
 }

@@ -27,6 +27,14 @@ namespace FolderReadings {
 std::string_view note(FolderReading reading);
 } // namespace FolderReadings
 
+class FileNode;
+
+namespace FolderReadings {
+// The folders under `root` (itself included) that the scan could not read
+// whole, unreadable or partly read, parents before children, at most `limit`.
+std::vector<const FileNode*> shortFolders(const FileNode& root, std::size_t limit);
+} // namespace FolderReadings
+
 class FileNode final {
 public:
     struct Detachment {
