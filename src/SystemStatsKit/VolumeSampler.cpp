@@ -25,8 +25,10 @@ std::optional<VolumeCapacity> VolumeSampler::sample() const {
     std::variant<VolumeCapacity, std::string> measured = measure(path_);
     VolumeCapacity* capacity = std::get_if<VolumeCapacity>(&measured);
     if (capacity == nullptr) return std::nullopt;
-    if (std::optional<MountEntry> mount = MountTable::containing(MountTable::current(), path_))
-        capacity->name = MountTable::volumeName(*mount);
+    const std::vector<MountEntry> table = MountTable::current();
+    if (std::optional<MountEntry> mount = MountTable::containing(table, path_))
+        if (std::optional<MountEntry> preferred = MountTable::preferredMount(table, mount->device))
+            capacity->name = MountTable::volumeName(*preferred);
     if (capacity->name.empty()) capacity->name = unnamedVolume();
     return *capacity;
 }

@@ -165,9 +165,30 @@ TEST(ScanCoordinatorRules, AccessIsMissingOnlyWhenDeniedAndManyFoldersFailed) {
     EXPECT_FALSE(ScanCoordinator::accessIsMissing(FullDiskAccessStatus::undetermined, 5000));
 }
 
-TEST(ScanCoordinatorRules, LaunchPathIsTheFirstArgumentThatIsNotAnOption) {
-    EXPECT_EQ(ScanCoordinator::initialPath({"tessel-app"}), "/");
-    EXPECT_EQ(ScanCoordinator::initialPath({"tessel-app", "--self-test", "/srv/data/"}), "/srv/data");
+TEST(ScanCoordinatorRules, LaunchPathIsTheFirstArgumentThatIsNotAnOptionElseTheHomesDisk) {
+    const std::vector<ScanCoordinator::Volume> disks{{"/", "Startup Disk", true, false}, {"/home", "Home", false, true}};
+    EXPECT_EQ(ScanCoordinator::initialPath({"tessel-app"}, disks), "/home");
+    EXPECT_EQ(ScanCoordinator::initialPath({"tessel-app", "--self-test", "/srv/data/"}, disks), "/srv/data");
+    EXPECT_EQ(ScanCoordinator::initialPath({"tessel-app"}, {{"/", "Startup Disk", true, false}}), "/")
+        << "a home on no local disk";
+}
+
+TEST_F(ScanRoad, ADiskIsLabelledWithItsNameAndAFolderWithItsOwn) {
+    auto chosen = environment();
+    chosen.mountedVolumes = [] {
+        return std::vector<ScanCoordinator::Volume>{{"/", "Startup Disk", true, false}, {"/home", "Home", false, true}};
+    };
+    auto labelOf = [&](const std::string& source) {
+        ScanCoordinator coordinator(chosen, source);
+        coordinator.loadVolumes();
+        return coordinator.sourceLabel();
+    };
+    EXPECT_EQ(labelOf("/home"), "Home");
+    EXPECT_EQ(labelOf("/home/me/Music"), "Music");
+    EXPECT_EQ(labelOf("/"), "Startup Disk");
+    ScanCoordinator coordinator(chosen, "/home");
+    coordinator.loadVolumes();
+    EXPECT_EQ(coordinator.volumeList().at(1).toMap().value("holdsHome"), true);
 }
 
 TEST_F(ScanRoad, CompletionIsHandledOnceHoweverOftenItIsAsked) {
