@@ -10,6 +10,7 @@
 #include <fstream>
 
 #include "DescribedMachine.h"
+#include "FifoRelease.h"
 #include "Fixture.h"
 #include "SystemStatsKit/DiskVolumes.h"
 #include "SystemStatsKit/VolumeSampler.h"
@@ -148,9 +149,13 @@ TEST(DiskVolumesUnreadableTable, MissingFifoAndHugeTablesSayWhy) {
 
     machine.folder("/proc/self");
     ASSERT_EQ(mkfifo(table.c_str(), 0644), 0);
-    DiskVolumeListing fifo = DiskVolumes::list(machine.root(), "/home/me");
-    EXPECT_EQ(fifo.failure, table + " is not a regular file");
-    EXPECT_TRUE(fifo.volumes.empty());
+    {
+        const FifoRelease guard(table);
+        DiskVolumeListing fifo = DiskVolumes::list(machine.root(), "/home/me");
+        EXPECT_FALSE(guard.hadToRelease()) << "the list waited on " << table;
+        EXPECT_EQ(fifo.failure, table + " is not a regular file");
+        EXPECT_TRUE(fifo.volumes.empty());
+    }
 
     std::filesystem::remove(table);
     {
