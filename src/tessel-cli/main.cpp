@@ -17,8 +17,10 @@ const char* const scanOptionsHelp =
     "  --workers N            reading threads, 1 to 64 (default: processors, 2 to 8);\n"
     "                         fewer when the system has no more to give\n"
     "  --threshold BYTES      smallest file that is listed on its own (default 1048576)\n"
-    "  --cross-devices        enter other file systems mounted inside PATH\n"
-    "  --include-trash        enter volume trash folders too\n"
+    "  --cross-devices        enter other file systems mounted inside PATH (the\n"
+    "                         subvolumes of PATH's own btrfs are always entered)\n"
+    "  --include-trash        enter the trash folders a disk keeps at its top too:\n"
+    "                         .Trash-UID, .Trash and .Trashes\n"
     "  --stall-timeout SECS   give up on a folder silent this long (default 30)\n";
 
 const char* const namesInJsonHelp =
