@@ -63,12 +63,12 @@ ScanCoordinator::~ScanCoordinator() {
 }
 
 std::string ScanCoordinator::initialPath(const QStringList& arguments) {
-    return initialPath(arguments, Environment::systemVolumes(Paths::homeFolder()));
-}
-
-std::string ScanCoordinator::initialPath(const QStringList& arguments, const std::vector<Volume>& volumes) {
     for (qsizetype i = 1; i < arguments.size(); ++i)
         if (!arguments[i].startsWith('-')) return Paths::absolute(arguments[i].toStdString());
+    return defaultPath(Environment::systemVolumes(Paths::homeFolder()));
+}
+
+std::string ScanCoordinator::defaultPath(const std::vector<Volume>& volumes) {
     for (const Volume& volume : volumes)
         if (volume.holdsHome) return volume.path;
     return "/";

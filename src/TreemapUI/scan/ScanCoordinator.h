@@ -95,10 +95,11 @@ public:
     ScanCoordinator(Environment environment, std::string initialPath, QObject* parent = nullptr);
     ~ScanCoordinator() override;
 
-    // The path a launch asks for: the command line's folder, else the disk
-    // that holds the home folder, else the whole disk.
+    // The path a launch asks for: the command line's folder, else defaultPath.
     static std::string initialPath(const QStringList& arguments);
-    static std::string initialPath(const QStringList& arguments, const std::vector<Volume>& volumes);
+    // Where a launch without a path starts: the disk that holds the home
+    // folder, else the whole disk.
+    static std::string defaultPath(const std::vector<Volume>& volumes);
 
     Q_INVOKABLE void start();
     Q_INVOKABLE void scan(const QString& path);

@@ -165,12 +165,14 @@ TEST(ScanCoordinatorRules, AccessIsMissingOnlyWhenDeniedAndManyFoldersFailed) {
     EXPECT_FALSE(ScanCoordinator::accessIsMissing(FullDiskAccessStatus::undetermined, 5000));
 }
 
-TEST(ScanCoordinatorRules, LaunchPathIsTheFirstArgumentThatIsNotAnOptionElseTheHomesDisk) {
+TEST(ScanCoordinatorRules, LaunchPathIsTheFirstArgumentThatIsNotAnOption) {
+    EXPECT_EQ(ScanCoordinator::initialPath({"tessel-app", "--self-test", "/srv/data/"}), "/srv/data");
+}
+
+TEST(ScanCoordinatorRules, WithoutAPathALaunchScansTheDiskThatHoldsTheHome) {
     const std::vector<ScanCoordinator::Volume> disks{{"/", "Startup Disk", true, false}, {"/home", "Home", false, true}};
-    EXPECT_EQ(ScanCoordinator::initialPath({"tessel-app"}, disks), "/home");
-    EXPECT_EQ(ScanCoordinator::initialPath({"tessel-app", "--self-test", "/srv/data/"}, disks), "/srv/data");
-    EXPECT_EQ(ScanCoordinator::initialPath({"tessel-app"}, {{"/", "Startup Disk", true, false}}), "/")
-        << "a home on no local disk";
+    EXPECT_EQ(ScanCoordinator::defaultPath(disks), "/home");
+    EXPECT_EQ(ScanCoordinator::defaultPath({{"/", "Startup Disk", true, false}}), "/") << "a home on no local disk";
 }
 
 TEST_F(ScanRoad, ADiskIsLabelledWithItsNameAndAFolderWithItsOwn) {
