@@ -1,5 +1,6 @@
 #include "DiskScanKit/DiskScanner.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <limits>
@@ -16,8 +17,11 @@ ScanResult scan(const std::string& root, const ScanOptions& options, const Progr
     if (lstat(path.c_str(), &info) != 0) throw DiskScanError::rootNotFound(root);
     if (!S_ISDIR(info.st_mode)) throw DiskScanError::rootNotADirectory(path);
 
-    auto run = std::make_shared<ScanRun>(path, static_cast<std::uint64_t>(info.st_dev), options,
-                                         progress, isCancelled);
+    ScanRoot facts;
+    facts.device = static_cast<std::uint64_t>(info.st_dev);
+    facts.isTop = Subvolumes::isTop(path);
+    facts.btrfs = Subvolumes::btrfsIdentity(AT_FDCWD, path.c_str());
+    auto run = std::make_shared<ScanRun>(path, std::move(facts), options, progress, isCancelled);
     ScanResult result = run->execute();
     if (isCancelled && isCancelled()) throw DiskScanError::cancelled();
     return result;

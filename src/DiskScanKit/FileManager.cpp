@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "Base/SmallFile.h"
 #include "DiskScanKit/AnchoredPath.h"
 
 namespace tessel {
@@ -59,33 +60,7 @@ std::optional<std::vector<std::string>> FileManager::contentsOfDirectory(const s
 }
 
 std::optional<std::string> FileManager::contents(const std::string& path, std::int64_t limit) const {
-    // The file may sit in a folder someone else can write to. lstat first, so a
-    // device is never even opened; then open without following a link and
-    // without waiting, since opening a FIFO for reading blocks until a writer
-    // comes, and check again on the descriptor, as the entry may have been
-    // swapped in between. Only then is O_NONBLOCK cleared and the size, known
-    // to be within `limit`, read.
-    struct stat seen {};
-    if (lstat(path.c_str(), &seen) != 0 || !S_ISREG(seen.st_mode) || seen.st_size > limit) return std::nullopt;
-    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
-    if (fd < 0) return std::nullopt;
-    struct stat info {};
-    std::optional<std::string> text;
-    const int flags = fcntl(fd, F_GETFL);
-    if (fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_size <= limit && flags >= 0 &&
-        fcntl(fd, F_SETFL, flags & ~O_NONBLOCK) == 0) {
-        std::string bytes(static_cast<std::size_t>(info.st_size), '\0');
-        std::size_t done = 0;
-        while (done < bytes.size()) {
-            const ssize_t got = read(fd, bytes.data() + done, bytes.size() - done);
-            if (got < 0 && errno == EINTR) continue;
-            if (got <= 0) break;
-            done += static_cast<std::size_t>(got);
-        }
-        if (done == bytes.size()) text = std::move(bytes);
-    }
-    close(fd);
-    return text;
+    return readSmallFile(path, limit).text;
 }
 
 } // namespace tessel

@@ -35,7 +35,15 @@ const NameSet& ScanOptions::defaultSkippedNames() {
 ScanOptions ScanOptions::includingVolumeTrash() const {
     ScanOptions copy = *this;
     copy.skippedNames.erase(volumeTrashName);
+    copy.entersVolumeTrash = true;
     return copy;
+}
+
+bool ScanOptions::isTopTrashName(std::string_view name) {
+    if (name == ".Trash") return true;
+    constexpr std::string_view personal = ".Trash-";
+    if (!name.starts_with(personal) || name.size() == personal.size()) return false;
+    return std::all_of(name.begin() + personal.size(), name.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
 } // namespace tessel

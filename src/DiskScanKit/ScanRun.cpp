@@ -38,9 +38,19 @@
 // reference. On cancellation every ticket is released at the next tick, so a
 // cancelled scan returns within about a second whatever the disk is doing.
 //
-// Locks. Five plain mutexes guard the stack, the tree, the link set, the
-// counters and the tickets. No two are ever held together, so there is no
-// order to keep, and none is held across a call that reads the disk.
+// Devices. A scan stays on its file system: a folder on another device is
+// another disk mounted there, and is left out. Every folder carries the
+// device it was found on, so the test is one comparison per subfolder. The
+// one exception is btrfs, whose subvolumes have device numbers of their
+// own: a subvolume of the root's btrfs is entered, once (see Subvolumes.h).
+// The first folder of a device, or a mount's root, is a top: the place where
+// a disk keeps the per-user trashes (".Trash-1000", ".Trash/1000") that are
+// left out unless asked for, as ".Trashes" is anywhere.
+//
+// Locks. Six plain mutexes guard the stack, the tree, the link set, the
+// subvolumes entered, the counters and the tickets. No two are ever held
+// together, so there is no order to keep, and none is held across a call
+// that reads the disk.
 
 #include "ScanRun.h"
 
@@ -80,17 +90,17 @@ ScanRun::DirectoryHandle::~DirectoryHandle() { close(fd); }
 ScanRun::Worker::Worker(Arena& arena, std::size_t size)
     : cursor(arena), buffer(new std::byte[size]), bufferSize(size) {}
 
-ScanRun::ScanRun(std::string rootPath, std::uint64_t rootDevice, ScanOptions options,
-                 Progress progress, IsCancelled isCancelled)
-    : rootPath_(std::move(rootPath)), rootDevice_(rootDevice), options_(std::move(options)),
+ScanRun::ScanRun(std::string rootPath, ScanRoot root, ScanOptions options, Progress progress,
+                 IsCancelled isCancelled)
+    : rootPath_(std::move(rootPath)), root_(std::move(root)), options_(std::move(options)),
       progress_(std::move(progress)), isCancelled_(std::move(isCancelled)),
       tree_(std::make_shared<FileTree>()),
       rootNode_(tree_->makeNode(rootPath_ == "/" ? std::string_view{} : rootPath_, true, nullptr)),
-      watchdogCursor_(tree_->arena()) {}
+      enteredSubvolumes_{root_.device}, watchdogCursor_(tree_->arena()) {}
 
 ScanResult ScanRun::execute() {
     const double start = uptime();
-    pending_.push_back({rootPath_, rootNode_, nullptr});
+    pending_.push_back({rootPath_, rootNode_, nullptr, root_.device, root_.isTop});
 
     // Threads are a resource like any other: with the process limit reached
     // the walk goes on with those that could start, or on this thread alone.
@@ -218,7 +228,7 @@ bool ScanRun::scanDirectory(PendingDirectory& job, Ticket& ticket, Worker& worke
         reader.emplace(job.path, std::span(worker.buffer.get(), worker.bufferSize),
                        options_.retainFileNames, parentFd, job.node->nameCString());
     } catch (const DirectoryReaderError& error) {
-        if (std::optional<PendingDirectory> trash = ownTrashFolder(job.path, job.node, worker.cursor)) {
+        if (std::optional<PendingDirectory> trash = ownTrashFolder(job, worker.cursor)) {
             outcome.childNodes.push_back(trash->node);
             outcome.subdirectories.push_back(std::move(*trash));
             return true;
@@ -231,7 +241,7 @@ bool ScanRun::scanDirectory(PendingDirectory& job, Ticket& ticket, Worker& worke
     job.parent.reset();
 
     const std::size_t prefixLength = job.path == "/" ? 1 : job.path.size() + 1;
-    auto consumeEntry = [&](const RawEntry& entry) { consume(entry, job.path, prefixLength, job.node, worker); };
+    auto consumeEntry = [&](const RawEntry& entry) { consume(entry, job, reader->fd(), prefixLength, worker); };
     for (;;) {
         int count = 0;
         try {
@@ -257,21 +267,24 @@ bool ScanRun::scanDirectory(PendingDirectory& job, Ticket& ticket, Worker& worke
     return true;
 }
 
-void ScanRun::consume(const RawEntry& entry, const std::string& folderPath, std::size_t prefixLength,
-                      FileNode* parent, Worker& worker) {
+void ScanRun::consume(const RawEntry& entry, const PendingDirectory& folder, int folderFd, std::size_t prefixLength,
+                      Worker& worker) {
     DirectoryOutcome& outcome = worker.outcome;
+    FileNode* parent = folder.node;
     if (entry.objectType == ObjectType::directory) {
         if (options_.skippedNames.contains(entry.name)) return;
+        if (folder.isTop && !options_.entersVolumeTrash && ScanOptions::isTopTrashName(entry.name)) return;
         // The folder's path, a "/" unless the folder is the root, and the name.
         std::string path;
         path.reserve(prefixLength + entry.name.size());
-        path.append(folderPath, 0, prefixLength - 1).push_back('/');
+        path.append(folder.path, 0, prefixLength - 1).push_back('/');
         path += entry.name;
         if (options_.skippedPaths.contains(path)) return;
-        if (!options_.crossDeviceBoundaries && entry.deviceID != rootDevice_) return;
+        const bool otherDevice = entry.deviceID != folder.device;
+        if (otherDevice && !options_.crossDeviceBoundaries && !entersSubvolume(entry, folderFd)) return;
         FileNode* node = FileNode::create(worker.cursor, entry.name, true, parent);
         outcome.childNodes.push_back(node);
-        outcome.subdirectories.push_back({std::move(path), node, nullptr});
+        outcome.subdirectories.push_back({std::move(path), node, nullptr, entry.deviceID, otherDevice || entry.mountRoot});
         return;
     }
 
@@ -307,18 +320,31 @@ void ScanRun::consume(const RawEntry& entry, const std::string& folderPath, std:
     outcome.childNodes.push_back(node);
 }
 
-std::optional<ScanRun::PendingDirectory> ScanRun::ownTrashFolder(const std::string& path,
-                                                                 FileNode* node,
-                                                                 ArenaCursor& cursor) {
+bool ScanRun::entersSubvolume(const RawEntry& entry, int folderFd) {
+    // Off btrfs, another device is another file system. On it, a subvolume is
+    // entered at its top, once: a second mount of it, or a mount of one of its
+    // folders, shows what is counted already (or will be, where the walk
+    // meets its top).
+    if (!root_.btrfs || entry.fileID != Subvolumes::topInode) return false;
+    {
+        std::lock_guard guard(subvolumeLock_);
+        if (enteredSubvolumes_.contains(entry.deviceID)) return false;
+    }
+    if (Subvolumes::btrfsIdentity(folderFd, std::string(entry.name).c_str()) != root_.btrfs) return false;
+    std::lock_guard guard(subvolumeLock_);
+    return enteredSubvolumes_.insert(entry.deviceID).second;
+}
+
+std::optional<ScanRun::PendingDirectory> ScanRun::ownTrashFolder(const PendingDirectory& job, ArenaCursor& cursor) {
     // A volume's trash can't be listed by a user, but the user's own part of it can.
-    if (Paths::lastComponent(path) != volumeTrashName) return std::nullopt;
+    if (Paths::lastComponent(job.path) != volumeTrashName) return std::nullopt;
     const std::string uid = std::to_string(getuid());
-    std::string own = Paths::join(path, uid);
+    std::string own = Paths::join(job.path, uid);
     struct stat info {};
     if (lstat(own.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) return std::nullopt;
-    if (!options_.crossDeviceBoundaries && static_cast<std::uint64_t>(info.st_dev) != rootDevice_)
-        return std::nullopt;
-    return PendingDirectory{std::move(own), FileNode::create(cursor, uid, true, node), nullptr};
+    const auto device = static_cast<std::uint64_t>(info.st_dev);
+    if (!options_.crossDeviceBoundaries && device != job.device) return std::nullopt;
+    return PendingDirectory{std::move(own), FileNode::create(cursor, uid, true, job.node), nullptr, device, false};
 }
 
 void ScanRun::commit(const DirectoryOutcome& outcome, FileNode* node, ArenaCursor& cursor) {

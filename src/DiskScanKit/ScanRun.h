@@ -17,16 +17,25 @@
 #include "DiskScanKit/FileNode.h"
 #include "DiskScanKit/ScanOptions.h"
 #include "DiskScanKit/ScanRecords.h"
+#include "Subvolumes.h"
 
 namespace tessel {
+
+// What a run knows of its root before it starts.
+struct ScanRoot {
+    std::uint64_t device = 0;
+    // The top of a mount or of a subvolume, where a disk keeps its Trash.
+    bool isTop = false;
+    // The root's btrfs, whose other subvolumes the run enters; none elsewhere.
+    std::optional<Subvolumes::FileSystemID> btrfs;
+};
 
 class ScanRun : public std::enable_shared_from_this<ScanRun> {
 public:
     using Progress = std::function<void(const ScanProgress&)>;
     using IsCancelled = std::function<bool()>;
 
-    ScanRun(std::string rootPath, std::uint64_t rootDevice, ScanOptions options, Progress progress,
-            IsCancelled isCancelled);
+    ScanRun(std::string rootPath, ScanRoot root, ScanOptions options, Progress progress, IsCancelled isCancelled);
     ScanRun(const ScanRun&) = delete;
     ScanRun& operator=(const ScanRun&) = delete;
 
@@ -50,6 +59,8 @@ private:
         std::string path;
         FileNode* node = nullptr;
         std::shared_ptr<DirectoryHandle> parent;
+        std::uint64_t device = 0;
+        bool isTop = false;
     };
 
     struct Ticket {
@@ -103,17 +114,19 @@ private:
     std::optional<PendingDirectory> takeWork();
     // Fills `worker.outcome`; returns false when the ticket was released meanwhile.
     bool scanDirectory(PendingDirectory& job, Ticket& ticket, Worker& worker);
-    void consume(const RawEntry& entry, const std::string& folderPath, std::size_t prefixLength,
-                 FileNode* parent, Worker& worker);
-    std::optional<PendingDirectory> ownTrashFolder(const std::string& path, FileNode* node,
-                                                   ArenaCursor& cursor);
+    void consume(const RawEntry& entry, const PendingDirectory& folder, int folderFd, std::size_t prefixLength,
+                 Worker& worker);
+    // The folder `entry` of another device is a subvolume of the root's btrfs,
+    // met at its top and not entered yet: it is entered from here.
+    bool entersSubvolume(const RawEntry& entry, int folderFd);
+    std::optional<PendingDirectory> ownTrashFolder(const PendingDirectory& job, ArenaCursor& cursor);
     void commit(const DirectoryOutcome& outcome, FileNode* node, ArenaCursor& cursor);
     void mergeStatistics(const DirectoryOutcome& outcome);
     std::pair<int, int> releaseStalledFolders();
     bool cancelledNow() const { return isCancelled_ && isCancelled_(); }
 
     const std::string rootPath_;
-    const std::uint64_t rootDevice_;
+    const ScanRoot root_;
     const ScanOptions options_;
     const Progress progress_;
     const IsCancelled isCancelled_;
@@ -129,6 +142,10 @@ private:
 
     std::mutex linkLock_;
     std::unordered_set<LinkedFile, LinkedFileHash> seenLinkedFiles_;
+
+    // Taken only where the device changes: the subvolumes entered, the root's first.
+    std::mutex subvolumeLock_;
+    std::unordered_set<std::uint64_t> enteredSubvolumes_;
 
     std::mutex statsLock_;
     std::int64_t directoryCount_ = 0;

@@ -41,7 +41,7 @@ int main(int argc, char** argv) {
     QCommandLineParser parser;
     parser.setApplicationDescription("See where a disk's space goes, and win it back safely.");
     parser.addHelpOption();
-    parser.addPositionalArgument("path", "The folder or disk to scan first (default: the whole disk).", "[PATH]");
+    parser.addPositionalArgument("path", "The folder or disk to scan first (default: the disk that holds your home folder).", "[PATH]");
     QCommandLineOption selfTest("self-test", "Load every room offscreen on a small fixture scan, then quit.");
     QCommandLineOption screenshots("screenshots", "Save a picture of every room, light and dark, into FOLDER.", "FOLDER");
     QCommandLineOption reportStalls("report-stalls", "Scan PATH, move 1,000 of its files and folders to the Trash and back, and print the longest main-thread stalls.");

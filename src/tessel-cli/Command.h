@@ -38,5 +38,6 @@ int runSnapshots(const std::vector<std::string>& words);
 int runChanges(const std::vector<std::string>& words);
 int runReport(const std::vector<std::string>& words);
 int runDuplicates(const std::vector<std::string>& words);
+int runVolumes(const std::vector<std::string>& words);
 
 } // namespace tessel::cli

@@ -17,8 +17,10 @@ const char* const scanOptionsHelp =
     "  --workers N            reading threads, 1 to 64 (default: processors, 2 to 8);\n"
     "                         fewer when the system has no more to give\n"
     "  --threshold BYTES      smallest file that is listed on its own (default 1048576)\n"
-    "  --cross-devices        enter other file systems mounted inside PATH\n"
-    "  --include-trash        enter volume trash folders too\n"
+    "  --cross-devices        enter other file systems mounted inside PATH (the\n"
+    "                         subvolumes of PATH's own btrfs are always entered)\n"
+    "  --include-trash        enter the trash folders a disk keeps at its top too:\n"
+    "                         .Trash-UID, .Trash and .Trashes\n"
     "  --stall-timeout SECS   give up on a folder silent this long (default 30)\n";
 
 const char* const namesInJsonHelp =
@@ -189,6 +191,28 @@ const std::vector<Command>& commands() {
          "                         because they could not be read\n")
              + scanOptionsHelp + namesInJsonHelp,
          runChanges},
+        {"volumes", "List the disks of this machine",
+         "usage: tessel volumes [--json] [--root DIR]\n"
+         "\n"
+         "Lists the disks of this machine, each local file system once however many\n"
+         "times it is mounted (bind mounts, btrfs subvolumes): its name (its label,\n"
+         "else where it is mounted), where it is mounted, its file system and device,\n"
+         "and its size: what is used, what is free to you, and what the file system\n"
+         "keeps for the system (ext4 keeps 5% for root). Memory file systems, images,\n"
+         "network shares and FUSE remotes are left out. The startup disk comes first,\n"
+         "and the disk that holds the home folder ($HOME) is marked: the app scans it\n"
+         "when it opens.\n"
+         "\n"
+         "  --json                 print {\"volumes\": [{\"name\", \"mountPoint\", \"device\",\n"
+         "                         \"fileSystem\", \"totalBytes\", \"usedBytes\", \"availableBytes\",\n"
+         "                         \"reservedBytes\", \"isRoot\", \"holdsHome\", \"capacityFailure\"}]};\n"
+         "                         the sizes are null where they could not be read, and\n"
+         "                         capacityFailure says why\n"
+         "  --root DIR             describe the machine whose \"/\" is DIR: read\n"
+         "                         DIR/proc/self/mountinfo, DIR/dev/disk/by-label, and each\n"
+         "                         disk's size at DIR and its mount point\n"
+             + std::string(namesInJsonHelp),
+         runVolumes},
     };
     return list;
 }

@@ -20,6 +20,7 @@
 #include "DiskScanKit/DuplicateFinder.h"
 #include "DiskScanKit/DuplicateGroup.h"
 #include "Fixture.h"
+#include "LoopVolume.h"
 
 using namespace tessel;
 using namespace tessel::test;
@@ -27,79 +28,10 @@ using namespace tessel::test;
 namespace {
 
 constexpr std::int64_t mebibyte = 1048576;
-// mkfs.xfs refuses anything smaller than 300 MB; the image is sparse.
-constexpr off_t imageBytes = 320 * mebibyte;
 constexpr std::chrono::seconds commandDeadline{60};
 
-// Also where root's tools live when PATH doesn't say.
-std::string systemProgram(const std::string& name) {
-    for (const std::string& candidate : {findProgram(name), "/usr/sbin/" + name, "/sbin/" + name})
-        if (!candidate.empty() && access(candidate.c_str(), X_OK) == 0) return candidate;
-    return "";
-}
-
-std::string firstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
-
-// An XFS with reflink, made in an image file inside `folder` and loop-mounted
-// beside it. Whatever happens in the test, it is unmounted and its loop device
-// let go when this goes.
-class XfsVolume {
-public:
-    explicit XfsVolume(const TempFolder& folder) : image_(folder / "xfs.img"), path_(folder / "xfs") {
-        failure_ = make();
-    }
-    ~XfsVolume() {
-        if (mounted_ && umount2(path_.c_str(), 0) != 0) umount2(path_.c_str(), MNT_DETACH);
-        // mount asks the loop device to let go on unmount; this is for when it didn't.
-        const std::string losetup = systemProgram("losetup");
-        if (losetup.empty()) return;
-        try {
-            const ChildOutcome attached = runChild({losetup, "-j", image_}, commandDeadline);
-            for (std::size_t start = 0; start < attached.out.size();) {
-                std::size_t end = attached.out.find('\n', start);
-                if (end == std::string::npos) end = attached.out.size();
-                const std::string line = attached.out.substr(start, end - start);
-                if (const std::size_t colon = line.find(':'); colon != std::string::npos)
-                    runChild({losetup, "-d", line.substr(0, colon)}, commandDeadline);
-                start = end + 1;
-            }
-        } catch (const std::exception& error) {
-            std::fprintf(stderr, "could not let go of the loop device of %s: %s\n", image_.c_str(), error.what());
-        }
-    }
-    XfsVolume(const XfsVolume&) = delete;
-    XfsVolume& operator=(const XfsVolume&) = delete;
-
-    // Why there is no volume; empty when it is mounted.
-    const std::string& failure() const { return failure_; }
-    const std::string& path() const { return path_; }
-    std::string operator/(const std::string& name) const { return path_ + "/" + name; }
-
-private:
-    std::string make() {
-        const std::string mkfs = systemProgram("mkfs.xfs");
-        if (mkfs.empty()) return "mkfs.xfs is not installed (xfsprogs), so no XFS can be made";
-        const int fd = open(image_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-        if (fd < 0 || ftruncate(fd, imageBytes) != 0)
-            return "could not make the image " + image_ + ": " + std::strerror(errno);
-        close(fd);
-        const ChildOutcome made = runChild({mkfs, "-q", "-m", "reflink=1", "-f", image_}, commandDeadline);
-        if (made.status != 0) return "mkfs.xfs failed: " + firstLine(made.err);
-        makeFolder(path_);
-        const std::string mount = systemProgram("mount");
-        if (mount.empty()) return "mount is not installed";
-        const ChildOutcome mounted = runChild({mount, "-o", "loop", image_, path_}, commandDeadline);
-        if (mounted.status != 0)
-            return "the XFS image could not be loop-mounted here (" + firstLine(mounted.err) + ")";
-        mounted_ = true;
-        return "";
-    }
-
-    std::string image_;
-    std::string path_;
-    bool mounted_ = false;
-    std::string failure_;
-};
+// mkfs.xfs refuses anything smaller than 300 MB.
+LoopRecipe xfsWithReflink() { return {"mkfs.xfs", {"-q", "-m", "reflink=1", "-f"}, "xfsprogs", 320 * mebibyte}; }
 
 bool reflinked(const std::string& from, const std::string& to) {
     return runChild({"cp", "--reflink=always", from, to}, commandDeadline).status == 0;
@@ -125,8 +57,7 @@ std::int64_t blockSize(const std::string& path) {
 class ClonesOnXfs : public ::testing::Test {
 protected:
     void SetUp() override {
-        if (geteuid() != 0) GTEST_SKIP() << "making and loop-mounting an XFS image needs root";
-        volume_.emplace(folder_);
+        volume_.emplace(folder_, "xfs", xfsWithReflink());
         if (!volume_->failure().empty()) GTEST_SKIP() << volume_->failure();
     }
 
@@ -134,7 +65,7 @@ protected:
 
     // Declared first, so the volume is unmounted before the folder goes.
     TempFolder folder_;
-    std::optional<XfsVolume> volume_;
+    std::optional<LoopVolume> volume_;
 };
 
 } // namespace

@@ -20,6 +20,7 @@
 #include "DiskScanKit/DuplicateFinder.h"
 #include "DiskScanKit/OpenFile.h"
 #include "DiskScanKit/Sha256.h"
+#include "FifoRelease.h"
 #include "Fixture.h"
 #include "TreeBuilder.h"
 
@@ -253,8 +254,10 @@ TEST_F(DuplicateFinding, FoldersLinksAndFifosAreNotCandidates) {
     const std::string bytes = contents(5000, 18);
     const std::string real = file("a/doc", bytes);
     makeSymlink(real, folder / "link");
-    mkfifo((folder / "fifo").c_str(), 0644);
+    ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0644), 0);
+    const FifoRelease guard(folder / "fifo");
     const DuplicateReport result = find({real, folder / "link", folder / "fifo", folder / "a"});
+    EXPECT_FALSE(guard.hadToRelease()) << "the finder waited on a FIFO";
     EXPECT_TRUE(result.groups.empty());
     EXPECT_EQ(result.filesExamined, 1);
     EXPECT_EQ(result.unreadable, 0);

@@ -92,6 +92,17 @@ TEST(ScanOptions, VolumeTrashIsSkippedUnlessAskedFor) {
     EXPECT_LE(ScanOptions::defaultWorkerCount(), 8);
 }
 
+TEST(ScanOptions, TopTrashNamesAreTheSharedTrashAndOnePerUserNumber) {
+    for (std::string_view name : {".Trash", ".Trash-0", ".Trash-1000", ".Trash-4294967294"})
+        EXPECT_TRUE(ScanOptions::isTopTrashName(name)) << name;
+    using namespace std::string_view_literals;
+    for (std::string_view name : {".Trash-"sv, ".Trash-me"sv, ".Trash-1000x"sv, ".Trash-10 00"sv, ".trash-1000"sv,
+                                  "Trash-1000"sv, ".Trash1000"sv, ".Trashes"sv, ".Trash/1000"sv, ".Trash-1\0"sv})
+        EXPECT_FALSE(ScanOptions::isTopTrashName(name)) << name;
+    EXPECT_FALSE(ScanOptions().entersVolumeTrash);
+    EXPECT_TRUE(ScanOptions().includingVolumeTrash().entersVolumeTrash);
+}
+
 TEST(ThreadNames, KernelNameKeepsTheNumberWithinFifteenCharacters) {
     EXPECT_EQ(threadName("DiskScanner.worker.", 3), "DiskScanner.worker.3");
     EXPECT_EQ(kernelThreadName("DiskScanner.worker.", 3), "DiskScanner.wo3");

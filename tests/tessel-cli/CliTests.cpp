@@ -106,6 +106,16 @@ TEST(CliScan, JsonCountsAllocatedBlocksOfEachInodeOnce) {
     EXPECT_EQ(tuned.at("files"), expected.entries);
 }
 
+TEST(CliScan, IncludeTrashCountsWhatADisksTrashHolds) {
+    test::TempFolder tree;
+    test::makeFolder(tree / ".Trashes");
+    test::writeFile(tree / ".Trashes/old", 200000);
+    test::writeFile(tree / "kept", 100000);
+    EXPECT_EQ(scanJson({tree.path()}).at("bytes"), test::allocatedOf(tree / "kept"));
+    EXPECT_EQ(scanJson({"--include-trash", tree.path()}).at("bytes"),
+              test::allocatedOf(tree / "kept") + test::allocatedOf(tree / ".Trashes/old"));
+}
+
 TEST(CliScan, HostileNamesGiveValidJsonAndOneTextLineEach) {
     struct Name {
         std::string onDisk, inJson, inText;

@@ -99,6 +99,7 @@ int DirectoryReader::readBatch(EntrySink consume) {
         entry.deviceID = makedev(info.stx_dev_major, info.stx_dev_minor);
         entry.allocatedBytes = static_cast<std::int64_t>(info.stx_blocks) * 512;
         entry.linkCount = info.stx_nlink;
+        entry.mountRoot = (info.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
         entry.name = retainFileNames_ || entry.objectType == ObjectType::directory
                          ? std::string_view(name)
                          : std::string_view();

@@ -1,20 +1,23 @@
 #include "SystemStatsKit/MountTable.h"
 
-#include <sys/stat.h>
-#include <sys/sysmacros.h>
-#include <unistd.h>
-
 #include <dirent.h>
+#include <sys/sysmacros.h>
 
 #include <algorithm>
 #include <cstdio>
-#include <fstream>
+#include <cstdlib>
+#include <memory>
 #include <set>
-#include <sstream>
+
+#include "Base/Platform.h"
+#include "Base/SmallFile.h"
 
 namespace tessel::MountTable {
 
 namespace {
+
+// A machine with thousands of containers has a long mount table, but not this long.
+constexpr std::int64_t mountInfoLimit = 16 << 20;
 
 // mountinfo writes a space, tab, newline and backslash in a path as \040, \011, \012, \134.
 std::string unescapeOctal(std::string_view text) {
@@ -63,7 +66,41 @@ bool under(std::string_view path, std::string_view folder) {
     return path.starts_with(folder) && (path.size() == folder.size() || path[folder.size()] == '/');
 }
 
+// The label of the file system on `source`: udev keeps one link per labelled
+// file system in /dev/disk/by-label, named by the label and leading to the
+// device. The source may be a link itself (/dev/mapper/home -> ../dm-1), so
+// both sides are followed to the device they end at.
+std::optional<std::string> labelOf(const std::string& source, const std::string& systemRoot) {
+    if (!source.starts_with("/dev/")) return std::nullopt;
+    const std::optional<std::string> device = realPath(onSystem(systemRoot, source));
+    if (!device) return std::nullopt;
+    const std::string folder = onSystem(systemRoot, "/dev/disk/by-label");
+    DIR* labels = opendir(folder.c_str());
+    if (labels == nullptr) return std::nullopt;
+    std::optional<std::string> found;
+    while (dirent* link = readdir(labels)) {
+        if (link->d_name[0] == '.') continue;
+        if (realPath(folder + "/" + link->d_name) == device) {
+            found = unescapeHex(link->d_name);
+            break;
+        }
+    }
+    closedir(labels);
+    return found;
+}
+
 } // namespace
+
+std::string onSystem(const std::string& systemRoot, const std::string& path) {
+    if (systemRoot.empty() || systemRoot == "/") return path;
+    return (systemRoot.back() == '/' ? systemRoot.substr(0, systemRoot.size() - 1) : systemRoot) + path;
+}
+
+std::optional<std::string> realPath(const std::string& path) {
+    std::unique_ptr<char, decltype(&std::free)> resolved(realpath(path.c_str(), nullptr), &std::free);
+    if (!resolved) return std::nullopt;
+    return std::string(resolved.get());
+}
 
 std::vector<MountEntry> parse(std::string_view mountInfo) {
     std::vector<MountEntry> table;
@@ -78,6 +115,7 @@ std::vector<MountEntry> parse(std::string_view mountInfo) {
         unsigned major = 0, minor = 0;
         if (std::sscanf(std::string(parts[2]).c_str(), "%u:%u", &major, &minor) != 2) continue;
         MountEntry entry;
+        entry.root = unescapeOctal(parts[3]);
         entry.mountPoint = unescapeOctal(parts[4]);
         entry.fileSystem = std::string(separator[1]);
         entry.source = unescapeOctal(separator[2]);
@@ -87,36 +125,22 @@ std::vector<MountEntry> parse(std::string_view mountInfo) {
     return table;
 }
 
-std::vector<MountEntry> current() {
-    std::ifstream file("/proc/self/mountinfo");
-    std::stringstream text;
-    text << file.rdbuf();
-    return parse(text.str());
+MountTableReading read(const std::string& systemRoot) {
+    SmallFileRead file = readSmallFile(onSystem(systemRoot, "/proc/self/mountinfo"), mountInfoLimit);
+    if (!file.text) return {{}, std::move(file.failure)};
+    return {parse(*file.text), {}};
 }
 
-bool isBrowsable(const MountEntry& entry) {
-    static const std::set<std::string, std::less<>> kernelFileSystems{
-        "proc", "sysfs", "devtmpfs", "devpts", "tmpfs", "ramfs", "cgroup", "cgroup2", "securityfs",
-        "pstore", "bpf", "debugfs", "tracefs", "mqueue", "hugetlbfs", "configfs", "fusectl",
-        "autofs", "binfmt_misc", "efivarfs", "nsfs", "rpc_pipefs", "selinuxfs", "squashfs",
-        "overlay", "fuse.gvfsd-fuse", "fuse.portal", "nfsd"};
-    if (kernelFileSystems.contains(entry.fileSystem)) return false;
-    if (entry.mountPoint == "/") return true;
-    for (const char* hidden : {"/proc", "/sys", "/dev", "/boot", "/snap", "/var/lib", "/tmp"})
-        if (under(entry.mountPoint, hidden)) return false;
-    // /run holds runtime state, except the folders where removable disks appear.
-    if (under(entry.mountPoint, "/run") && !under(entry.mountPoint, "/run/media")) return false;
-    return true;
-}
+std::vector<MountEntry> current() { return read("/").entries; }
 
-std::vector<MountEntry> browsable(const std::vector<MountEntry>& table) {
-    std::vector<MountEntry> disks;
-    std::set<std::uint64_t> seen;
-    for (const MountEntry& entry : table)
-        if (entry.mountPoint == "/" && isBrowsable(entry) && seen.insert(entry.device).second) disks.push_back(entry);
-    for (const MountEntry& entry : table)
-        if (isBrowsable(entry) && seen.insert(entry.device).second) disks.push_back(entry);
-    return disks;
+bool isLocalDisk(const MountEntry& entry) {
+    static const std::set<std::string, std::less<>> diskFileSystems{
+        "ext2", "ext3", "ext4", "xfs", "btrfs", "f2fs", "vfat", "exfat", "ntfs3", "ntfs",
+        "zfs", "bcachefs", "jfs", "reiserfs", "hfsplus"};
+    // FUSE on a block device (ntfs-3g, exfat-fuse) is a disk; FUSE elsewhere is
+    // a remote or a view (sshfs, rclone, the desktop's gvfs), and is not.
+    return diskFileSystems.contains(entry.fileSystem) || entry.fileSystem == "fuseblk" ||
+           entry.fileSystem.starts_with("fuseblk.");
 }
 
 std::optional<MountEntry> containing(const std::vector<MountEntry>& table, std::string_view path) {
@@ -129,29 +153,24 @@ std::optional<MountEntry> containing(const std::vector<MountEntry>& table, std::
     return *best;
 }
 
-std::string volumeName(const MountEntry& entry) {
-    // udev keeps one link per labelled file system in /dev/disk/by-label, named by the label.
-    if (entry.source.starts_with("/dev/")) {
-        if (DIR* labels = opendir("/dev/disk/by-label")) {
-            std::string found;
-            struct stat sourceInfo {};
-            bool haveSource = stat(entry.source.c_str(), &sourceInfo) == 0;
-            while (dirent* link = readdir(labels)) {
-                if (link->d_name[0] == '.') continue;
-                struct stat linkInfo {};
-                std::string path = std::string("/dev/disk/by-label/") + link->d_name;
-                if (haveSource && stat(path.c_str(), &linkInfo) == 0 && linkInfo.st_rdev == sourceInfo.st_rdev) {
-                    found = unescapeHex(link->d_name);
-                    break;
-                }
-            }
-            closedir(labels);
-            if (!found.empty()) return found;
-        }
-    }
-    if (entry.mountPoint == "/") return {};
-    std::size_t slash = entry.mountPoint.rfind('/');
-    return entry.mountPoint.substr(slash + 1);
+std::optional<MountEntry> preferredMount(const std::vector<MountEntry>& table, std::uint64_t device) {
+    const MountEntry* best = nullptr;
+    auto before = [](const MountEntry& a, const MountEntry& b) {
+        if ((a.mountPoint == "/") != (b.mountPoint == "/")) return a.mountPoint == "/";
+        if ((a.root == "/") != (b.root == "/")) return a.root == "/";
+        if (a.mountPoint.size() != b.mountPoint.size()) return a.mountPoint.size() < b.mountPoint.size();
+        return a.mountPoint < b.mountPoint;
+    };
+    for (const MountEntry& entry : table)
+        if (entry.device == device && (best == nullptr || before(entry, *best))) best = &entry;
+    if (best == nullptr) return std::nullopt;
+    return *best;
+}
+
+std::string volumeName(const MountEntry& entry, const std::string& systemRoot) {
+    if (std::optional<std::string> label = labelOf(entry.source, systemRoot); label && !label->empty()) return *label;
+    if (entry.mountPoint == "/") return unnamedStartupDisk();
+    return entry.mountPoint;
 }
 
 } // namespace tessel::MountTable

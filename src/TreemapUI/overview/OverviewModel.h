@@ -32,6 +32,8 @@ class OverviewModel : public QObject {
     Q_PROPERTY(QString volumeName READ volumeName NOTIFY figuresChanged)
     Q_PROPERTY(qint64 volumeTotal READ volumeTotal NOTIFY figuresChanged)
     Q_PROPERTY(qint64 volumeAvailable READ volumeAvailable NOTIFY figuresChanged)
+    Q_PROPERTY(qint64 volumeUsed READ volumeUsed NOTIFY figuresChanged)
+    Q_PROPERTY(qint64 volumeReserved READ volumeReserved NOTIFY figuresChanged)
     Q_PROPERTY(QVariantList parts READ parts NOTIFY figuresChanged)
     Q_PROPERTY(QString diskName READ diskName NOTIFY healthChanged)
     Q_PROPERTY(qint64 diskTotal READ diskTotal NOTIFY healthChanged)
@@ -61,6 +63,11 @@ public:
     QString volumeName() const;
     qint64 volumeTotal() const { return volume_ ? volume_->total : 0; }
     qint64 volumeAvailable() const { return volume_ ? volume_->available : 0; }
+    // Used, and kept for the system, as the disk bar shows them: the reserve
+    // only where it is more than 1% of the disk, else 0 and counted as used.
+    // Used, reserved and available add up to the total.
+    qint64 volumeUsed() const { return volume_ ? volume_->usedAsShown() : 0; }
+    qint64 volumeReserved() const { return volume_ && volume_->showsReserved() ? volume_->reserved : 0; }
     QVariantList parts() const;
     // The startup disk, which the sidebar and the health word speak of.
     QString diskName() const { return startupDisk_ ? toQString(startupDisk_->name) : QString(); }

@@ -28,6 +28,9 @@
 // snapshots, folders the scan could not read, or everything outside a scanned
 // folder) is added afterwards by `make`. A scan larger than the used space,
 // as with clones counted in full, adds nothing: there is nothing to explain.
+// Space the file system keeps for the system holds no files, so it is not
+// used space to explain, unless it is too small for the disk bar to show on
+// its own (VolumeCapacity::usedAsShown), when it goes with the rest.
 
 #include "overview/StorageBreakdown.h"
 
@@ -249,8 +252,7 @@ StorageBreakdown StorageBreakdown::make(const FileNode& root, const std::optiona
     std::string volumeName;
     if (volume) {
         volumeName = volume->name;
-        const std::int64_t used =
-            std::max<std::int64_t>(checkedSubtract(volume->total, volume->available), 0);
+        const std::int64_t used = volume->usedAsShown();
         if (breakdown.scanned < used) {
             const std::int64_t unaccounted = checkedSubtract(used, breakdown.scanned);
             Category where = rootPath == "/" ? Category::system : Category::elsewhere;

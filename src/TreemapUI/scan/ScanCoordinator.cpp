@@ -11,7 +11,7 @@
 #include "DiskScanKit/Paths.h"
 #include "scan/ScanSummary.h"
 #include "app/SettingsKeys.h"
-#include "SystemStatsKit/MountTable.h"
+#include "SystemStatsKit/DiskVolumes.h"
 #include "SystemStatsKit/VolumeSampler.h"
 #include "support/ThreadName.h"
 
@@ -39,16 +39,15 @@ ScanCoordinator::Environment ScanCoordinator::Environment::system(QSettings* set
     environment.accessStatus = [home = environment.home] {
         return FullDiskAccess::status(home, LocalFileManager());
     };
-    environment.mountedVolumes = [] {
-        std::vector<Volume> volumes;
-        for (const MountEntry& entry : MountTable::browsable(MountTable::current())) {
-            std::string name = MountTable::volumeName(entry);
-            if (name.empty()) name = VolumeSampler::unnamedVolume();
-            volumes.push_back({entry.mountPoint, name, entry.mountPoint == "/"});
-        }
-        return volumes;
-    };
+    environment.mountedVolumes = [home = environment.home] { return systemVolumes(home); };
     return environment;
+}
+
+std::vector<ScanCoordinator::Volume> ScanCoordinator::Environment::systemVolumes(const std::string& home) {
+    std::vector<Volume> volumes;
+    for (const DiskVolume& disk : DiskVolumes::list("/", home).volumes)
+        volumes.push_back({disk.mountPoint, disk.name, disk.isRoot, disk.holdsHome});
+    return volumes;
 }
 
 ScanCoordinator::ScanCoordinator(Environment environment, std::string initialPath, QObject* parent)
@@ -65,6 +64,12 @@ ScanCoordinator::~ScanCoordinator() {
 
 std::string ScanCoordinator::initialPath(const QStringList& positionalArguments) {
     if (!positionalArguments.isEmpty()) return Paths::absolute(toBytes(positionalArguments.front()));
+    return defaultPath(Environment::systemVolumes(Paths::homeFolder()));
+}
+
+std::string ScanCoordinator::defaultPath(const std::vector<Volume>& volumes) {
+    for (const Volume& volume : volumes)
+        if (volume.holdsHome) return volume.path;
     return "/";
 }
 
@@ -230,6 +235,8 @@ ScanCoordinator::Stage ScanCoordinator::stage() const {
 }
 
 QString ScanCoordinator::sourceLabel() const {
+    for (const Volume& volume : volumes_)
+        if (volume.path == source_) return toQString(volume.name);
     if (source_ == "/") return toQString(startupDiskName());
     return toQString(std::string(Paths::lastComponent(source_)));
 }
@@ -239,7 +246,8 @@ QVariantList ScanCoordinator::volumeList() const {
     for (const Volume& volume : volumes_)
         list.append(QVariantMap{{"path", toQString(volume.path)},
                                 {"name", toQString(volume.name)},
-                                {"isRoot", volume.isRoot}});
+                                {"isRoot", volume.isRoot},
+                                {"holdsHome", volume.holdsHome}});
     return list;
 }
 

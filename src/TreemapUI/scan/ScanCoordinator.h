@@ -73,6 +73,7 @@ public:
         std::string path;
         std::string name;
         bool isRoot = false;
+        bool holdsHome = false;
         bool operator==(const Volume&) const = default;
     };
 
@@ -88,13 +89,18 @@ public:
         std::function<std::vector<Volume>()> mountedVolumes;
         // Called on the main thread when the user should pick a folder.
         static Environment system(QSettings* settings);
+        // The local disks, as "tessel volumes" lists them.
+        static std::vector<Volume> systemVolumes(const std::string& home);
     };
 
     ScanCoordinator(Environment environment, std::string initialPath, QObject* parent = nullptr);
     ~ScanCoordinator() override;
 
-    // The path a launch asks for: the command line's folder, else the whole disk.
+    // The path a launch asks for: the command line's folder, else defaultPath.
     static std::string initialPath(const QStringList& positionalArguments);
+    // Where a launch without a path starts: the disk that holds the home
+    // folder, else the whole disk.
+    static std::string defaultPath(const std::vector<Volume>& volumes);
 
     Q_INVOKABLE void start();
     Q_INVOKABLE void scan(const QString& path);

@@ -171,9 +171,32 @@ TEST(ScanCoordinatorRules, AccessIsMissingOnlyWhenDeniedAndManyFoldersFailed) {
 }
 
 TEST(ScanCoordinatorRules, LaunchPathIsTheFirstPathGivenMadeAbsolute) {
-    EXPECT_EQ(ScanCoordinator::initialPath({}), "/");
     EXPECT_EQ(ScanCoordinator::initialPath({"/srv/data/", "/other"}), "/srv/data");
     EXPECT_EQ(ScanCoordinator::initialPath({"data"}), QDir::currentPath().toStdString() + "/data");
+}
+
+TEST(ScanCoordinatorRules, WithoutAPathALaunchScansTheDiskThatHoldsTheHome) {
+    const std::vector<ScanCoordinator::Volume> disks{{"/", "Startup Disk", true, false}, {"/home", "Home", false, true}};
+    EXPECT_EQ(ScanCoordinator::defaultPath(disks), "/home");
+    EXPECT_EQ(ScanCoordinator::defaultPath({{"/", "Startup Disk", true, false}}), "/") << "a home on no local disk";
+}
+
+TEST_F(ScanRoad, ADiskIsLabelledWithItsNameAndAFolderWithItsOwn) {
+    auto chosen = environment();
+    chosen.mountedVolumes = [] {
+        return std::vector<ScanCoordinator::Volume>{{"/", "Startup Disk", true, false}, {"/home", "Home", false, true}};
+    };
+    auto labelOf = [&](const std::string& source) {
+        ScanCoordinator coordinator(chosen, source);
+        coordinator.loadVolumes();
+        return coordinator.sourceLabel();
+    };
+    EXPECT_EQ(labelOf("/home"), "Home");
+    EXPECT_EQ(labelOf("/home/me/Music"), "Music");
+    EXPECT_EQ(labelOf("/"), "Startup Disk");
+    ScanCoordinator coordinator(chosen, "/home");
+    coordinator.loadVolumes();
+    EXPECT_EQ(coordinator.volumeList().at(1).toMap().value("holdsHome"), true);
 }
 
 TEST_F(ScanRoad, CompletionIsHandledOnceHoweverOftenItIsAsked) {

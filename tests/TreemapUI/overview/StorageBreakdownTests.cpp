@@ -132,6 +132,23 @@ TEST_F(StorageBreakdownMake, UnaccountedUsedSpaceOfTheWholeDiskIsSystem) {
     EXPECT_EQ(breakdown.parts[1].bytes, 100 + 100);
 }
 
+TEST_F(StorageBreakdownMake, ReserveShownOnItsOwnIsNotSystemButASmallOneIs) {
+    FileNode* root = rootAt("/");
+    folder(root, "usr", 300);
+    VolumeCapacity ext4 = volume("Disk", 1000, 500);
+    ext4.reserved = 100; // 10% kept for root: the bar shows it apart
+    StorageBreakdown breakdown = StorageBreakdown::make(*root, ext4, "/home/me", Platform::linuxOS);
+    ASSERT_EQ(breakdown.parts.size(), 1u);
+    EXPECT_EQ(breakdown.parts[0].category, Category::system);
+    EXPECT_EQ(breakdown.parts[0].bytes, 300 + 100);
+
+    VolumeCapacity btrfs = volume("Disk", 100'000, 50'000);
+    btrfs.reserved = 500; // half a percent: too thin to show, so it counts as used
+    breakdown = StorageBreakdown::make(*root, btrfs, "/home/me", Platform::linuxOS);
+    ASSERT_EQ(breakdown.parts.size(), 1u);
+    EXPECT_EQ(breakdown.parts[0].bytes, 49'500 + 500);
+}
+
 TEST_F(StorageBreakdownMake, UnaccountedUsedSpaceOfAFolderScanIsTheRestOfTheVolume) {
     FileNode* home = rootAt("/home/me");
     folder(home, "Downloads", 300);

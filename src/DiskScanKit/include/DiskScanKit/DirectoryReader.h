@@ -34,6 +34,8 @@ struct RawEntry {
     std::uint64_t deviceID = 0;
     std::int64_t allocatedBytes = 0;
     std::uint32_t linkCount = 1;
+    // The entry is the root of a mount (a bind mount shares its parent's device).
+    bool mountRoot = false;
 };
 
 class DirectoryReaderError : public std::exception {

@@ -4,6 +4,7 @@
 #include <functional>
 #include <set>
 #include <string>
+#include <string_view>
 
 #include "Base/Platform.h"
 
@@ -31,9 +32,14 @@ struct ScanOptions {
     double progressInterval = 0.1;
     double stallTimeout = 30;
     std::function<void(const std::string& path)> beforeReading;
+    // The Trash folders at the top of a disk (isTopTrashName) are entered.
+    bool entersVolumeTrash = false;
 
     // The same options with volume trashes entered.
     ScanOptions includingVolumeTrash() const;
+    // A Trash that a disk other than the home's keeps at its top folder:
+    // ".Trash", one folder per user inside, or ".Trash-" and a user's number.
+    static bool isTopTrashName(std::string_view name);
 };
 
 } // namespace tessel
