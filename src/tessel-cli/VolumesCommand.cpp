@@ -9,7 +9,7 @@
 #include "Command.h"
 #include "Listing.h"
 #include "TerminalText.h"
-#include "DiskScanKit/ByteFormat.h"
+#include "DiskScanKit/DiskWords.h"
 #include "DiskScanKit/Paths.h"
 #include "SystemStatsKit/DiskVolumes.h"
 
@@ -47,11 +47,7 @@ void printVolume(const DiskVolume& volume) {
         return;
     }
     const VolumeCapacity& capacity = *volume.capacity;
-    std::printf("  %s in all: %s used, %s free", ByteFormat::string(capacity.total).c_str(),
-                ByteFormat::string(capacity.used()).c_str(), ByteFormat::string(capacity.available).c_str());
-    if (capacity.reserved > 0)
-        std::printf(", %s kept for the system", ByteFormat::string(capacity.reserved).c_str());
-    std::printf("\n");
+    std::printf("  %s\n", DiskWords::usage(capacity.used(), capacity.total, capacity.available, capacity.reserved).c_str());
 }
 
 } // namespace

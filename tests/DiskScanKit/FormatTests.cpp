@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "DiskScanKit/ByteFormat.h"
+#include "DiskScanKit/DiskWords.h"
 #include "DiskScanKit/Paths.h"
 #include "DiskScanKit/ScanOptions.h"
 #include "DiskScanKit/TextFormat.h"
@@ -108,4 +109,11 @@ TEST(ThreadNames, KernelNameKeepsTheNumberWithinFifteenCharacters) {
     EXPECT_EQ(kernelThreadName("DiskScanner.worker.", 3), "DiskScanner.wo3");
     EXPECT_EQ(kernelThreadName("DiskScanner.worker.", 12345), "DiskScanne12345");
     EXPECT_EQ(kernelThreadName("short.", 7), "short.7");
+}
+
+TEST(DiskWords, TheReserveIsNamedOnlyWhenThereIsOneToName) {
+    EXPECT_EQ(DiskWords::usage(34'100'000'000, 271'000'000'000, 68'700'000'000, 168'000'000'000),
+              "34.1 GB used of 271 GB, 68.7 GB free, 168 GB reserved for the system");
+    EXPECT_EQ(DiskWords::usage(40'000'000'000, 100'000'000'000, 60'000'000'000, 0), "40.0 GB used of 100 GB, 60.0 GB free");
+    EXPECT_EQ(DiskWords::freeOf(68'700'000'000, 271'000'000'000), "68.7 GB free of 271 GB");
 }

@@ -74,7 +74,7 @@ TEST_F(DescribedDesktop, TextNamesEachDiskWhereItIsMountedAndWhatItHolds) {
     EXPECT_NE(outcome.out.find("Startup Disk (/): btrfs on /dev/sda2, holds the home folder\n"), std::string::npos)
         << outcome.out;
     EXPECT_NE(outcome.out.find("Photos (/media/me/Photos): exfat on /dev/sdb1\n"), std::string::npos);
-    EXPECT_NE(outcome.out.find(" used, "), std::string::npos);
+    EXPECT_NE(outcome.out.find(" used of "), std::string::npos);
     EXPECT_NE(outcome.out.find("  size unknown: statvfs("), std::string::npos);
     EXPECT_EQ(outcome.out.find("tmpfs"), std::string::npos);
     EXPECT_EQ(outcome.out.find("Photos too"), std::string::npos);

@@ -3,9 +3,11 @@
 #include <QDateTime>
 #include <QLocale>
 
+#include <algorithm>
 #include <utility>
 
 #include "DiskScanKit/ByteFormat.h"
+#include "DiskScanKit/DiskWords.h"
 #include "support/QtText.h"
 #include "app/Rooms.h"
 #include "scan/ScanSummary.h"
@@ -21,6 +23,22 @@ OverviewModel::OverviewModel(ScannedTree& tree, QSettings* settings, std::string
     });
     connect(&tree_, &ScannedTree::changed, this, [this] { figure(false); });
     refreshSummary();
+    if (settings_ != nullptr)
+        if (std::optional<ScanSummary> summary = ScanSummary::load(*settings_)) sampleLastScansDisk(toBytes(summary->path));
+}
+
+void OverviewModel::sampleLastScansDisk(const std::string& path) {
+    const int generation = generation_;
+    OverviewModel* self = this;
+    tree_.run([relay = relay_, self, generation, path] {
+        std::optional<VolumeCapacity> volume = VolumeSampler(path).sample();
+        relay->post([self, generation, volume] {
+            // A new scan's own figures win over the last one's.
+            if (generation != self->generation_ || self->breakdown_ || !volume) return;
+            self->volume_ = volume;
+            emit self->figuresChanged();
+        });
+    });
 }
 
 OverviewModel::~OverviewModel() { relay_->detach(); }
@@ -68,6 +86,11 @@ void OverviewModel::refreshSummary() {
     QString line;
     if (settings_ != nullptr)
         if (std::optional<ScanSummary> summary = ScanSummary::load(*settings_)) {
+            lastScanParts_.clear();
+            for (const auto& [key, bytes] : summary->parts)
+                if (std::optional<StorageBreakdown::Category> category = StorageBreakdown::category(key); category && bytes > 0)
+                    lastScanParts_.push_back({*category, StorageBreakdown::title(*category, toBytes(summary->label)), bytes});
+            std::ranges::sort(lastScanParts_, {}, &StorageBreakdown::Part::category);
             const QLocale locale;
             line = QStringLiteral("Last scan: %1, %2. %3 in %4 files and %5 folders.")
                        .arg(summary->label, summary->when(QDateTime::currentDateTime(), locale),
@@ -85,10 +108,27 @@ QString OverviewModel::volumeName() const {
     return volume_ ? toQString(volume_->name) : QString();
 }
 
+QString OverviewModel::volumeLine() const {
+    if (!volume_) return {};
+    return toQString(DiskWords::usage(volume_->usedAsShown(), volume_->total, volume_->available, volumeReserved()));
+}
+
+QVariantMap OverviewModel::reservedPart() const {
+    if (volumeReserved() == 0) return {};
+    return {
+        {"title", toQString(DiskWords::reservedTitle())},
+        {"description", toQString(DiskWords::reservedExplanation())},
+        {"bytes", volumeReserved()},
+    };
+}
+
+QString OverviewModel::diskLine() const {
+    return startupDisk_ ? toQString(DiskWords::freeOf(startupDisk_->available, startupDisk_->total)) : QString();
+}
+
 QVariantList OverviewModel::parts() const {
     QVariantList list;
-    if (!breakdown_) return list;
-    for (const StorageBreakdown::Part& part : breakdown_->parts)
+    for (const StorageBreakdown::Part& part : breakdown_ ? breakdown_->parts : lastScanParts_)
         list.append(QVariantMap{
             {"key", toQString(StorageBreakdown::key(part.category))},
             {"title", toQString(part.title)},

@@ -34,10 +34,16 @@ class OverviewModel : public QObject {
     Q_PROPERTY(qint64 volumeAvailable READ volumeAvailable NOTIFY figuresChanged)
     Q_PROPERTY(qint64 volumeUsed READ volumeUsed NOTIFY figuresChanged)
     Q_PROPERTY(qint64 volumeReserved READ volumeReserved NOTIFY figuresChanged)
+    Q_PROPERTY(QString volumeLine READ volumeLine NOTIFY figuresChanged)
+    Q_PROPERTY(QVariantMap reservedPart READ reservedPart NOTIFY figuresChanged)
     Q_PROPERTY(QVariantList parts READ parts NOTIFY figuresChanged)
+    Q_PROPERTY(bool partsFromLastScan READ partsFromLastScan NOTIFY figuresChanged)
     Q_PROPERTY(QString diskName READ diskName NOTIFY healthChanged)
     Q_PROPERTY(qint64 diskTotal READ diskTotal NOTIFY healthChanged)
     Q_PROPERTY(qint64 diskAvailable READ diskAvailable NOTIFY healthChanged)
+    Q_PROPERTY(qint64 diskUsed READ diskUsed NOTIFY healthChanged)
+    Q_PROPERTY(qint64 diskReserved READ diskReserved NOTIFY healthChanged)
+    Q_PROPERTY(QString diskLine READ diskLine NOTIFY healthChanged)
     Q_PROPERTY(qint64 scanned READ scanned NOTIFY figuresChanged)
     Q_PROPERTY(QString healthLevel READ healthLevel NOTIFY healthChanged)
     Q_PROPERTY(QString healthWord READ healthWord NOTIFY healthChanged)
@@ -68,11 +74,20 @@ public:
     // Used, reserved and available add up to the total.
     qint64 volumeUsed() const { return volume_ ? volume_->usedAsShown() : 0; }
     qint64 volumeReserved() const { return volume_ && volume_->showsReserved() ? volume_->reserved : 0; }
+    // "34.1 GB used of 271 GB, 68.7 GB free, 168 GB reserved for the system"
+    QString volumeLine() const;
+    // The disk bar's grey part {title, description, bytes}; empty when too small to show.
+    QVariantMap reservedPart() const;
+    // The parts of the scanned tree; until a new scan's stand, those of the last scan kept.
     QVariantList parts() const;
+    bool partsFromLastScan() const { return !breakdown_ && !lastScanParts_.empty(); }
     // The startup disk, which the sidebar and the health word speak of.
     QString diskName() const { return startupDisk_ ? toQString(startupDisk_->name) : QString(); }
     qint64 diskTotal() const { return startupDisk_ ? startupDisk_->total : 0; }
     qint64 diskAvailable() const { return startupDisk_ ? startupDisk_->available : 0; }
+    qint64 diskUsed() const { return startupDisk_ ? startupDisk_->usedAsShown() : 0; }
+    qint64 diskReserved() const { return startupDisk_ && startupDisk_->showsReserved() ? startupDisk_->reserved : 0; }
+    QString diskLine() const;
     qint64 scanned() const { return breakdown_ ? breakdown_->scanned : 0; }
     QString healthLevel() const;
     QString healthWord() const { return toQString(health_.word); }
@@ -91,6 +106,8 @@ signals:
 private:
     // Works out the breakdown of the tree as it stands, in the background.
     void figure(bool newScan);
+    // The disk of the last scan, so that its kept parts stand on a whole disk bar at launch.
+    void sampleLastScansDisk(const std::string& path);
 
     ScannedTree& tree_;
     QSettings* settings_;
@@ -103,6 +120,7 @@ private:
     std::optional<VolumeCapacity> volume_;
     std::optional<VolumeCapacity> startupDisk_;
     std::optional<StorageBreakdown> breakdown_;
+    std::vector<StorageBreakdown::Part> lastScanParts_;
     MacHealth health_;
     QString summaryLine_;
 };

@@ -4,7 +4,14 @@
 
 #include <numeric>
 
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include "overview/OverviewModel.h"
 #include "overview/StorageBreakdown.h"
+#include "scan/ScanSummary.h"
+#include "scan/ScannedTree.h"
 #include "SystemStatsKit/VolumeSampler.h"
 #include "TreeBuilder.h"
 
@@ -191,4 +198,35 @@ TEST(StorageBreakdownKeys, EveryKeyLeadsBackToItsCategory) {
     EXPECT_EQ(StorageBreakdown::key(Category::appData), "appData");
     EXPECT_EQ(StorageBreakdown::category("AppData"), std::nullopt);
     EXPECT_EQ(StorageBreakdown::allCategories().size(), 8u);
+}
+
+// The overview at launch, before any scan of this run: the last scan's parts stand until a new tree's do.
+struct OverviewAtLaunch : TreeFixture {
+    QTemporaryDir dir;
+    QSettings settings{dir.filePath("settings.ini"), QSettings::IniFormat};
+    ScannedTree scanned;
+};
+
+TEST_F(OverviewAtLaunch, TheLastScansPartsStandUntilTheNewTreesAreFigured) {
+    ScanSummary last;
+    last.path = QStringLiteral("/home/me");
+    last.label = QStringLiteral("me");
+    last.date = QDateTime::currentDateTime();
+    last.parts = {{"other", 5}, {"documents", 30}, {"not a kind any more", 7}, {"pictures", 0}};
+    last.save(settings);
+
+    OverviewModel overview(scanned, &settings, "/home/me");
+    EXPECT_TRUE(overview.partsFromLastScan());
+    QStringList keys;
+    for (const QVariant& part : overview.parts()) keys << part.toMap().value("key").toString();
+    EXPECT_EQ(keys, (QStringList{"documents", "other"})) << "in the bar's order, known kinds that hold bytes only";
+
+    FileNode* home = rootAt("/home/me");
+    folder(home, "Music", 100);
+    ScanResult result;
+    result.root = FileTree::share(tree, home);
+    scanned.replace(std::move(result));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return overview.breakdown().has_value(); }, 3000));
+    EXPECT_FALSE(overview.partsFromLastScan());
+    EXPECT_EQ(overview.parts().front().toMap().value("bytes").toLongLong(), 100);
 }

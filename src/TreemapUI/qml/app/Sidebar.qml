@@ -141,7 +141,10 @@ Rectangle {
         color: Style.mix(Style.theme.sidebar, Style.theme.surface, 0.6)
         border.width: 1
         border.color: Style.theme.outline
-        readonly property real usedShare: sidebar.overview.diskTotal > 0
+        // Shares of what is used and what the system keeps; the warning colours judge what the user can still write.
+        readonly property real usedShare: sidebar.overview.diskTotal > 0 ? sidebar.overview.diskUsed / sidebar.overview.diskTotal : 0
+        readonly property real reservedShare: sidebar.overview.diskTotal > 0 ? sidebar.overview.diskReserved / sidebar.overview.diskTotal : 0
+        readonly property real takenShare: sidebar.overview.diskTotal > 0
             ? 1 - sidebar.overview.diskAvailable / sidebar.overview.diskTotal : 0
 
         Column {
@@ -165,18 +168,24 @@ Rectangle {
                 height: 6
                 radius: 3
                 color: Style.theme.outline
-                Rectangle {
-                    width: parent.width * diskCard.usedShare
-                    height: parent.height
-                    radius: 3
-                    color: diskCard.usedShare > 0.9 ? Style.theme.danger
-                         : diskCard.usedShare > 0.8 ? Style.theme.warning : Style.theme.accent
+                clip: true
+                Row {
+                    anchors.fill: parent
+                    Rectangle {
+                        width: parent.width * diskCard.usedShare
+                        height: parent.height
+                        color: diskCard.takenShare > 0.9 ? Style.theme.danger
+                             : diskCard.takenShare > 0.8 ? Style.theme.warning : Style.theme.accent
+                    }
+                    Rectangle {
+                        width: parent.width * diskCard.reservedShare
+                        height: parent.height
+                        color: Style.mix(Style.theme.outline, Style.theme.secondaryText, 0.45)
+                    }
                 }
             }
             Text {
-                text: sidebar.overview.diskTotal > 0
-                      ? Format.bytes(sidebar.overview.diskAvailable) + " free of " + Format.bytes(sidebar.overview.diskTotal)
-                      : "Reading the disk…"
+                text: sidebar.overview.diskTotal > 0 ? sidebar.overview.diskLine : "Reading the disk…"
                 color: Style.theme.secondaryText
                 font.pixelSize: Style.captionSize
                 width: parent.width

@@ -2,12 +2,17 @@ import QtQuick
 import QtQuick.Controls
 import Tessel.UI
 
-// Used space by kind, then free space, in one rounded bar with its legend.
+// Used space by kind, then what the file system keeps for the system (grey),
+// then free space, in one rounded bar with its legend.
 Column {
     id: storage
     required property var parts      // [{key, title, description, bytes}]
     required property real total     // the disk's size; 0 when unknown
     required property real available
+    // {title, description, bytes} of the system's reserve; empty when there is none worth showing.
+    property var reserved: ({})
+    readonly property bool showsReserved: reserved !== undefined && reserved.bytes !== undefined && reserved.bytes > 0
+    readonly property color reservedColor: Style.mix(Style.theme.outline, Style.theme.secondaryText, 0.45)
     spacing: 14
 
     readonly property real partsSum: {
@@ -53,6 +58,17 @@ Column {
                     ToolTip.delay: 250
                 }
             }
+            Rectangle {
+                visible: storage.showsReserved
+                width: storage.showsReserved ? Math.max(2, bar.width * storage.reserved.bytes / storage.scale) : 0
+                height: bar.height
+                color: storage.reservedColor
+                HoverHandler { id: reservedHover }
+                ToolTip.visible: reservedHover.hovered
+                ToolTip.text: storage.showsReserved
+                              ? storage.reserved.title + ", " + Format.bytes(storage.reserved.bytes) + ". " + storage.reserved.description : ""
+                ToolTip.delay: 250
+            }
         }
     }
 
@@ -87,6 +103,29 @@ Column {
             }
         }
         Row {
+            visible: storage.showsReserved
+            spacing: 7
+            Rectangle {
+                width: 10
+                height: 10
+                radius: 3
+                color: storage.reservedColor
+                anchors.verticalCenter: parent.verticalCenter
+            }
+            Text {
+                text: storage.showsReserved ? storage.reserved.title : ""
+                color: Style.theme.text
+                font.pixelSize: Style.bodySize - 1
+                anchors.verticalCenter: parent.verticalCenter
+            }
+            Text {
+                text: storage.showsReserved ? Format.bytes(storage.reserved.bytes) : ""
+                color: Style.theme.secondaryText
+                font.pixelSize: Style.bodySize - 1
+                anchors.verticalCenter: parent.verticalCenter
+            }
+        }
+        Row {
             visible: storage.total > 0
             spacing: 7
             Rectangle {
@@ -109,5 +148,13 @@ Column {
                 anchors.verticalCenter: parent.verticalCenter
             }
         }
+    }
+    Text {
+        visible: storage.showsReserved
+        width: parent.width
+        text: storage.showsReserved ? storage.reserved.description : ""
+        color: Style.theme.secondaryText
+        font.pixelSize: Style.captionSize + 1
+        wrapMode: Text.Wrap
     }
 }

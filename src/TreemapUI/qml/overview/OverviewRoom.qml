@@ -41,9 +41,7 @@ Flickable {
                             font.weight: Font.DemiBold
                         }
                         Text {
-                            text: room.overview.hasVolume
-                                  ? Format.bytes(room.overview.volumeTotal - room.overview.volumeAvailable) + " used of "
-                                    + Format.bytes(room.overview.volumeTotal) + ", " + Format.bytes(room.overview.volumeAvailable) + " free"
+                            text: room.overview.hasVolume ? room.overview.volumeLine
                                   : room.scan.isScanning ? "Measuring what this disk holds…" : "Scan to see what this disk holds."
                             color: Style.theme.secondaryText
                             font.pixelSize: Style.bodySize
@@ -88,6 +86,14 @@ Flickable {
                     parts: room.overview.parts
                     total: room.overview.volumeTotal
                     available: room.overview.volumeAvailable
+                    reserved: room.overview.reservedPart
+                }
+                Text {
+                    visible: room.overview.partsFromLastScan
+                    text: room.scan.isScanning ? "As the last scan found it, until this one ends."
+                                               : "As the last scan found it."
+                    color: Style.theme.secondaryText
+                    font.pixelSize: Style.captionSize + 1
                 }
                 Text {
                     visible: room.overview.healthReason.length > 0
