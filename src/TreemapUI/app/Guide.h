@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "Base/Platform.h"
+
 namespace tessel {
 
 enum class GuideTarget { scan, optimize, source, spaceMap, cleanUp, disk };
@@ -17,7 +19,8 @@ struct GuideStep {
 };
 
 namespace Guide {
-const std::vector<GuideStep>& steps();
+// The same steps on every platform; only their words differ.
+const std::vector<GuideStep>& steps(Platform platform = currentPlatform());
 std::string_view targetName(GuideTarget target);
 } // namespace Guide
 

@@ -36,22 +36,27 @@ std::optional<Tool> tool(std::string_view name) {
     return std::nullopt;
 }
 
-std::optional<std::string_view> line(Tool tool) {
+std::optional<std::string_view> line(Tool tool, Platform platform) {
+    const bool mac = platform == Platform::macOS;
     switch (tool) {
     case Tool::junk:
         return "Caches, logs, build data and old installers that can go without losing anything anyone made, and how much each would free.";
     case Tool::duplicates:
         return "Files with identical contents, whatever they are called, and the space removing the extra copies would actually free.";
     case Tool::hidden:
-        return "The largest things Finder does not show you, such as caches in dot folders, with what each one is.";
+        return mac ? "The largest things Finder does not show you, such as caches in dot folders, with what each one is."
+                   : "The largest things the file manager does not show you, such as caches in dot folders, with what each one is.";
     case Tool::startup:
-        return "Everything that starts itself: launch agents, launch daemons, helper tools and system extensions, and whether anything still owns them.";
+        return mac ? "Everything that starts itself: launch agents, launch daemons, helper tools and system extensions, and whether anything still owns them."
+                   : "Everything that starts itself: systemd services and timers, autostart entries and cron jobs, and whether anything still owns them.";
     case Tool::leftovers:
         return "Preferences, caches and support files left behind by apps you removed long ago.";
     case Tool::aiData:
-        return "The AI models on this Mac, often tens of gigabytes: Apple Intelligence's and Siri's, and what Ollama, LM Studio, Hugging Face and other AI apps downloaded.";
+        return mac ? "The AI models on this Mac, often tens of gigabytes: Apple Intelligence's and Siri's, and what Ollama, LM Studio, Hugging Face and other AI apps downloaded."
+                   : "The AI models on this computer, often tens of gigabytes: what Ollama, LM Studio, Hugging Face and other AI apps downloaded.";
     case Tool::systemData:
-        return "What System Data holds that can go, and what Storage settings counts beside it: iPhone and iPad backups, attachments Mail and Messages keep, Time Machine's local snapshots and the Trash.";
+        return mac ? "What System Data holds that can go, and what Storage settings counts beside it: iPhone and iPad backups, attachments Mail and Messages keep, Time Machine's local snapshots and the Trash."
+                   : "What the system keeps beside your files that can go: old logs and journals, package caches, crash reports and the Trash.";
     case Tool::changes:
         return "What grew, shrank, appeared or disappeared since an earlier scan of the same place.";
     case Tool::report:

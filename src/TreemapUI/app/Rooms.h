@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "Base/Platform.h"
+
 namespace tessel {
 
 namespace ToolsView {
@@ -18,7 +20,7 @@ const std::vector<Tool>& allTools();
 std::string_view key(Tool tool);
 std::optional<Tool> tool(std::string_view key);
 // What the tool does, as the overview's list of tools says it.
-std::optional<std::string_view> line(Tool tool);
+std::optional<std::string_view> line(Tool tool, Platform platform = currentPlatform());
 
 } // namespace ToolsView
 

@@ -18,6 +18,7 @@
 #include <cstdio>
 #include <vector>
 
+#include "Base/Platform.h"
 #include "DiskScanKit/ByteFormat.h"
 
 namespace tessel {
@@ -33,6 +34,10 @@ std::string freeSpaceText(std::int64_t free) {
     }
     return ByteFormat::string(free);
 }
+
+// Who is short of memory, or recommends a battery's service: the Mac's own
+// system by its name, elsewhere the system in plain words.
+std::string systemName() { return currentPlatform() == Platform::macOS ? "macOS" : "The system"; }
 
 std::string wholeNumber(double value) {
     char text[64];
@@ -69,12 +74,12 @@ std::optional<MacHealth> memoryConcern(MemoryUsage::Pressure pressure) {
     case MemoryPressure::warning:
         health.level = MacHealth::Level::fair;
         health.word = "Memory is tight";
-        health.reason = "macOS is working to find memory for what is open.";
+        health.reason = systemName() + " is working to find memory for what is open.";
         return health;
     case MemoryPressure::critical:
         health.level = MacHealth::Level::poor;
         health.word = "Short of memory";
-        health.reason = "macOS is short of memory, and apps may slow down.";
+        health.reason = systemName() + " is short of memory, and apps may slow down.";
         return health;
     }
     return std::nullopt;
@@ -98,7 +103,8 @@ std::optional<MacHealth> batteryConcern(double capacity) {
     health.level = MacHealth::Level::fair;
     health.word = "Battery pace";
     health.reason = "The battery holds " + wholeNumber(capacity * 100) +
-                    "% of what it did when new. macOS recommends service below 80%.";
+                    "% of what it did when new. " +
+                    (currentPlatform() == Platform::macOS ? "macOS recommends service below 80%." : "Batteries are due for service below 80%.");
     return health;
 }
 

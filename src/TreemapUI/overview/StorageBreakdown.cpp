@@ -174,22 +174,29 @@ std::string StorageBreakdown::title(Category category, std::string_view volumeNa
     return "Other";
 }
 
-std::string_view StorageBreakdown::description(Category category) {
+std::string_view StorageBreakdown::description(Category category, Platform platform) {
+    const bool mac = platform == Platform::macOS;
     switch (category) {
-    case Category::applications: return "The Applications folders.";
+    case Category::applications:
+        return mac ? "The Applications folders." : "Apps installed as Flatpaks and snaps, each with everything it runs on.";
     case Category::documents:
-        return "Your home folder, apart from Downloads, Pictures, its Library and the hidden folders in it.";
+        return mac ? "Your home folder, apart from Downloads, Pictures, its Library and the hidden folders in it."
+                   : "Your home folder, apart from Downloads, Pictures and the hidden folders in it.";
     case Category::downloads: return "Your Downloads folder.";
-    case Category::pictures: return "Your Pictures folder, with the Photos library in it.";
+    case Category::pictures:
+        return mac ? "Your Pictures folder, with the Photos library in it." : "Your Pictures folder.";
     case Category::appData:
-        return "Library folders: what apps keep for themselves, such as caches, containers and support "
-               "files.";
+        return mac ? "Library folders: what apps keep for themselves, such as caches, containers and support files."
+                   : "What apps keep for themselves in your home folder: settings, caches and data in .config, .cache "
+                     "and .local.";
     case Category::other:
         return "Everything else the scan counted, such as hidden folders in your home folder, other people's "
                "home folders, and tools installed in /opt or /usr/local.";
     case Category::system:
-        return "macOS and the folders it keeps for itself, including space the disk reports as used that no "
-               "folder accounts for, such as swap.";
+        return mac ? "macOS and the folders it keeps for itself, including space the disk reports as used that no "
+                     "folder accounts for, such as swap."
+                   : "The operating system and the folders it keeps for itself, including space the disk reports as "
+                     "used that no folder accounts for, such as swap.";
     case Category::elsewhere: return "Used space outside the folder that was scanned.";
     }
     return {};

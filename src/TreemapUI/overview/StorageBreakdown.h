@@ -36,7 +36,7 @@ struct StorageBreakdown {
     static std::optional<Category> category(std::string_view key);
     // `elsewhere` is "Rest of " plus the volume's name, or the unnamed volume's name.
     static std::string title(Category category, std::string_view volumeName = {});
-    static std::string_view description(Category category);
+    static std::string_view description(Category category, Platform platform = currentPlatform());
 
     // Bytes of the tree below `root` (found at `rootPath`) per category; only
     // categories that received bytes appear.

@@ -67,13 +67,13 @@ TEST(MacHealthReadings, MemoryPressureWords) {
     MacHealth warning = MacHealth::assess(std::nullopt, Pressure::warning, std::nullopt, std::nullopt);
     EXPECT_EQ(warning.level, Level::fair);
     EXPECT_EQ(warning.word, "Memory is tight");
-    EXPECT_EQ(warning.reason, "macOS is working to find memory for what is open.");
+    EXPECT_EQ(warning.reason, "The system is working to find memory for what is open.");
     EXPECT_EQ(warning.concern, Concern::memory);
 
     MacHealth critical = MacHealth::assess(std::nullopt, Pressure::critical, std::nullopt, std::nullopt);
     EXPECT_EQ(critical.level, Level::poor);
     EXPECT_EQ(critical.word, "Short of memory");
-    EXPECT_EQ(critical.reason, "macOS is short of memory, and apps may slow down.");
+    EXPECT_EQ(critical.reason, "The system is short of memory, and apps may slow down.");
 
     EXPECT_FALSE(MacHealth::assess(std::nullopt, Pressure::normal, std::nullopt, std::nullopt).concern);
     EXPECT_EQ(label(Pressure::warning), "Warning");
@@ -96,7 +96,7 @@ TEST(MacHealthReadings, BatteryBelowEightyPercent) {
     EXPECT_EQ(worn.level, Level::fair);
     EXPECT_EQ(worn.word, "Battery pace");
     EXPECT_EQ(worn.reason,
-              "The battery holds 79% of what it did when new. macOS recommends service below 80%.");
+              "The battery holds 79% of what it did when new. Batteries are due for service below 80%.");
     EXPECT_EQ(worn.concern, Concern::battery);
 }
 

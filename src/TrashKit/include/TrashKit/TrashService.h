@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "Base/Platform.h"
 #include "DiskScanKit/FileManager.h"
 #include "TrashKit/DeletionGuard.h"
 #include "TrashKit/TrashBin.h"
@@ -49,7 +50,10 @@ public:
     using Progress = std::function<void(std::size_t index, std::size_t total)>;
 
     static constexpr const char* movedButLost =
-        "Moved to the Trash, but its new location is unknown, so it cannot be put back from here. Use Finder.";
+        currentPlatform() == Platform::macOS
+            ? "Moved to the Trash, but its new location is unknown, so it cannot be put back from here. Use Finder."
+            : "Moved to the Trash, but its new location is unknown, so it cannot be put back from here. Use the "
+              "Trash in Files.";
     static constexpr const char* goneFromTrash = "No longer in the Trash. It may have been emptied.";
     static constexpr const char* somethingInTheWay =
         "Something else is already at this location. The item is still in the Trash.";

@@ -90,7 +90,9 @@ Window {
     }
     component Toggle: ToggleSwitch {}
 
-    readonly property string menuBarNote: "The menu bar panel is not part of this version yet."
+    // The Mac's menu bar; a Linux desktop's system tray.
+    readonly property string trayName: Qt.platform.os === "osx" ? "menu bar" : "system tray"
+    readonly property string menuBarNote: "The " + trayName + " panel is not part of this version yet."
     readonly property string noticesNote: "Disk alerts are not part of this version yet."
 
     Flickable {
@@ -118,10 +120,10 @@ Window {
                 }
             }
 
-            SectionTitle { text: "Menu bar"; topPadding: 10 }
+            SectionTitle { text: window.trayName.charAt(0).toUpperCase() + window.trayName.slice(1); topPadding: 10 }
             Group {
                 Row_ {
-                    label: "Show Tessel in the menu bar"
+                    label: "Show Tessel in the " + window.trayName
                     note: window.menuBarNote
                     Toggle { enabled: false; checked: window.preferences.menuBarExtra }
                 }
