@@ -15,6 +15,8 @@
 #include <functional>
 
 #include "Base/Platform.h"
+#include "DiskScanKit/ScanWords.h"
+#include "support/QtText.h"
 #include "ShownWords.h"
 #include "TesselApp.h"
 
@@ -294,6 +296,14 @@ int screenshots(TesselApp& app, const QString& folder, bool inFixture) {
             } else {
                 app.session().removal()->cancel();
             }
+        }
+        // The list a short scan's notice opens, where the scan met folders it could not read.
+        if (const ScanResult* result = app.session().scan()->result(); result && result->unreadableDirectories > 0) {
+            emit app.session().shortFoldersRequested(toQString(ScanWords::unreadableTitle(result->unreadableDirectories)),
+                                                     result->unreadableDirectories);
+            settle(300);
+            saved += save(window, QStringLiteral("%1/short-folders-%2.png").arg(folder, theme)) ? 1 : 0;
+            QMetaObject::invokeMethod(window, "closeShortFolders");
         }
         app.shell().setRoom("overview");
         app.guide().start();

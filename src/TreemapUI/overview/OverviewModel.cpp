@@ -8,6 +8,7 @@
 
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/DiskWords.h"
+#include "DiskScanKit/TextFormat.h"
 #include "support/QtText.h"
 #include "app/Rooms.h"
 #include "scan/ScanSummary.h"
@@ -92,11 +93,11 @@ void OverviewModel::refreshSummary() {
                     lastScanParts_.push_back({*category, StorageBreakdown::title(*category, toBytes(summary->label)), bytes});
             std::ranges::sort(lastScanParts_, {}, &StorageBreakdown::Part::category);
             const QLocale locale;
-            line = QStringLiteral("Last scan: %1, %2. %3 in %4 files and %5 folders.")
+            line = QStringLiteral("Last scan: %1, %2. %3 in %4 and %5.")
                        .arg(summary->label, summary->when(QDateTime::currentDateTime(), locale),
                             toQString(ByteFormat::string(summary->bytes)),
-                            locale.toString(static_cast<qlonglong>(summary->files)),
-                            locale.toString(static_cast<qlonglong>(summary->folders)));
+                            toQString(TextFormat::counted(summary->files, "file", "files")),
+                            toQString(TextFormat::counted(summary->folders, "folder", "folders")));
         }
     if (line != summaryLine_) {
         summaryLine_ = line;

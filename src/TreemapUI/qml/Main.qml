@@ -183,6 +183,7 @@ ApplicationWindow {
 
     RemovalSheet { removal: window.session.removal }
     ShortFoldersSheet { id: shortFoldersSheet; session: window.session }
+    function closeShortFolders() { shortFoldersSheet.close() }
 
     NoticeStack {
         anchors.right: parent.right
