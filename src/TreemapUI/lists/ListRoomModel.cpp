@@ -93,16 +93,9 @@ std::vector<const FileNode*> ListRoomModel::chosenNodes() const {
     return nodes;
 }
 
-qint64 ListRoomModel::chosenBytes() const {
-    std::int64_t sum = 0;
-    for (const FileNode* node : chosenNodes()) sum = checkedAdd(sum, node->totalBytes());
-    return sum;
-}
+qint64 ListRoomModel::chosenBytes() const { return RowActions::bytesOf(chosenNodes()); }
 
-QString ListRoomModel::chosenName() const {
-    const std::vector<const FileNode*> nodes = chosenNodes();
-    return nodes.size() == 1 ? toQString(nodes.front()->name()) : QString();
-}
+QString ListRoomModel::chosenName() const { return RowActions::nameOf(chosenNodes()); }
 
 void ListRoomModel::moveChosenToTrash() { actions_.moveToTrash(chosenNodes()); }
 

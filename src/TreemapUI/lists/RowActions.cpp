@@ -1,5 +1,6 @@
 #include "lists/RowActions.h"
 
+#include "DiskScanKit/CheckedSize.h"
 #include "DiskScanKit/FileNode.h"
 #include "removal/RemovalRoad.h"
 #include "support/QtText.h"
@@ -11,6 +12,16 @@ RowSelection::Gesture RowActions::gestureOf(int modifiers) {
     if (held.testFlag(Qt::ShiftModifier)) return RowSelection::Gesture::extend;
     if (held.testFlag(Qt::ControlModifier)) return RowSelection::Gesture::toggle;
     return RowSelection::Gesture::only;
+}
+
+qint64 RowActions::bytesOf(const std::vector<const FileNode*>& nodes) {
+    std::int64_t sum = 0;
+    for (const FileNode* node : nodes) sum = checkedAdd(sum, node->totalBytes());
+    return sum;
+}
+
+QString RowActions::nameOf(const std::vector<const FileNode*>& nodes) {
+    return nodes.size() == 1 ? toQString(nodes.front()->name()) : QString();
 }
 
 void RowActions::moveToTrash(const std::vector<const FileNode*>& nodes) const {

@@ -24,6 +24,10 @@ struct RowActions {
     static constexpr int mostOpened = 10;
     static bool canOpen(std::size_t count) { return count > 0 && count <= mostOpened; }
 
+    // What a bar says of the chosen: their bytes together, and the name of one alone (empty for more).
+    static qint64 bytesOf(const std::vector<const FileNode*>& nodes);
+    static QString nameOf(const std::vector<const FileNode*>& nodes);
+
     void moveToTrash(const std::vector<const FileNode*>& nodes) const;
     void showInFiles(const std::vector<const FileNode*>& nodes) const;
     void open(const std::vector<const FileNode*>& nodes) const;

@@ -253,16 +253,9 @@ std::vector<const FileNode*> ChangesModel::chosenNodes() const {
     return nodes;
 }
 
-qint64 ChangesModel::chosenBytes() const {
-    std::int64_t sum = 0;
-    for (const FileNode* node : chosenNodes()) sum = checkedAdd(sum, node->totalBytes());
-    return sum;
-}
+qint64 ChangesModel::chosenBytes() const { return RowActions::bytesOf(chosenNodes()); }
 
-QString ChangesModel::chosenName() const {
-    const std::vector<const FileNode*> nodes = chosenNodes();
-    return nodes.size() == 1 ? toQString(nodes.front()->name()) : QString();
-}
+QString ChangesModel::chosenName() const { return RowActions::nameOf(chosenNodes()); }
 
 void ChangesModel::moveChosenToTrash() { actions_.moveToTrash(chosenNodes()); }
 
