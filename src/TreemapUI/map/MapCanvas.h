@@ -73,6 +73,8 @@ private:
     QColor paletteColour(int index, int depth) const;
     bool isChosen(const std::string& id) const;
     bool isChosenNode(const FileNode* node) const;
+    // Whether a search leaves the tile faded.
+    bool dims(const TreemapTile& tile) const;
 
     QPointer<SpaceMapModel> model_;
     QPointer<ThemeModel> theme_;
@@ -81,6 +83,8 @@ private:
     std::vector<CardLayout::Card> cards_;
     ContentsCache contents_;
     std::vector<TreemapTile> tiles_;
+    // The tiles stand for the model's items, one each in order, rather than for a folder's nodes.
+    bool tilesAreItems_ = false;
     std::string hoveredId_;
     const FileNode* hoveredNode_ = nullptr;
     QString hoverName_;
