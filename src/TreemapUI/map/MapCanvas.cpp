@@ -67,15 +67,20 @@ void MapCanvas::setModel(SpaceMapModel* model) {
         // New items or a changed tree: what the folders hold must be read again.
         connect(model_, &SpaceMapModel::itemsChanged, this, [this] {
             contents_.clear();
+            dimmed_.clear();
             invalidate();
         });
         connect(model_, &SpaceMapModel::rootChanged, this, [this] {
             contents_.clear();
+            dimmed_.clear();
             invalidate();
         });
         connect(model_, &SpaceMapModel::selectionChanged, this, [this] { update(); });
         // What a search lights changes the paint only, never the layout.
-        connect(model_, &SpaceMapModel::matchesChanged, this, [this] { update(); });
+        connect(model_, &SpaceMapModel::matchesChanged, this, [this] {
+            dimmed_.clear();
+            update();
+        });
     }
     emit modelChanged();
     invalidate();
@@ -212,7 +217,7 @@ void MapCanvas::paintCards(QPainter* painter) {
         const QColor softInk = QColor(ink.red(), ink.green(), ink.blue(), static_cast<int>(ink.alpha() * 0.72));
         const bool hovered = card.item.id == hoveredId_;
         // Every card sets its own opacity: a card drawn after a faded one starts afresh.
-        painter->setOpacity(model_ && model_->dims(card.item) ? dimmedOpacity : 1.0);
+        painter->setOpacity(dims(card.item) ? dimmedOpacity : 1.0);
 
         QPainterPath shape;
         shape.addRoundedRect(box, level.radius, level.radius);
@@ -332,12 +337,21 @@ void MapCanvas::paintCards(QPainter* painter) {
     painter->setOpacity(1.0);
 }
 
-bool MapCanvas::dims(const TreemapTile& tile) const {
+bool MapCanvas::dims(const MapItem& item) {
+    if (!model_ || !model_->matches()) return false;
+    // A group or a folded rest asks each of its members, thousands perhaps:
+    // once per answer, not at every hover.
+    auto [known, added] = dimmed_.try_emplace(item.id, false);
+    if (added) known->second = model_->dims(item);
+    return known->second;
+}
+
+bool MapCanvas::dims(const TreemapTile& tile) {
     if (!model_ || !model_->matches()) return false;
     if (tile.node != nullptr) return model_->dims(*tile.node);
     const std::vector<MapItem>& items = model_->items();
     if (tilesAreItems_ && tile.id >= 0 && static_cast<std::size_t>(tile.id) < items.size())
-        return model_->dims(items[static_cast<std::size_t>(tile.id)]);
+        return dims(items[static_cast<std::size_t>(tile.id)]);
     return true; // a folder's small files: nameless, they never match
 }
 
