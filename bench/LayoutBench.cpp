@@ -10,17 +10,26 @@
 // Cards are timed twice: from the folder's items, as the model caches them,
 // which is what each resize costs; and with `MapItem::contents` of the root
 // included, which is what the first view of a folder costs.
+//
+// The map's search walks the whole tree off the main thread, for every
+// query typed; it is timed for words that one name in ten holds ("7"), the
+// worst case for the marking of holders and the bounded list. Deciding what
+// the cards of the root dim runs on the main thread once per answer; it is
+// timed for words that nothing holds, so that a folded rest of thousands of
+// items asks every member.
 
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "DiskScanKit/FileNode.h"
 #include "TreemapLayout/CardLayout.h"
 #include "TreemapLayout/MapItem.h"
+#include "TreemapLayout/MapLens.h"
 #include "TreemapLayout/TreemapLayout.h"
 #include "TreemapLayout/TreemapTheme.h"
 
@@ -172,10 +181,41 @@ void cardsWithContents(benchmark::State& state) {
     state.counters["cards"] = static_cast<double>(made);
 }
 
+void mapSearch(benchmark::State& state) {
+    const Synthetic& synthetic = tree(static_cast<int>(state.range(0)));
+    const NameMatcher words("7");
+    std::int64_t matched = 0;
+    for (auto _ : state) {
+        std::optional<MapLens::Found> found = MapLens::search(synthetic.root, words, 10'000);
+        matched = found->total;
+        benchmark::DoNotOptimize(found->items.data());
+    }
+    describe(state);
+    state.counters["matches"] = static_cast<double>(matched);
+}
+
+void dimmingTheCards(benchmark::State& state) {
+    const Synthetic& synthetic = tree(static_cast<int>(state.range(0)));
+    // Words no name holds: every member of a folded rest is asked, and none lights.
+    const std::optional<MapLens::Found> found = MapLens::search(synthetic.root, NameMatcher("zzz"), 10'000);
+    const auto cards = CardLayout::cards(synthetic.items, window, 10);
+    int dimmed = 0;
+    for (auto _ : state) {
+        dimmed = 0;
+        for (const CardLayout::Card& card : cards) dimmed += found->lights(card.item) ? 0 : 1;
+        benchmark::DoNotOptimize(dimmed);
+    }
+    describe(state);
+    state.counters["cards"] = static_cast<double>(cards.size());
+    state.counters["dimmed"] = dimmed;
+}
+
 } // namespace
 
 BENCHMARK(treemapTiles)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond);
 BENCHMARK(cardsFromCachedItems)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond);
 BENCHMARK(cardsWithContents)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond);
+BENCHMARK(mapSearch)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond);
+BENCHMARK(dimmingTheCards)->Arg(0)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond);
 
 BENCHMARK_MAIN();

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <functional>
+#include <string_view>
 
 #include "Base/Platform.h"
 #include "DiskScanKit/ScanWords.h"
@@ -109,6 +110,13 @@ bool waitForDuplicates(TesselApp& app) {
     return waitUntil([&] { return duplicates->state() != DuplicatesModel::State::Working; }, 20000);
 }
 
+// Words that light part of the fixture's map (its photos) and dim the rest.
+void searchTheMap(TesselApp& app) {
+    SpaceMapModel* map = app.session().spaceMap();
+    map->setQuery("photo");
+    waitUntil([&] { return !map->isSearching(); }, 10000);
+}
+
 void waitForRemoval(TesselApp& app) {
     settle(20);
     waitUntil([&] { return !app.session().removal()->isWorking(); }, 10000);
@@ -179,6 +187,14 @@ int selfTest(TesselApp& app) {
         settle(80);
         shown.gather(app.window(), QStringLiteral("map, %1").arg(style));
     }
+    searchTheMap(app);
+    for (const char* style : {"treemap", "list", "columns", "cards"}) {
+        app.session().spaceMap()->setStyle(style);
+        app.session().spaceMap()->nextMatch();
+        settle(80);
+    }
+    app.session().spaceMap()->setQuery({});
+    app.session().spaceMap()->goToPathIndex(0);
     if (!openRemovalSheet(app)) {
         std::fprintf(stderr, "tessel-app: the removal confirmation did not open\n");
         return 1;
@@ -272,6 +288,19 @@ int screenshots(TesselApp& app, const QString& folder, bool inFixture) {
             settle(200);
             saved += save(window, QStringLiteral("%1/map-%2-%3.png").arg(folder, style, theme)) ? 1 : 0;
         }
+        // Words typed in the map's search field: every style at the top, then the list after a step.
+        searchTheMap(app);
+        for (const char* style : {"cards", "treemap", "list"}) {
+            app.session().spaceMap()->setStyle(style);
+            settle(200);
+            const QString name = style == std::string_view("cards") ? QStringLiteral("map-search") : QStringLiteral("map-search-%1").arg(style);
+            saved += save(window, QStringLiteral("%1/%2-%3.png").arg(folder, name, theme)) ? 1 : 0;
+        }
+        app.session().spaceMap()->nextMatch();
+        settle(200);
+        saved += save(window, QStringLiteral("%1/map-search-step-%2.png").arg(folder, theme)) ? 1 : 0;
+        app.session().spaceMap()->setQuery({});
+        app.session().spaceMap()->goToPathIndex(0);
         app.shell().setRoom("report");
         for (const char* tab : {"changes", "summary"}) {
             app.session().tools()->setReportTab(tab);

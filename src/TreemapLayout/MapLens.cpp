@@ -15,6 +15,20 @@
 //
 // Types: one pass over every file node, summing by kind; a package counts as
 // its bundle's kind (a photo library is images) and is not entered.
+//
+// Search: one pass over every node with NameMatcher, the rule the Search room
+// uses too. Each match is counted, offered to a bounded LargestNodes, and
+// marks the folders above it as holders, climbing only until it meets a
+// folder already marked, so the marking costs one step per folder in all.
+// Holders are folders only: whether a file lights is asked of its name when
+// it is drawn, which keeps the set as small as the tree's folders however
+// many files match. With "tax" over
+//
+//     /r   a/ (tax.pdf, b/ (Taxes/ (x)))   c/ (notes)
+//
+// the matches are tax.pdf and Taxes, the holders /r, a, b and Taxes, and c is
+// dimmed. Taxes is not inside tax.pdf, so both add to the bytes; had a folder
+// "tax" held tax.pdf, the file's bytes would be counted once, in the folder's.
 
 #include "TreemapLayout/MapLens.h"
 
@@ -25,6 +39,7 @@
 #include <string>
 
 #include "DiskScanKit/CheckedSize.h"
+#include "DiskScanKit/LargestNodes.h"
 #include "DiskScanKit/Paths.h"
 
 namespace tessel::MapLens {
@@ -167,6 +182,64 @@ std::vector<MapItem> types(FileNode* root) {
     }
     largestFirst(items);
     return items;
+}
+
+bool Found::lights(const FileNode& node) const {
+    if (node.isDirectory()) return holders.contains(&node);
+    return !node.name().empty() && node.totalBytes() > 0 && matcher.matches(node.name());
+}
+
+bool Found::lights(const MapItem& item) const {
+    using Tag = MapItem::Kind::Tag;
+    if (item.node != nullptr) return lights(*item.node);
+    if (item.kind.tag == Tag::group)
+        return std::any_of(item.memberNodes.begin(), item.memberNodes.end(),
+                           [this](const FileNode* member) { return lights(*member); });
+    if (item.kind.tag == Tag::more)
+        return std::any_of(item.memberItems.begin(), item.memberItems.end(),
+                           [this](const MapItem& member) { return lights(member); });
+    return false;
+}
+
+std::optional<Found> search(FileNode* root, const NameMatcher& matcher, int limit,
+                            const std::function<bool()>& isCancelled) {
+    constexpr int nodesBetweenChecks = 4096;
+    Found found;
+    found.matcher = matcher;
+    LargestNodes largest(limit);
+    std::string folded;
+    struct Step {
+        FileNode* node;
+        int depth;
+        bool insideMatch;
+    };
+    std::vector<Step> stack;
+    for (FileNode* child : root->children()) stack.push_back({child, 1, false});
+    int sinceCheck = 0;
+    while (!stack.empty()) {
+        if (++sinceCheck == nodesBetweenChecks) {
+            sinceCheck = 0;
+            if (isCancelled && isCancelled()) return std::nullopt;
+        }
+        const Step step = stack.back();
+        stack.pop_back();
+        FileNode* node = step.node;
+        const bool matches = !node->name().empty() && node->totalBytes() > 0 && matcher.matches(node->name(), folded);
+        if (matches) {
+            ++found.total;
+            if (!step.insideMatch) found.bytes = checkedAdd(found.bytes, node->totalBytes());
+            largest.offer(node, step.depth);
+            for (const FileNode* holder = node->isDirectory() ? node : node->parent();
+                 holder != nullptr && found.holders.insert(holder).second;)
+                holder = holder == root ? nullptr : holder->parent();
+        }
+        for (FileNode* child : node->children()) stack.push_back({child, step.depth + 1, step.insideMatch || matches});
+    }
+    if (isCancelled && isCancelled()) return std::nullopt;
+    const std::vector<FileNode*> best = largest.sorted();
+    found.items.reserve(best.size());
+    for (FileNode* node : best) found.items.push_back(MapItem::fromNode(node));
+    return found;
 }
 
 } // namespace tessel::MapLens

@@ -1,10 +1,12 @@
-// What a name says a file is, the items the map is made of, and the three
-// lenses that regroup a whole tree: apps, biggest folders and file kinds.
+// What a name says a file is, the items the map is made of, the three lenses
+// that regroup a whole tree (apps, biggest folders and file kinds), and the
+// search that lights part of it.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -32,6 +34,7 @@ struct MapItemMaking : TreeFixture {};
 struct MapLensApps : TreeFixture {};
 struct MapLensFolders : TreeFixture {};
 struct MapLensTypes : TreeFixture {};
+struct MapLensSearch : TreeFixture {};
 
 } // namespace
 
@@ -204,4 +207,21 @@ TEST_F(MapLensTypes, TheSmallFilesOfEveryFolderMakeOneItem) {
     ASSERT_NE(small, nullptr);
     EXPECT_EQ(small->bytes, 20);
     EXPECT_EQ(small->kind, MapItem::Kind::smallFiles(6));
+}
+
+TEST_F(MapLensSearch, TheLimitKeepsTheLargestWhileEveryMatchIsCountedAndLit) {
+    FileNode* a = folder(root, "a");
+    FileNode* deep = folder(folder(a, "b"), "c");
+    file(deep, "clip-1.mp4", 30);
+    file(a, "clip-2.mp4", 50);
+    FileNode* quiet = folder(root, "quiet");
+    file(quiet, "notes.txt", 10);
+    std::optional<MapLens::Found> found = MapLens::search(root, NameMatcher("CLIP"), 1);
+    ASSERT_TRUE(found);
+    EXPECT_EQ(namesOf(found->items), (std::vector<std::string>{"clip-2.mp4"}));
+    EXPECT_EQ(found->total, 2);
+    EXPECT_EQ(found->bytes, 80);
+    EXPECT_TRUE(found->lights(*deep)) << "every folder above an unlisted match lights too";
+    EXPECT_FALSE(found->lights(*quiet));
+    EXPECT_FALSE(MapLens::search(root, NameMatcher("clip"), 1, [] { return true; })) << "a cancelled search answers nothing";
 }

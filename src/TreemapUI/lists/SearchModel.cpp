@@ -3,13 +3,13 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QLocale>
 #include <QRegularExpression>
 
 #include <cmath>
 
 #include "app/SettingsKeys.h"
-#include "DiskScanKit/ByteFormat.h"
+#include "DiskScanKit/TextFormat.h"
+#include "support/Format.h"
 #include "support/QtText.h"
 
 namespace tessel {
@@ -92,7 +92,7 @@ QString SearchModel::problem() const {
 
 std::optional<FileQuery> SearchModel::query() const {
     FileQuery query;
-    query.text = text_.toStdString();
+    query.text = toBytes(text_);
     if (!minimum_.trimmed().isEmpty()) {
         std::optional<std::int64_t> bytes = parseByteCount(minimum_);
         if (!bytes) return std::nullopt;
@@ -120,15 +120,12 @@ void SearchModel::run() {
 
 QString SearchModel::summary() const {
     if (!hasTree()) return {};
-    const QLocale locale;
     const qint64 matched = totalMatched();
-    if (matched == 0) return text_.trimmed().isEmpty() ? QString() : QStringLiteral("Nothing matches.");
-    QString line = QStringLiteral("%1 %2, %3 in all.")
-                       .arg(locale.toString(matched), matched == 1 ? "match" : "matches",
-                            toQString(ByteFormat::string(totalBytes())));
+    if (matched == 0 && text_.trimmed().isEmpty()) return {};
+    QString line = Format::matchesSentence(matched, totalBytes());
     if (truncated()) {
         const char* which = sortBy_ == "name" ? "first by name" : sortBy_ == "smallest" ? "smallest" : "largest";
-        line += QStringLiteral(" Showing the %1 %2.").arg(locale.toString(rows()->rowCount()), which);
+        line += QStringLiteral(" Showing the %1 %2.").arg(toQString(TextFormat::grouped(rows()->rowCount())), which);
     }
     return line;
 }

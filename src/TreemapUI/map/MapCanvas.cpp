@@ -31,6 +31,9 @@ Color fromQColor(const QColor& color) { return {color.redF(), color.greenF(), co
 
 QRectF qrect(const Rect& rect) { return {rect.x, rect.y, rect.width, rect.height}; }
 
+// How much of a shape a search leaves showing when it neither matches nor holds a match.
+constexpr double dimmedOpacity = 0.32;
+
 // How a text gives way when its box is too small.
 enum class Fit {
     middle, // a name: cut in the middle, with an ellipsis
@@ -64,13 +67,20 @@ void MapCanvas::setModel(SpaceMapModel* model) {
         // New items or a changed tree: what the folders hold must be read again.
         connect(model_, &SpaceMapModel::itemsChanged, this, [this] {
             contents_.clear();
+            dimmed_.clear();
             invalidate();
         });
         connect(model_, &SpaceMapModel::rootChanged, this, [this] {
             contents_.clear();
+            dimmed_.clear();
             invalidate();
         });
         connect(model_, &SpaceMapModel::selectionChanged, this, [this] { update(); });
+        // What a search lights changes the paint only, never the layout.
+        connect(model_, &SpaceMapModel::matchesChanged, this, [this] {
+            dimmed_.clear();
+            update();
+        });
     }
     emit modelChanged();
     invalidate();
@@ -117,11 +127,13 @@ void MapCanvas::layOut() {
     tiles_.clear();
     if (!model_ || !theme_ || !model_->hasTree()) return;
     const Rect bounds{0, 0, width(), height()};
+    tilesAreItems_ = false;
     if (style_ == "treemap") {
         const auto& place = model_->place();
         if (place && place->lens == SpaceMapModel::Lens::all && !place->group) {
             tiles_ = TreemapLayout::tiles(*place->focus, bounds, theme_->theme());
         } else {
+            tilesAreItems_ = true;
             // Regrouped items have no folder of their own to nest: one flat row of tiles.
             const std::vector<MapItem>& items = model_->items();
             std::vector<double> sizes;
@@ -204,6 +216,8 @@ void MapCanvas::paintCards(QPainter* painter) {
         const QColor ink = qcolor(TreemapLayout::labelColor(fromQColor(fill)));
         const QColor softInk = QColor(ink.red(), ink.green(), ink.blue(), static_cast<int>(ink.alpha() * 0.72));
         const bool hovered = card.item.id == hoveredId_;
+        // Every card sets its own opacity: a card drawn after a faded one starts afresh.
+        painter->setOpacity(dims(card.item) ? dimmedOpacity : 1.0);
 
         QPainterPath shape;
         shape.addRoundedRect(box, level.radius, level.radius);
@@ -320,6 +334,25 @@ void MapCanvas::paintCards(QPainter* painter) {
             break;
         }
     }
+    painter->setOpacity(1.0);
+}
+
+bool MapCanvas::dims(const MapItem& item) {
+    if (!model_ || !model_->matches()) return false;
+    // A group or a folded rest asks each of its members, thousands perhaps:
+    // once per answer, not at every hover.
+    auto [known, added] = dimmed_.try_emplace(item.id, false);
+    if (added) known->second = model_->dims(item);
+    return known->second;
+}
+
+bool MapCanvas::dims(const TreemapTile& tile) {
+    if (!model_ || !model_->matches()) return false;
+    if (tile.node != nullptr) return model_->dims(*tile.node);
+    const std::vector<MapItem>& items = model_->items();
+    if (tilesAreItems_ && tile.id >= 0 && static_cast<std::size_t>(tile.id) < items.size())
+        return dims(items[static_cast<std::size_t>(tile.id)]);
+    return true; // a folder's small files: nameless, they never match
 }
 
 void MapCanvas::paintTiles(QPainter* painter) {
@@ -332,9 +365,18 @@ void MapCanvas::paintTiles(QPainter* painter) {
     // Thousands of axis-aligned rectangles: plain fills, without antialiasing,
     // are several times cheaper than stroked outlines and look the same.
     painter->setRenderHint(QPainter::Antialiasing, false);
+    const QColor ground = theme_ ? theme_->background() : QColor(Qt::white);
     for (const TreemapTile& tile : tiles_) {
         const QRectF box = qrect(tile.rect);
         const bool hovered = tile.node != nullptr && tile.node == hoveredNode_;
+        // A faded tile is drawn over the plain ground, not over its folder's
+        // colour, so it looks the same at every depth.
+        const bool dimmed = dims(tile);
+        painter->setOpacity(1.0);
+        if (dimmed) {
+            painter->fillRect(box, ground);
+            painter->setOpacity(dimmedOpacity);
+        }
         painter->fillRect(box, outline);
         painter->fillRect(box.adjusted(1, 1, -1, -1), hovered ? qcolor(tile.color).lighter(112) : qcolor(tile.color));
         if (tile.node != nullptr && isChosenNode(tile.node)) {
@@ -363,6 +405,7 @@ void MapCanvas::paintTiles(QPainter* painter) {
                            Qt::AlignLeft | Qt::AlignTop, Fit::words);
         }
     }
+    painter->setOpacity(1.0);
 }
 
 std::optional<MapItem> MapCanvas::itemAt(QPointF point) const {

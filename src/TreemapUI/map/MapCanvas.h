@@ -10,6 +10,8 @@
 #include <QQuickPaintedItem>
 #include <QtQml/qqmlregistration.h>
 
+#include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "map/SpaceMapModel.h"
@@ -73,6 +75,9 @@ private:
     QColor paletteColour(int index, int depth) const;
     bool isChosen(const std::string& id) const;
     bool isChosenNode(const FileNode* node) const;
+    // Whether a search leaves the card or the tile faded.
+    bool dims(const MapItem& item);
+    bool dims(const TreemapTile& tile);
 
     QPointer<SpaceMapModel> model_;
     QPointer<ThemeModel> theme_;
@@ -81,6 +86,10 @@ private:
     std::vector<CardLayout::Card> cards_;
     ContentsCache contents_;
     std::vector<TreemapTile> tiles_;
+    // The tiles stand for the model's items, one each in order, rather than for a folder's nodes.
+    bool tilesAreItems_ = false;
+    // What the search dims, by item id, until the items or the answer change.
+    std::unordered_map<std::string, bool> dimmed_;
     std::string hoveredId_;
     const FileNode* hoveredNode_ = nullptr;
     QString hoverName_;

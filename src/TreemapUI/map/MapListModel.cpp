@@ -49,6 +49,17 @@ void MapListModel::toggle(int row) {
     emit dataChanged(changed, changed, {ExpandedRole});
 }
 
+void MapListModel::dimmingChanged() {
+    if (rowCount() > 0) emit dataChanged(index(0), index(rowCount() - 1), {DimmedRole});
+}
+
+int MapListModel::rowOf(const QString& itemId) const {
+    const std::string id = toBytes(itemId);
+    for (std::size_t row = 0; row < entries_.size(); ++row)
+        if (entries_[row].row->item().id == id) return static_cast<int>(row);
+    return -1;
+}
+
 const MapItem* MapListModel::itemAt(int row) const {
     if (row < 0 || row >= rowCount()) return nullptr;
     return &entries_[static_cast<std::size_t>(row)].row->item();
@@ -74,6 +85,7 @@ QVariant MapListModel::data(const QModelIndex& index, int role) const {
     case ExpandedRole: return entry.expanded;
     case SymbolRole: return toQString(symbol(item));
     case NavigableRole: return item.isNavigable();
+    case DimmedRole: return dims_ && dims_(item);
     default: return {};
     }
 }
@@ -81,7 +93,7 @@ QVariant MapListModel::data(const QModelIndex& index, int role) const {
 QHash<int, QByteArray> MapListModel::roleNames() const {
     return {{IdRole, "itemId"},   {NameRole, "name"},     {BytesRole, "bytes"},           {ShareRole, "share"},
             {KindRole, "kind"},   {DepthRole, "depth"},   {ExpandableRole, "expandable"}, {ExpandedRole, "expanded"},
-            {SymbolRole, "symbol"}, {NavigableRole, "navigable"}};
+            {SymbolRole, "symbol"}, {NavigableRole, "navigable"}, {DimmedRole, "dimmed"}};
 }
 
 } // namespace tessel

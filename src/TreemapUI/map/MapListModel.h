@@ -6,6 +6,7 @@
 #include <QAbstractListModel>
 #include <QtQml/qqmlregistration.h>
 
+#include <functional>
 #include <vector>
 
 #include "map/MapList.h"
@@ -17,11 +18,16 @@ class MapListModel : public QAbstractListModel {
     QML_ELEMENT
     QML_UNCREATABLE("The map owns its list")
 public:
-    enum Role { IdRole = Qt::UserRole + 1, NameRole, BytesRole, ShareRole, KindRole, DepthRole, ExpandableRole, ExpandedRole, SymbolRole, NavigableRole };
+    enum Role { IdRole = Qt::UserRole + 1, NameRole, BytesRole, ShareRole, KindRole, DepthRole, ExpandableRole, ExpandedRole, SymbolRole, NavigableRole, DimmedRole };
 
     using QAbstractListModel::QAbstractListModel;
 
     void reset(std::vector<MapItem> items, std::int64_t total, MapListOrder order);
+    // Which rows are shown faded; asked again of every row when dimmingChanged is called.
+    void setDimming(std::function<bool(const MapItem&)> dims) { dims_ = std::move(dims); }
+    void dimmingChanged();
+    // The row showing the item `itemId`, or -1.
+    Q_INVOKABLE int rowOf(const QString& itemId) const;
     Q_INVOKABLE void toggle(int row);
     const MapItem* itemAt(int row) const;
 
@@ -40,6 +46,7 @@ private:
 
     std::vector<MapRow> roots_;
     std::vector<Entry> entries_;
+    std::function<bool(const MapItem&)> dims_;
 };
 
 } // namespace tessel

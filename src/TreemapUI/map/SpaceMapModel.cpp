@@ -2,8 +2,6 @@
 
 #include "app/SettingsKeys.h"
 
-
-
 #include <algorithm>
 
 #include "DiskScanKit/CheckedSize.h"
@@ -24,14 +22,15 @@ constexpr std::pair<SpaceMapModel::Lens, std::string_view> lensKeys[]{
     {SpaceMapModel::Lens::types, "types"},
 };
 
-QVariantMap row(const MapItem& item, std::int64_t total, bool chosen) {
+QVariantMap row(const MapItem& item, std::int64_t total, bool chosen, bool dimmed) {
     return {{"itemId", toQString(item.id)},
             {"name", toQString(item.name)},
             {"bytes", static_cast<qint64>(item.bytes)},
             {"share", total > 0 ? static_cast<double>(item.bytes) / static_cast<double>(total) : 0.0},
             {"symbol", toQString(symbol(item))},
             {"navigable", item.isNavigable()},
-            {"chosen", chosen}};
+            {"chosen", chosen},
+            {"dimmed", dimmed}};
 }
 
 const MapItem* findIn(const std::vector<MapItem>& items, const std::string& id) {
@@ -44,6 +43,7 @@ const MapItem* findIn(const std::vector<MapItem>& items, const std::string& id) 
 
 SpaceMapModel::SpaceMapModel(ScannedTree& tree, QSettings* settings, QObject* parent)
     : QObject(parent), tree_(tree), settings_(settings), list_(std::make_unique<MapListModel>()) {
+    list_->setDimming([this](const MapItem& item) { return dims(item); });
     connect(&tree_, &ScannedTree::replaced, this, [this] { start(tree_.root()); });
     connect(&tree_, &ScannedTree::changed, this, &SpaceMapModel::treeChanged);
 }
@@ -67,7 +67,13 @@ void SpaceMapModel::start(const std::shared_ptr<FileNode>& root) {
     selection_.reset();
     chosen_.clear();
     place_ = Place{root_.get(), Lens::all, std::nullopt};
+    // The answer spoke of the old tree; the same words are looked for in the new one.
+    const bool hadMatches = found_.has_value();
+    found_.reset();
+    matchIndex_ = -1;
     showTreeAnew();
+    if (hadMatches) matchesAnew();
+    search();
 }
 
 void SpaceMapModel::showTreeAnew() {
@@ -217,7 +223,9 @@ void SpaceMapModel::treeChanged() {
     std::erase_if(items_, gone);
     list_->reset(items_, placeBytes(), order());
     cache_.clear();
+    forgetGoneMatches();
     showTreeAnew();
+    search();
 }
 
 std::string SpaceMapModel::cacheKey() const {
@@ -378,7 +386,8 @@ QVariantList SpaceMapModel::columns() const {
         FileNode* folder = columnFolders_[i];
         QVariantList rows;
         for (const MapRow& mapRow : MapRow::rows(MapItem::contents(folder), order(), folder->totalBytes()))
-            rows.append(row(mapRow.item(), folder->totalBytes(), columnChoices_[i] == toQString(mapRow.item().id)));
+            rows.append(row(mapRow.item(), folder->totalBytes(), columnChoices_[i] == toQString(mapRow.item().id),
+                            dims(mapRow.item())));
         list.append(QVariantMap{{"title", toQString(MapItem::displayName(*folder))},
                                 {"bytes", static_cast<qint64>(folder->totalBytes())},
                                 {"rows", rows}});

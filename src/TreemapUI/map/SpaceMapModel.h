@@ -3,12 +3,15 @@
 // lens, what is selected, and the items the cards, the treemap, the columns
 // and the list show. Lenses that walk the whole tree below the focus run off
 // the main thread; an answer is used only if no newer request came since.
+// A search of the whole tree by name does the same: the map dims what
+// neither matches nor holds a match, and steps from match to match.
 
 #include <QObject>
 #include <QSettings>
 #include <QVariant>
 #include <QtQml/qqmlregistration.h>
 
+#include <atomic>
 #include <map>
 #include <memory>
 #include <optional>
@@ -19,6 +22,7 @@
 #include "support/MainThreadRelay.h"
 #include "map/MapList.h"
 #include "TreemapLayout/MapItem.h"
+#include "TreemapLayout/MapLens.h"
 
 namespace tessel {
 
@@ -48,6 +52,15 @@ class SpaceMapModel : public QObject {
     Q_PROPERTY(tessel::MapListModel* list READ list CONSTANT)
     // How the room draws the place: "cards", "treemap", "list" or "columns".
     Q_PROPERTY(QString style READ style WRITE setStyle NOTIFY styleChanged)
+    // Words to find in names, anywhere in the tree; empty for no search.
+    Q_PROPERTY(QString query READ query WRITE setQuery NOTIFY queryChanged)
+    // {total, bytes} of what the query found, or null while there is no answer.
+    Q_PROPERTY(QVariant matches READ matchesValue NOTIFY matchesChanged)
+    // The match last stepped to among the listed ones, or -1.
+    Q_PROPERTY(int matchIndex READ matchIndex NOTIFY matchesChanged)
+    // How many matches the steps go through: the largest, at most searchLimit.
+    Q_PROPERTY(int listedMatches READ listedMatches NOTIFY matchesChanged)
+    Q_PROPERTY(bool isSearching READ isSearching NOTIFY searchingChanged)
 
 public:
     enum class Lens { all, apps, folders, types };
@@ -56,10 +69,16 @@ public:
         Lens lens = Lens::all;
         std::optional<MapItem> group;
     };
+    struct Matches {
+        std::int64_t total = 0;
+        std::int64_t bytes = 0;
+        bool operator==(const Matches&) const = default;
+    };
     // How a click chooses: alone, added to or taken from the choice, or a range.
     enum Modifier { plain = 0, toggle = 1, range = 2 };
     static constexpr int folderLensTarget = 24;
     static constexpr std::size_t historyDepth = 64;
+    static constexpr int searchLimit = 10000;
 
     // Follows `tree`: a new scan starts afresh at its root, through "All Items";
     // a change takes what left out of everything the room shows.
@@ -115,6 +134,24 @@ public:
     QString style() const { return style_; }
     void setStyle(const QString& style);
 
+    QString query() const { return query_; }
+    void setQuery(const QString& query);
+    std::optional<Matches> matches() const;
+    QVariant matchesValue() const;
+    // The listed matches, largest first; empty without an answer.
+    const std::vector<MapItem>& matchItems() const;
+    int matchIndex() const { return matchIndex_; }
+    int listedMatches() const { return static_cast<int>(matchItems().size()); }
+    bool isSearching() const { return isSearching_; }
+    // Whether the map shows `item` faded: a search has answered and the item
+    // neither matches nor holds a match.
+    bool dims(const MapItem& item) const;
+    bool dims(const FileNode& node) const;
+    // To the next or the previous match, round from the last to the first:
+    // into the folder that holds it, through "All Items", and chosen there.
+    Q_INVOKABLE void nextMatch();
+    Q_INVOKABLE void previousMatch();
+
     static std::string_view lensTitle(Lens lens);
 
 signals:
@@ -126,6 +163,11 @@ signals:
     void columnsChanged();
     void listOrderChanged();
     void styleChanged();
+    void queryChanged();
+    void matchesChanged();
+    void searchingChanged();
+    // A step landed on this match: the list and the columns bring it into view.
+    void steppedTo(const QString& itemId);
 
 private:
     void start(const std::shared_ptr<FileNode>& root);
@@ -140,6 +182,14 @@ private:
     void rebuildColumns();
     // The tree under the map changed: everything shown, the selection and the place are told so.
     void showTreeAnew();
+
+    // The search (SpaceMapSearch.cpp).
+    void search();
+    void land(MapLens::Found found);
+    void stepBy(int direction);
+    void forgetGoneMatches();
+    void setSearching(bool searching);
+    void matchesAnew();
 
     ScannedTree& tree_;
     QSettings* settings_;
@@ -160,6 +210,12 @@ private:
     std::vector<QString> columnChoices_;
     std::unique_ptr<MapListModel> list_;
     QString style_ = QStringLiteral("cards");
+    QString query_;
+    std::optional<MapLens::Found> found_;
+    int matchIndex_ = -1;
+    bool isSearching_ = false;
+    // Rises with every query; a search still walking stops when it moves on.
+    std::shared_ptr<std::atomic<int>> searchGeneration_ = std::make_shared<std::atomic<int>>(0);
 };
 
 } // namespace tessel

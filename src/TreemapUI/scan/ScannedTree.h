@@ -90,6 +90,8 @@ public:
     void read(std::function<void(FileNode& root)> job);
     // Runs work that needs no hold on the tree on the same threads.
     void run(std::function<void()> job);
+    // Until every job asked for so far has ended; what they post back is still to come.
+    void waitForJobs() { jobs_.waitForDone(); }
     // The node at an absolute path, or none.
     FileNode* nodeAt(std::string_view path) const;
 

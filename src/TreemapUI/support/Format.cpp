@@ -22,4 +22,9 @@ QString Format::chosen(qint64 count, qint64 bytes, const QString& name) const {
     return counted(count, "item", "items") + " selected, " + this->bytes(bytes) + " in all.";
 }
 
+QString Format::matchesSentence(qint64 total, qint64 bytes) {
+    if (total <= 0) return QStringLiteral("Nothing matches.");
+    return toQString(TextFormat::counted(total, "match", "matches") + ", " + ByteFormat::string(bytes) + " in all.");
+}
+
 } // namespace tessel

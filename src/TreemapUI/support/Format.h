@@ -27,6 +27,9 @@ public:
     // What is chosen in a map or a list: "notes.pdf, 4.0 MB.", "3 items selected, 12 MB in all.";
     // empty with nothing chosen.
     Q_INVOKABLE QString chosen(qint64 count, qint64 bytes, const QString& name) const;
+    // What a search found: "Nothing matches.", "1 match, 4.0 MB in all.", "1,234 matches, 5.6 GB in all."
+    Q_INVOKABLE QString matches(qint64 total, qint64 bytes) const { return matchesSentence(total, bytes); }
+    static QString matchesSentence(qint64 total, qint64 bytes);
 };
 
 } // namespace tessel

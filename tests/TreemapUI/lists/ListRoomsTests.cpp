@@ -10,6 +10,7 @@
 #include "lists/SearchModel.h"
 #include "tools/hidden/HiddenFilesModel.h"
 #include "scan/ScannedTree.h"
+#include "support/QtText.h"
 #include "TreeBuilder.h"
 
 using namespace tessel;
@@ -103,6 +104,19 @@ TEST_F(Tree, SearchSaysHowManyMatchedAndWhichAreShown) {
     ASSERT_TRUE(QTest::qWaitFor([&] { return search.totalMatched() == 0; }, 3000));
     EXPECT_TRUE(search.problem().isEmpty());
     EXPECT_EQ(search.summary(), "Nothing matches.");
+}
+
+TEST_F(Tree, SearchFindsANameThatIsNotUtf8ByItsOwnBytes) {
+    add(root, "R\xe9SUM\xe9.txt", false, 5);
+    add(root, "r\xe8sum\xe9.txt", false, 5);
+    SearchModel search(scanned, {}, &settings);
+    publish();
+    // As the field hands it over when the shown name is pasted into it.
+    search.setText(toQString("r\xe9sum\xe9"));
+    search.run();
+    ASSERT_TRUE(settled(search));
+    ASSERT_EQ(search.rows()->rows().size(), 1u);
+    EXPECT_EQ(search.rows()->rows().front().item.name, "R\xe9SUM\xe9.txt");
 }
 
 TEST_F(Tree, SearchBoundsThatCantBeReadStopTheSearch) {

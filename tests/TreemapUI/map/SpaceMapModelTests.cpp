@@ -2,53 +2,19 @@
 // rows, lenses answered off the main thread, and what survives a removal.
 #include <gtest/gtest.h>
 
-#include <QCoreApplication>
-#include <QSettings>
 #include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QThreadPool>
 
-#include <memory>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "map/MapFixture.h"
 #include "map/MapListModel.h"
-#include "map/SpaceMapModel.h"
-#include "scan/ScannedTree.h"
-#include "TreeBuilder.h"
 
 using namespace tessel;
+using test::MapFixture;
 using test::namesOf;
 
 namespace {
-
-struct MapFixture : testing::Test, test::TreeBuilder {
-    QTemporaryDir dir;
-    QSettings settings{dir.filePath("settings.ini"), QSettings::IniFormat};
-    ScannedTree tree;
-    SpaceMapModel model{tree, &settings};
-
-    void start() {
-        ScanResult result;
-        result.root = shared();
-        tree.replace(std::move(result));
-    }
-    // Waits for the lens at work and for any older answer still on its way back.
-    void settle() {
-        ASSERT_TRUE(QTest::qWaitFor([this] { return !model.isWorking(); }, 5000));
-        QThreadPool::globalInstance()->waitForDone();
-        QCoreApplication::processEvents();
-    }
-    void remove(FileNode* node) { tree.detach({node->path()}); }
-    const MapItem& shown(const std::string& name) const {
-        for (const MapItem& item : model.items())
-            if (item.name == name) return item;
-        throw std::runtime_error("not shown: " + name);
-    }
-    static QString id(const MapItem& item) { return QString::fromStdString(item.id); }
-};
 
 struct SpaceMapModelNavigation : MapFixture {};
 struct SpaceMapModelSelection : MapFixture {};

@@ -1,20 +1,9 @@
 #pragma once
 // Finding items of a finished tree by name, size and kind.
 //
-// How text matches. The text is split at white space into words, and a name
-// matches when every word occurs somewhere in it, in any order: "tax 2023"
-// finds "2023 Tax Return.pdf". A stretch in double quotes is one word, spaces
-// and all: typed with its quotes, "tax return" wants those two words side by
-// side. A quote left open runs to the end of the text. Text with no words
-// matches every name.
-//
-// Case is ignored for ASCII letters and for the letters of Latin-1, Latin
-// Extended-A, Greek and Cyrillic ("ärger" finds "ÄRGER", "отчёт" finds
-// "Отчёт"): their two cases sit at fixed distances in a few ranges of code
-// points, so they fold without a Unicode library. Every other byte is
-// compared as it is, bytes that are not UTF-8 included. So a name whose
-// accents are stored decomposed ("e" and a combining accent) does not match
-// the same word typed with composed accents.
+// How text matches is NameMatcher's rule (NameMatcher.h): every word of the
+// text somewhere in the name, in any order, case ignored for the common
+// alphabets, other bytes compared as they are.
 //
 // What can match. Every node below the root, never the root itself, and never
 // a nameless file (a scan that keeps no file names), which has nothing to

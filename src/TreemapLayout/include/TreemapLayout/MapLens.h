@@ -2,12 +2,18 @@
 // The map's ways of looking at a folder. "All Items" is the folder's own
 // contents (MapItem::contents); the lenses here regroup the whole tree below
 // it: the apps it holds, its biggest folders wherever they sit, and its files
-// by kind.
+// by kind. A search finds the items whose names match typed words, for the
+// map to light them and the folders that hold them, and to dim the rest.
 
+#include <cstdint>
+#include <functional>
+#include <optional>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "DiskScanKit/FileNode.h"
+#include "DiskScanKit/NameMatcher.h"
 #include "Base/Platform.h"
 #include "TreemapLayout/MapItem.h"
 
@@ -28,5 +34,30 @@ std::vector<MapItem> folders(FileNode* root, int target);
 // The files below `root` gathered by kind, one group per kind, and the files
 // too small to have been listed as one "smaller files" item.
 std::vector<MapItem> types(FileNode* root);
+
+// What a search below a folder found.
+struct Found {
+    NameMatcher matcher{""};
+    // The largest matches, at most the limit asked for, as LargestNodes ranks them.
+    std::vector<MapItem> items;
+    // Every match, listed or not.
+    std::int64_t total = 0;
+    // The space the matches take: a match inside another is already in its bytes.
+    std::int64_t bytes = 0;
+    // The folders that match or hold a match, the searched folder included.
+    std::unordered_set<const FileNode*> holders;
+
+    // Whether a node matches or holds a match.
+    bool lights(const FileNode& node) const;
+    // The same for an item: a group or a folded rest lights when any member
+    // does; the small files, nameless, never do.
+    bool lights(const MapItem& item) const;
+};
+
+// The items below `root` whose names match, as the map shows them: named,
+// taking space, never `root` itself. One walk; none if `isCancelled` said so
+// before it ended.
+std::optional<Found> search(FileNode* root, const NameMatcher& matcher, int limit,
+                            const std::function<bool()>& isCancelled = {});
 
 } // namespace tessel::MapLens

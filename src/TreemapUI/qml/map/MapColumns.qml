@@ -37,6 +37,7 @@ ListView {
             elide: Text.ElideMiddle
         }
         ListView {
+            id: columnRows
             anchors.top: title.bottom
             anchors.topMargin: 8
             anchors.bottom: parent.bottom
@@ -45,11 +46,22 @@ ListView {
             model: column.modelData.rows
             boundsBehavior: Flickable.StopAtBounds
             ScrollBar.vertical: ScrollBar {}
+            // A step to a match brings its row into view.
+            Connections {
+                target: columns.map
+                function onSteppedTo(itemId) {
+                    const rows = column.modelData.rows
+                    for (let i = 0; i < rows.length; ++i)
+                        if (rows[i].itemId === itemId) columnRows.positionViewAtIndex(i, ListView.Contain)
+                }
+            }
             delegate: Rectangle {
                 id: entry
                 required property var modelData
                 width: ListView.view.width
                 height: 28
+                // What a search leaves out: the row is there, faded.
+                opacity: modelData.dimmed ? 0.35 : 1
                 color: modelData.chosen ? Style.theme.highlight : hover.hovered ? Style.mix(Style.theme.surface, Style.theme.text, 0.04) : "transparent"
                 HoverHandler { id: hover }
                 TapHandler {

@@ -63,6 +63,15 @@ Item {
         }
     }
 
+    // A step to a match brings its row into view.
+    Connections {
+        target: list.map
+        function onSteppedTo(itemId) {
+            const row = list.map.list.rowOf(itemId)
+            if (row >= 0) rows.positionViewAtIndex(row, ListView.Contain)
+        }
+    }
+
     ListView {
         id: rows
         anchors.top: headings.bottom
@@ -85,6 +94,7 @@ Item {
             required property bool expanded
             required property string symbol
             required property bool navigable
+            required property bool dimmed
             readonly property bool chosen: list.map.chosenIds.indexOf(itemId) >= 0
             width: rows.width
             height: 30
@@ -92,6 +102,8 @@ Item {
             color: chosen ? Style.theme.highlight
                  : hover.hovered ? Style.mix(Style.theme.background, Style.theme.text, 0.04) : "transparent"
             HoverHandler { id: hover }
+            // What a search leaves out: the row is there, faded.
+            opacity: dimmed ? 0.35 : 1
             TapHandler {
                 onTapped: function(point) {
                     const modifiers = point.modifiers

@@ -116,10 +116,119 @@ Item {
         }
     }
 
+    // Finding names anywhere in the tree: the map dims the rest, and Enter,
+    // F3 or Next steps from match to match.
+    Item {
+        id: searchBar
+        visible: room.map.hasTree
+        anchors.top: header.bottom
+        x: 20
+        width: parent.width - 40
+        height: 44
+
+        Row {
+            id: searchControls
+            anchors.verticalCenter: parent.verticalCenter
+            spacing: 6
+            InputField {
+                id: searchField
+                width: 300
+                implicitHeight: 30
+                symbol: "magnifyingglass"
+                rightPadding: clearButton.visible ? 30 : 10
+                placeholderText: "Find in the map by name"
+                text: room.map.query
+                onTextEdited: room.map.query = text
+                Keys.onReturnPressed: function(event) { room.step(event.modifiers & Qt.ShiftModifier ? -1 : 1) }
+                Keys.onEnterPressed: function(event) { room.step(event.modifiers & Qt.ShiftModifier ? -1 : 1) }
+                AbstractButton {
+                    id: clearButton
+                    visible: searchField.text.length > 0
+                    anchors.right: parent.right
+                    anchors.rightMargin: 6
+                    anchors.verticalCenter: parent.verticalCenter
+                    width: 20
+                    height: 20
+                    hoverEnabled: true
+                    onClicked: room.map.query = ""
+                    contentItem: Icon {
+                        symbol: "xmark"
+                        size: 10
+                        color: parent.hovered ? Style.theme.text : Style.theme.secondaryText
+                    }
+                }
+            }
+            ActionButton {
+                symbol: "chevron.left"
+                text: "Previous"
+                implicitHeight: 28
+                enabled: room.map.listedMatches > 0
+                help: "The match before this one (Shift+F3)."
+                onClicked: room.step(-1)
+            }
+            ActionButton {
+                symbol: "chevron.right"
+                text: "Next"
+                implicitHeight: 28
+                enabled: room.map.listedMatches > 0
+                help: "The next match, in the folder that holds it (Enter or F3)."
+                onClicked: room.step(1)
+            }
+        }
+        Text {
+            anchors.left: searchControls.right
+            anchors.leftMargin: 12
+            anchors.right: parent.right
+            anchors.verticalCenter: parent.verticalCenter
+            visible: room.map.query.trim().length > 0
+            color: Style.theme.secondaryText
+            font.pixelSize: Style.captionSize + 1
+            elide: Text.ElideRight
+            text: {
+                const matches = room.map.matches
+                if (!matches) return room.map.isSearching ? "Searching…" : ""
+                let line = Format.matches(matches.total, matches.bytes)
+                if (room.map.matchIndex >= 0) {
+                    line += " Match " + Format.count(room.map.matchIndex + 1) + " of "
+                    line += room.map.listedMatches < matches.total
+                            ? "the " + Format.count(room.map.listedMatches) + " largest."
+                            : Format.count(matches.total) + "."
+                }
+                return line
+            }
+        }
+    }
+
+    function step(direction) {
+        if (direction < 0) room.map.previousMatch()
+        else room.map.nextMatch()
+    }
+
+    Shortcut {
+        sequence: StandardKey.Find
+        enabled: room.visible && room.map.hasTree
+        onActivated: searchField.forceActiveFocus()
+    }
+    Shortcut {
+        sequences: [StandardKey.FindNext]
+        enabled: room.visible && room.map.listedMatches > 0
+        onActivated: room.step(1)
+    }
+    Shortcut {
+        sequences: [StandardKey.FindPrevious]
+        enabled: room.visible && room.map.listedMatches > 0
+        onActivated: room.step(-1)
+    }
+    Shortcut {
+        sequence: "Escape"
+        enabled: room.visible && room.map.query.length > 0
+        onActivated: room.map.query = ""
+    }
+
     Item {
         id: body
         visible: room.map.hasTree
-        anchors.top: header.bottom
+        anchors.top: searchBar.bottom
         anchors.bottom: footer.top
         x: 20
         width: parent.width - 40
@@ -182,10 +291,11 @@ Item {
         }
     }
 
-    // Delete or Backspace moves what is chosen, after the confirmation.
+    // Delete or Backspace moves what is chosen, after the confirmation; never
+    // while they edit the search.
     Shortcut {
         sequences: [StandardKey.Delete, "Backspace"]
-        enabled: room.visible && room.map.chosenCount > 0
+        enabled: room.visible && room.map.chosenCount > 0 && !searchField.activeFocus
         onActivated: room.session.removeMapSelection()
     }
 
@@ -216,7 +326,9 @@ Item {
                   ? Format.chosen(room.map.chosenCount, room.map.chosenCount > 1 ? room.map.chosenBytes : room.map.selectionBytes,
                                   room.map.selectionName)
                   : room.map.placeTitle + ": " + Format.bytes(room.map.placeBytes)
-                    + ". Double-click to go in; Back comes out. Ctrl-click or Shift-click selects more than one."
+                    + (room.map.matches
+                       ? ". Enter or F3 goes to the next match, Shift+F3 to the one before; Escape ends the search."
+                       : ". Double-click to go in; Back comes out. Ctrl-click or Shift-click selects more than one.")
             elide: Text.ElideRight
         }
     }
