@@ -53,10 +53,19 @@ protected:
         in >> pid;
         if (pid <= 0) return false;
         for (int i = 0; i < 100; ++i) {
-            if (kill(pid, 0) != 0 && errno == ESRCH) return true;
+            if (isDead(pid)) return true;
             std::this_thread::sleep_for(20ms);
         }
         return false;
+    }
+    // Gone, or a zombie that only waits for whoever adopted it to collect it.
+    static bool isDead(pid_t pid) {
+        if (kill(pid, 0) != 0 && errno == ESRCH) return true;
+        std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+        std::string line;
+        std::getline(stat, line);
+        const std::size_t close = line.rfind(')');
+        return close != std::string::npos && close + 2 < line.size() && line[close + 2] == 'Z';
     }
 };
 
