@@ -1,0 +1,37 @@
+#pragma once
+// What runs on the machine at one moment, as much as an ordinary user may
+// see of it: the programs of every process, the Flatpak apps that have an
+// instance, and the apps that systemd scopes and services are named for.
+// An app counts as running when its program, its Flatpak ID or its desktop
+// ID shows up here. Read from files only; see linux/RunningPrograms.cpp.
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+
+namespace tessel {
+
+struct RunningPrograms {
+    // The real paths of what the processes run (the targets of /proc/PID/exe).
+    std::unordered_set<std::string> executables;
+    // IDs of the Flatpak apps with an instance in the runtime folder.
+    std::unordered_set<std::string> flatpakApps;
+    // App IDs (desktop IDs without ".desktop", snap names) of the scopes and
+    // services processes run in.
+    std::unordered_set<std::string> launchedApps;
+
+    bool runs(std::string_view executable) const { return executables.contains(std::string(executable)); }
+    bool runsApp(std::string_view appId) const {
+        const std::string id(appId);
+        return flatpakApps.contains(id) || launchedApps.contains(id);
+    }
+
+    // `proc` stands for /proc and `runtimeFolder` for $XDG_RUNTIME_DIR (none: no Flatpak instances are read).
+    static RunningPrograms read(const std::string& proc = "/proc", const std::optional<std::string>& runtimeFolder = {});
+    // The app a cgroup's last part is named for: "app-gnome-org.gnome.Maps-1234.scope" → org.gnome.Maps,
+    // "app-flatpak-org.gimp.GIMP-5678.scope" → org.gimp.GIMP, "snap.firefox.firefox-1c2d.scope" → firefox.
+    static std::optional<std::string> appOfUnit(std::string_view unit);
+};
+
+} // namespace tessel

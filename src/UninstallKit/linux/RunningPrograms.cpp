@@ -1,0 +1,172 @@
+// Reading what runs, from files.
+//
+// Three ways tell that an app runs, and each catches what the others miss:
+// - A process's program, the link /proc/PID/exe: a packaged app's binary
+//   among its package's files, an AppImage's mounted runtime aside.
+// - A Flatpak instance: Flatpak keeps one folder per sandbox in
+//   $XDG_RUNTIME_DIR/.flatpak, whose `info` file names the app
+//   (`name=ID` in its [Application] group). The sandbox's own processes run
+//   programs under /app, which tell nothing from outside. A folder outlives a
+//   sandbox that ended badly, so one counts only while the process its
+//   `bwrapinfo.json` names ("child-pid") is still there.
+// - The unit a process runs in, the last part of its cgroup path in
+//   /proc/PID/cgroup. Desktops start apps in units named for them
+//   ("app[-LAUNCHER]-ID[@RANDOM].service", "app[-LAUNCHER]-ID-RANDOM.scope",
+//   with "-" in the ID escaped as "\x2d"), and snapd in "snap.NAME.APP-…".
+//
+// Another user's processes hide their exe link from us; that is fine, as
+// their apps are theirs. Nothing here waits on a process: /proc files are
+// read through readSmallFile, which never blocks on what it opens.
+
+#include "UninstallKit/RunningPrograms.h"
+
+#include <dirent.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <memory>
+#include <vector>
+
+#include "Base/SmallFile.h"
+
+namespace tessel {
+
+namespace {
+
+constexpr std::int64_t cgroupFileLimit = 64 * 1024;
+
+bool isNumber(std::string_view text) {
+    return !text.empty() && std::ranges::all_of(text, [](char c) { return std::isdigit(static_cast<unsigned char>(c)) != 0; });
+}
+
+std::vector<std::string> entriesOf(const std::string& folder) {
+    std::vector<std::string> names;
+    const std::unique_ptr<DIR, int (*)(DIR*)> listing(opendir(folder.c_str()), closedir);
+    if (!listing) return names;
+    while (const dirent* entry = readdir(listing.get())) {
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..") names.emplace_back(name);
+    }
+    return names;
+}
+
+std::optional<std::string> linkTarget(const std::string& path) {
+    std::string target(4096, '\0');
+    for (;;) {
+        const ssize_t length = readlink(path.c_str(), target.data(), target.size());
+        if (length < 0) return std::nullopt;
+        if (static_cast<std::size_t>(length) < target.size()) {
+            target.resize(static_cast<std::size_t>(length));
+            // A program replaced while it runs reads "/usr/bin/x (deleted)": still that program.
+            if (target.ends_with(" (deleted)")) target.resize(target.size() - 10);
+            return target;
+        }
+        target.resize(target.size() * 2);
+    }
+}
+
+// "\x2d" and the like in a unit name stand for the byte they spell.
+std::string unescapeUnit(std::string_view text) {
+    std::string plain;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '\\' && i + 3 < text.size() && text[i + 1] == 'x' && std::isxdigit(static_cast<unsigned char>(text[i + 2])) &&
+            std::isxdigit(static_cast<unsigned char>(text[i + 3]))) {
+            plain += static_cast<char>(std::stoi(std::string(text.substr(i + 2, 2)), nullptr, 16));
+            i += 3;
+        } else {
+            plain += text[i];
+        }
+    }
+    return plain;
+}
+
+std::optional<std::string> flatpakInstanceApp(const std::string& infoPath) {
+    const SmallFileRead info = readSmallFile(infoPath, cgroupFileLimit);
+    if (!info.text) return std::nullopt;
+    bool inApplication = false;
+    std::size_t start = 0;
+    while (start < info.text->size()) {
+        std::size_t end = info.text->find('\n', start);
+        if (end == std::string::npos) end = info.text->size();
+        const std::string_view line(info.text->data() + start, end - start);
+        start = end + 1;
+        if (line.starts_with('[')) inApplication = line == "[Application]";
+        else if (inApplication && line.starts_with("name=")) return std::string(line.substr(5));
+    }
+    return std::nullopt;
+}
+
+// Whether the sandbox of an instance still runs; an instance that doesn't say counts as running.
+bool instanceRuns(const std::string& instance, const std::string& proc) {
+    const SmallFileRead info = readSmallFile(instance + "/bwrapinfo.json", cgroupFileLimit);
+    if (!info.text) return true;
+    const std::size_t key = info.text->find("\"child-pid\"");
+    if (key == std::string::npos) return true;
+    std::size_t digits = info.text->find_first_of("0123456789", key);
+    if (digits == std::string::npos) return true;
+    std::string pid;
+    while (digits < info.text->size() && std::isdigit(static_cast<unsigned char>((*info.text)[digits])) != 0) pid += (*info.text)[digits++];
+    return access((proc + "/" + pid).c_str(), F_OK) == 0;
+}
+
+} // namespace
+
+std::optional<std::string> RunningPrograms::appOfUnit(std::string_view unit) {
+    if (unit.starts_with("snap.")) {
+        const std::string_view rest = unit.substr(5);
+        const std::size_t dot = rest.find('.');
+        if (dot == 0 || dot == std::string_view::npos) return std::nullopt;
+        return std::string(rest.substr(0, dot));
+    }
+    if (!unit.starts_with("app-")) return std::nullopt;
+    std::string_view name = unit.substr(4);
+    if (name.ends_with(".service")) {
+        name.remove_suffix(8);
+        if (const std::size_t at = name.find('@'); at != std::string_view::npos) name = name.substr(0, at);
+    } else if (name.ends_with(".scope")) {
+        name.remove_suffix(6);
+        const std::size_t dash = name.rfind('-');
+        if (dash == std::string_view::npos) return std::nullopt;
+        name = name.substr(0, dash);
+    } else {
+        return std::nullopt;
+    }
+    // A launcher's name ("gnome", "flatpak", "kde") has no dot; an app's ID, escaped, has no bare "-".
+    if (const std::size_t dash = name.find('-'); dash != std::string_view::npos &&
+                                                name.substr(0, dash).find('.') == std::string_view::npos)
+        name = name.substr(dash + 1);
+    if (name.empty()) return std::nullopt;
+    return unescapeUnit(name);
+}
+
+RunningPrograms RunningPrograms::read(const std::string& proc, const std::optional<std::string>& runtimeFolder) {
+    RunningPrograms running;
+    for (const std::string& entry : entriesOf(proc)) {
+        if (!isNumber(entry)) continue;
+        const std::string process = proc + "/" + entry;
+        if (std::optional<std::string> program = linkTarget(process + "/exe")) running.executables.insert(std::move(*program));
+        const SmallFileRead cgroup = readSmallFile(process + "/cgroup", cgroupFileLimit);
+        if (!cgroup.text) continue;
+        // One line a hierarchy, "ID:CONTROLLERS:PATH"; the unit is the path's last part.
+        std::size_t start = 0;
+        while (start < cgroup.text->size()) {
+            std::size_t end = cgroup.text->find('\n', start);
+            if (end == std::string::npos) end = cgroup.text->size();
+            const std::string_view line(cgroup.text->data() + start, end - start);
+            start = end + 1;
+            const std::size_t slash = line.rfind('/');
+            if (slash == std::string_view::npos) continue;
+            if (std::optional<std::string> app = appOfUnit(line.substr(slash + 1))) running.launchedApps.insert(std::move(*app));
+        }
+    }
+    if (runtimeFolder)
+        for (const std::string& name : entriesOf(*runtimeFolder + "/.flatpak")) {
+            const std::string instance = *runtimeFolder + "/.flatpak/" + name;
+            if (!instanceRuns(instance, proc)) continue;
+            if (std::optional<std::string> app = flatpakInstanceApp(instance + "/info")) running.flatpakApps.insert(std::move(*app));
+        }
+    return running;
+}
+
+} // namespace tessel
