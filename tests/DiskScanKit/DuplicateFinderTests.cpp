@@ -168,6 +168,20 @@ TEST_F(DuplicateFinding, AHardLinkOfADuplicateIsAnotherNameOfIt) {
     EXPECT_EQ(result.filesExamined, 2);
 }
 
+TEST_F(DuplicateFinding, ACopyWithALinkOutsideThePathsIsKeptAndTheOtherIsWhatFrees) {
+    const std::string bytes = contents(50000, 26);
+    const std::string filed = file("Documents/Projects/film.mov", bytes);
+    const std::string downloaded = file("Downloads/film.mov", bytes);
+    makeHardLink(downloaded, folder / "elsewhere.mov");
+    const DuplicateReport result = find({filed, downloaded});
+    ASSERT_EQ(result.groups.size(), 1u);
+    const DuplicateGroup& group = result.groups[0];
+    ASSERT_EQ(group.files.size(), 2u);
+    EXPECT_EQ(group.files[0].path, downloaded);
+    EXPECT_EQ(group.reclaimableBytes, allocatedOf(filed));
+    EXPECT_EQ(result.totalReclaimableBytes, allocatedOf(filed));
+}
+
 TEST_F(DuplicateFinding, AFileOneByteBelowTheMinimumIsNeverACandidate) {
     const std::string below = contents(999, 10);
     const std::string atMinimum = contents(1000, 11);
