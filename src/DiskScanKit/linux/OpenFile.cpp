@@ -47,7 +47,15 @@
 //
 // Identity. The file is opened O_NOFOLLOW (a link swapped in is refused) and
 // O_NONBLOCK (a FIFO swapped in can't hang the open), then checked with fstat
-// against what was measured: a file changed or replaced since is refused.
+// against what was measured: a file changed or replaced since is refused. The
+// status change time is part of what is checked: a writer can put the
+// modification time back, but not that. After reading, the same check on the
+// open descriptor tells whether the file changed while it was read.
+//
+// Seeking. Whether a device pays for reading two files in turn is what
+// /sys/dev/block/MAJOR:MINOR/queue/rotational says, or, for a partition, the
+// same file of the disk that holds it. Virtual disks often call themselves
+// rotational whatever lies below; that errs on the careful side.
 
 #include "DiskScanKit/OpenFile.h"
 
@@ -55,6 +63,7 @@
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -122,7 +131,8 @@ std::string sentence(const char* call, const std::string& path, int error) {
 FileIdentity identityOf(const struct stat& status) {
     return {static_cast<std::uint64_t>(status.st_dev), static_cast<std::uint64_t>(status.st_ino),
             static_cast<std::int64_t>(status.st_size), static_cast<std::int64_t>(status.st_mtim.tv_sec),
-            static_cast<std::int64_t>(status.st_mtim.tv_nsec)};
+            static_cast<std::int64_t>(status.st_mtim.tv_nsec), static_cast<std::int64_t>(status.st_ctim.tv_sec),
+            static_cast<std::int64_t>(status.st_ctim.tv_nsec)};
 }
 
 } // namespace
@@ -164,14 +174,14 @@ std::optional<OpenFile> OpenFile::bypassCache(const std::string& path, const Fil
     posix_fadvise(fd, 0, 0, pattern == Pattern::ranges ? POSIX_FADV_RANDOM : POSIX_FADV_SEQUENTIAL);
     static const uid_t user = geteuid();
     const bool ours = status.st_uid == user || user == 0;
-    return OpenFile(fd, path, expected.size, ours);
+    return OpenFile(fd, path, expected, ours);
 }
 
-OpenFile::OpenFile(int fd, std::string path, std::int64_t size, bool residencyVisible)
-    : fd_(fd), path_(std::move(path)), size_(size), residencyVisible_(residencyVisible) {}
+OpenFile::OpenFile(int fd, std::string path, const FileIdentity& identity, bool residencyVisible)
+    : fd_(fd), path_(std::move(path)), identity_(identity), size_(identity.size), residencyVisible_(residencyVisible) {}
 
 OpenFile::OpenFile(OpenFile&& other) noexcept
-    : fd_(std::exchange(other.fd_, -1)), path_(std::move(other.path_)), size_(other.size_),
+    : fd_(std::exchange(other.fd_, -1)), path_(std::move(other.path_)), identity_(other.identity_), size_(other.size_),
       residencyVisible_(other.residencyVisible_), position_(other.position_),
       residentBefore_(std::move(other.residentBefore_)), releasedBelow_(other.releasedBelow_),
       failure_(std::move(other.failure_)) {
@@ -183,6 +193,7 @@ OpenFile& OpenFile::operator=(OpenFile&& other) noexcept {
     close();
     fd_ = std::exchange(other.fd_, -1);
     path_ = std::move(other.path_);
+    identity_ = other.identity_;
     size_ = other.size_;
     residencyVisible_ = other.residencyVisible_;
     position_ = other.position_;
@@ -281,11 +292,15 @@ bool OpenFile::read(std::size_t count, std::int64_t offset, std::span<std::byte>
     return ok;
 }
 
-std::optional<std::size_t> OpenFile::readNext(std::span<std::byte> buffer) {
+void OpenFile::noteResidency() {
     if (residencyVisible_ && !residentBefore_ && position_ == 0) {
         residentBefore_ = residentPages(0, filePages());
         if (!residentBefore_) residencyVisible_ = false;
     }
+}
+
+std::optional<std::size_t> OpenFile::readNext(std::span<std::byte> buffer) {
+    noteResidency();
     ssize_t got = 0;
     do {
         got = ::read(fd_, buffer.data(), buffer.size());
@@ -305,6 +320,48 @@ std::optional<std::size_t> OpenFile::readNext(std::span<std::byte> buffer) {
         }
     }
     return static_cast<std::size_t>(got);
+}
+
+std::optional<std::size_t> OpenFile::readFull(std::span<std::byte> buffer) {
+    std::size_t filled = 0;
+    while (filled < buffer.size()) {
+        const std::optional<std::size_t> got = readNext(buffer.subspan(filled));
+        if (!got) return std::nullopt;
+        if (*got == 0) break;
+        filled += *got;
+    }
+    return filled;
+}
+
+bool OpenFile::unchanged() {
+    struct stat status {};
+    if (fstat(fd_, &status) != 0) {
+        failure_ = sentence("fstat", path_, errno);
+        return false;
+    }
+    if (identityOf(status) == identity_) return true;
+    failure_ = path_ + ": changed while it was read";
+    return false;
+}
+
+bool OpenFile::isWhollyCached() {
+    noteResidency();
+    if (!residentBefore_) return false;
+    const std::vector<PageRun>& runs = *residentBefore_;
+    return filePages() == 0 || (runs.size() == 1 && runs.front().first == 0 && runs.front().end >= filePages());
+}
+
+bool OpenFile::deviceSeeks(std::uint64_t device) {
+    const std::string block = "/sys/dev/block/" + std::to_string(major(device)) + ":" + std::to_string(minor(device));
+    for (const std::string& path : {block + "/queue/rotational", block + "/../queue/rotational"}) {
+        const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        if (fd < 0) continue;
+        char answer = 0;
+        const ssize_t got = ::read(fd, &answer, 1);
+        ::close(fd);
+        if (got == 1) return answer != '0';
+    }
+    return true;
 }
 
 } // namespace tessel
