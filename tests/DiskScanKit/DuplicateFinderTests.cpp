@@ -12,6 +12,7 @@
 #include <chrono>
 #include <cstdio>
 #include <fstream>
+#include <functional>
 #include <mutex>
 #include <set>
 #include <thread>
@@ -102,7 +103,6 @@ TEST_F(DuplicateFinding, GroupsCopiesWithTheKeeperFirstAndCountsWhatTheOthersFre
     const DuplicateGroup& group = result.groups[0];
     EXPECT_EQ(group.files.size(), 3u);
     EXPECT_EQ(group.files.front().path, kept);
-    EXPECT_EQ(group.id, digestHex(report));
     EXPECT_EQ(group.logicalSize, 100000);
     EXPECT_EQ(group.reclaimableBytes, allocatedOf(downloaded) + allocatedOf(other));
     EXPECT_EQ(result.totalReclaimableBytes, group.reclaimableBytes);
@@ -117,8 +117,8 @@ TEST_F(DuplicateFinding, GroupsComeMostReclaimableFirst) {
     const Paths paths{file("a/small", small), file("b/small", small), file("a/large", large), file("b/large", large)};
     const DuplicateReport result = find(paths);
     ASSERT_EQ(result.groups.size(), 2u);
-    EXPECT_EQ(result.groups[0].id, digestHex(large));
-    EXPECT_EQ(result.groups[1].id, digestHex(small));
+    EXPECT_EQ(result.groups[0].logicalSize, 200000);
+    EXPECT_EQ(result.groups[1].logicalSize, 5000);
     EXPECT_EQ(result.totalReclaimableBytes, result.groups[0].reclaimableBytes + result.groups[1].reclaimableBytes);
 }
 
@@ -240,7 +240,7 @@ TEST_F(DuplicateFinding, ACancelledRunReportsTheGroupsSettledBeforeIt) {
         [&] { return stop.load(); });
     EXPECT_TRUE(result.wasCancelled);
     ASSERT_EQ(result.groups.size(), 1u);
-    EXPECT_EQ(result.groups[0].id, digestHex(small));
+    EXPECT_EQ(result.groups[0].logicalSize, 20000);
     EXPECT_EQ(result.groups[0].files.size(), 2u);
     EXPECT_EQ(result.unreadable, 0);
 }
@@ -319,6 +319,158 @@ TEST_F(DuplicateFinding, NoMoreWorkersThanAskedForNorThanItems) {
     find({eight[0], eight[1]}, {}, noteWorker, 4);
     EXPECT_LE(workers.size(), 2u);
     EXPECT_GE(workers.size(), 1u);
+}
+
+namespace {
+
+constexpr std::int64_t mebibyte = 1 << 20;
+
+// Lets go of a file's pages, so that the next read must come from the disk.
+void evict(const std::string& path) {
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    fdatasync(fd);
+    posix_fadvise(fd, 0, 0, POSIX_FADV_DONTNEED);
+    close(fd);
+}
+
+std::set<std::set<std::string>> groupsOf(const DuplicateReport& report) {
+    std::set<std::set<std::string>> groups;
+    for (const DuplicateGroup& group : report.groups) {
+        std::set<std::string> paths;
+        for (const DuplicateFile& member : group.files) paths.insert(member.path);
+        groups.insert(paths);
+    }
+    return groups;
+}
+
+std::set<std::string> idsOf(const DuplicateReport& report) {
+    std::set<std::string> ids;
+    for (const DuplicateGroup& group : report.groups) ids.insert(group.id);
+    return ids;
+}
+
+// The whole-file stage: files that share a size and a sample read side by
+// side or hashed, and files that change while they are read.
+class WholeFileStage : public DuplicateFinding {
+protected:
+    // Runs the finder over `paths` and, once the whole-file stage has read
+    // its first piece, lets `change` loose on `path`.
+    DuplicateReport changedDuringTheStage(const Paths& paths, const std::string& path,
+                                          const std::function<bool(const std::string&)>& change) {
+        bool waited = false;
+        changed = false;
+        return find(paths, [&](const DuplicateScanProgress& now) {
+            if (now.phase != Phase::hashing) return;
+            // Reports come at most every 0.1 s: after this pause, the next one comes with the first piece.
+            if (!waited) {
+                waited = true;
+                std::this_thread::sleep_for(std::chrono::milliseconds(150));
+            } else if (!changed && now.bytesHashed > 0) {
+                changed = change(path);
+            }
+        });
+    }
+
+    static bool touch(const std::string& path) {
+        const timespec times[2] = {{0, UTIME_OMIT}, {time(nullptr) + 60, 0}};
+        return utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW) == 0;
+    }
+
+    static bool grow(const std::string& path) {
+        const int fd = open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
+        const bool wrote = ::write(fd, "more", 4) == 4;
+        close(fd);
+        return wrote;
+    }
+
+    // A byte already compared is rewritten, and the modification time put back as it was.
+    static bool rewriteBehindTheReader(const std::string& path) {
+        struct stat before {};
+        if (lstat(path.c_str(), &before) != 0) return false;
+        const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+        const bool wrote = pwrite(fd, "!", 1, 10) == 1;
+        const timespec times[2] = {before.st_atim, before.st_mtim};
+        const bool restored = futimens(fd, times) == 0;
+        close(fd);
+        return wrote && restored;
+    }
+
+    bool changed = false;
+};
+
+} // namespace
+
+TEST_F(WholeFileStage, ABucketOfFourPartsIntoTwoPairsWithIdsOfTheirOwn) {
+    const std::string first = contents(100000, 30);
+    std::string second = first;
+    second[50000] = static_cast<char>(second[50000] ^ 1);
+    const Paths paths{file("a/x", first), file("b/x", second), file("c/x", first), file("d/x", second)};
+    const DuplicateReport result = find(paths);
+    EXPECT_EQ(groupsOf(result), (std::set<std::set<std::string>>{{paths[0], paths[2]}, {paths[1], paths[3]}}));
+    EXPECT_EQ(idsOf(result).size(), 2u);
+    EXPECT_EQ(result.unreadable, 0);
+}
+
+TEST_F(WholeFileStage, FilesDifferingOnlyInTheLastByteArePartedAcrossPieces) {
+    const std::string bytes = contents(2 * mebibyte + 3, 31);
+    std::string last = bytes;
+    last.back() = static_cast<char>(last.back() ^ 1);
+    const Paths paths{file("a/x", bytes), file("b/x", last), file("c/x", bytes)};
+    EXPECT_EQ(groupsOf(find(paths)), (std::set<std::set<std::string>>{{paths[0], paths[2]}}));
+}
+
+TEST_F(WholeFileStage, UncachedFilesGiveTheSameGroupsAndIds) {
+    const std::string first = contents(2 * mebibyte, 32);
+    std::string second = first;
+    second[mebibyte] = static_cast<char>(second[mebibyte] ^ 1);
+    const Paths paths{file("a/x", first), file("b/x", second), file("c/x", first), file("d/x", second)};
+    const DuplicateReport warm = find(paths);
+    for (const std::string& path : paths) evict(path);
+    const DuplicateReport cold = find(paths);
+    EXPECT_EQ(groupsOf(cold), groupsOf(warm));
+    EXPECT_EQ(idsOf(cold), idsOf(warm));
+    EXPECT_EQ(groupsOf(cold).size(), 2u);
+}
+
+TEST_F(WholeFileStage, ABucketTooLargeToCompareSideBySideIsHashedIntoItsPairs) {
+    const std::string bytes = contents(40000, 33);
+    Paths paths;
+    for (int index = 0; index < 66; ++index) {
+        std::string variant = bytes;
+        variant[20000] = static_cast<char>(index / 2);
+        paths.push_back(file("f" + std::to_string(index), variant));
+    }
+    const DuplicateReport result = find(paths);
+    ASSERT_EQ(result.groups.size(), 33u);
+    for (const DuplicateGroup& group : result.groups) EXPECT_EQ(group.files.size(), 2u);
+    EXPECT_EQ(idsOf(result).size(), 33u);
+}
+
+TEST_F(WholeFileStage, AFileTouchedDuringTheStageIsSkippedAndCountedUnreadable) {
+    const std::string bytes = contents(3 * mebibyte, 34);
+    const Paths paths{file("a/x", bytes), file("b/x", bytes)};
+    const DuplicateReport result = changedDuringTheStage(paths, paths[1], touch);
+    ASSERT_TRUE(changed);
+    EXPECT_TRUE(result.groups.empty());
+    EXPECT_EQ(result.unreadable, 1);
+}
+
+TEST_F(WholeFileStage, AFileThatGrowsDuringTheStageIsSkippedAndCountedUnreadable) {
+    const std::string bytes = contents(3 * mebibyte, 35);
+    const Paths paths{file("a/x", bytes), file("b/x", bytes)};
+    const DuplicateReport result = changedDuringTheStage(paths, paths[1], grow);
+    ASSERT_TRUE(changed);
+    EXPECT_TRUE(result.groups.empty());
+    EXPECT_EQ(result.unreadable, 1);
+}
+
+TEST_F(WholeFileStage, AFileRewrittenWithItsTimePutBackIsSkippedAndCountedUnreadable) {
+    const std::string bytes = contents(3 * mebibyte, 36);
+    const Paths paths{file("a/x", bytes), file("b/x", bytes), file("c/x", bytes)};
+    const DuplicateReport result = changedDuringTheStage(paths, paths[2], rewriteBehindTheReader);
+    ASSERT_TRUE(changed);
+    EXPECT_EQ(groupsOf(result), (std::set<std::set<std::string>>{{paths[0], paths[1]}}));
+    EXPECT_EQ(result.unreadable, 1);
 }
 
 namespace {

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "DiskScanKit/Lockstep.h"
 #include "DiskScanKit/OpenFile.h"
 #include "DiskScanKit/Sha256.h"
 #include "Fixture.h"
@@ -190,4 +191,29 @@ TEST_F(LongFilePageCache, WholeReadOfAnUncachedFileLeavesNothingBehind) {
     OpenFile file = open(OpenFile::Pattern::sequential);
     EXPECT_EQ(readWhole(file), bytes);
     EXPECT_EQ(changes(before, residency(path)), "");
+}
+
+TEST_F(PageCache, SideBySideComparisonLeavesEachFileAsItFoundIt) {
+    // A twin of the file but for one byte three quarters in, not cached at all.
+    const std::string twin = folder / "twin.mkv";
+    writeFile(twin, bytes);
+    const int fd = ::open(twin.c_str(), O_WRONLY | O_CLOEXEC);
+    ASSERT_EQ(pwrite(fd, "y", 1, 3 * bytes / 4), 1);
+    ASSERT_EQ(fsync(fd), 0);
+    close(fd);
+    evict(twin);
+    warm(path, 0, bytes / 2);
+    const std::vector<bool> before = residency(path);
+    const std::vector<bool> twinBefore = residency(twin);
+
+    std::vector<std::optional<OpenFile>> files;
+    files.push_back(open(OpenFile::Pattern::sequential));
+    files.push_back(OpenFile::bypassCache(twin, *FileIdentity::ofPath(twin), OpenFile::Pattern::sequential));
+    const std::vector<std::size_t> copies{1, 1};
+    std::vector<std::byte> pieces(4 << 20);
+    const std::vector<Lockstep::Verdict> verdicts = Lockstep::compare(files, copies, pieces, [](std::int64_t) { return true; });
+    ASSERT_EQ(verdicts.size(), 2u);
+    EXPECT_EQ(verdicts[0].kind, Lockstep::Verdict::Kind::parted);
+    EXPECT_EQ(changes(before, residency(path)), "");
+    EXPECT_EQ(changes(twinBefore, residency(twin)), "");
 }
