@@ -24,11 +24,18 @@
 //       - a bucket of more than `sideBySideStreams` streams, which would hold
 //         too many files open at once on one worker, while its streams hashed
 //         spread over all of them;
-//       - a bucket with two files or more that must come from a disk that
-//         seeks (not wholly in the page cache, on a device that rotates or
-//         can't say): read side by side, the disk would go back and forth
-//         between them for every piece, where hashing reads each straight
-//         through.
+//       - a bucket whose reading side by side would make a disk that seeks
+//         (one that rotates, or can't say) go back and forth too often.
+//         Each piece of a file that is not wholly in the page cache is a
+//         read from the disk; while two files or more need the disk, each
+//         such piece is a seek away from the last one, where hashing reads
+//         each file straight through with one seek. The seeks that reading
+//         side by side adds beyond that one per file are weighed against
+//         hashing the bucket, a seek counting as `seekCostBytes` hashed. So
+//         a cold bucket is hashed, and a warm one with a few pages evicted
+//         here and there (the usual state of a cache some time after the
+//         files were read) is still compared: a few seeks cost less than
+//         hashing megabytes.
 //     A digest is SHA-256 and nothing weaker, so equal digests are equal
 //     contents. The largest tasks go first, so that a big file doesn't start
 //     last and hold up the end.
@@ -327,16 +334,13 @@ void DuplicateRun::compareSideBySide(const WholeTask& task, std::span<std::byte>
     files.reserve(count);
     std::vector<std::size_t> opened(count);
     std::vector<std::size_t> copies(count);
-    int fromSeekingDisk = 0;
     for (std::size_t index = 0; index < count; ++index) {
         const Stream& stream = task.streams[index];
         files.push_back(openStream(stream, opened[index]));
         copies[index] = stream.members.size();
-        if (!files[index] || files[index]->isWhollyCached()) continue;
-        if (seeks_.at(candidates_[stream.members[opened[index]]].identity.device)) ++fromSeekingDisk;
     }
 
-    if (fromSeekingDisk >= 2) {
+    if (seeksSideBySide(task, files, opened, buffer.size())) {
         for (std::size_t index = 0; index < count; ++index) {
             const Stream& stream = task.streams[index];
             WholeResult result{WholeResult::Kind::failed};
@@ -377,6 +381,25 @@ void DuplicateRun::compareSideBySide(const WholeTask& task, std::span<std::byte>
         }
         record(task.streams[index], result, opened[index]);
     }
+}
+
+bool DuplicateRun::seeksSideBySide(const WholeTask& task, std::vector<std::optional<OpenFile>>& files,
+                                   const std::vector<std::size_t>& opened, std::size_t bufferBytes) const {
+    const std::size_t piece = Lockstep::pieceFor(files.size(), bufferBytes);
+    if (piece == 0) return true;
+    int fromDisk = 0;
+    std::int64_t extraSeeks = 0;
+    for (std::size_t index = 0; index < files.size(); ++index) {
+        if (!files[index]) continue;
+        if (!seeks_.at(candidates_[task.streams[index].members[opened[index]]].identity.device)) continue;
+        const auto allPieces = static_cast<std::int64_t>(
+            (static_cast<std::uint64_t>(files[index]->size()) + piece - 1) / piece);
+        const std::int64_t pieces = files[index]->piecesNotCached(piece).value_or(allPieces);
+        if (pieces == 0) continue;
+        ++fromDisk;
+        extraSeeks = checkedAdd(extraSeeks, pieces - 1);
+    }
+    return fromDisk >= 2 && checkedMultiply(extraSeeks, seekCostBytes) > task.bytes;
 }
 
 std::optional<OpenFile> DuplicateRun::openStream(const Stream& stream, std::size_t& opened) const {

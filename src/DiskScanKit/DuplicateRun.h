@@ -13,6 +13,7 @@
 
 #include "DiskScanKit/DuplicateFinder.h"
 #include "DiskScanKit/DuplicateGroup.h"
+#include "DiskScanKit/Lockstep.h"
 #include "DiskScanKit/OpenFile.h"
 #include "DiskScanKit/Sha256.h"
 #include "DuplicateWork.h"
@@ -35,9 +36,13 @@ public:
     // A bucket of at most this many streams is compared side by side; a
     // larger one is hashed, a stream at a time on every worker.
     static constexpr std::size_t sideBySideStreams = 64;
-    // Each worker's buffer in the whole-file stage: a piece for each of the
-    // streams compared side by side, 256 KiB each at the most streams.
-    static constexpr std::size_t sideBySideBufferBytes = 16 * wholeReadBytes;
+    // Each worker's buffer in the whole-file stage: a whole piece for each of
+    // the streams compared side by side, even at the most streams.
+    static constexpr std::size_t sideBySideBufferBytes = sideBySideStreams * Lockstep::pieceBytes;
+    // A seek of a disk that rotates (about 8 ms) costs as long as hashing
+    // this many bytes on one core; reading side by side is worth the seeks
+    // it adds while they cost less than hashing the files would.
+    static constexpr std::int64_t seekCostBytes = std::int64_t{16} << 20;
 
 private:
     struct Candidate {
@@ -102,6 +107,10 @@ private:
     std::vector<WholeTask> wholeTasks(const std::vector<std::vector<std::size_t>>& unsettled) const;
     void compareWhole(const std::vector<WholeTask>& tasks);
     void compareSideBySide(const WholeTask& task, std::span<std::byte> buffer);
+    // Whether reading the task's files side by side would cost the disk more
+    // seeks than hashing them one after another is worth.
+    bool seeksSideBySide(const WholeTask& task, std::vector<std::optional<OpenFile>>& files,
+                         const std::vector<std::size_t>& opened, std::size_t bufferBytes) const;
     std::optional<OpenFile> openStream(const Stream& stream, std::size_t& opened) const;
     WholeResult hash(OpenFile& file, const Stream& stream, std::span<std::byte> buffer);
     void record(const Stream& stream, const WholeResult& result, std::size_t opened);

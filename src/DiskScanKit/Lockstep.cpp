@@ -53,11 +53,8 @@ class Comparison {
 public:
     Comparison(std::vector<std::optional<OpenFile>>& files, std::span<const std::size_t> copies,
                std::span<std::byte> buffer)
-        : files_(files), copies_(copies), buffer_(buffer), verdicts_(files.size()) {
-        const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-        const std::size_t share = files.empty() ? 0 : buffer.size() / files.size();
-        piece_ = std::min(pieceBytes, share) / page * page;
-    }
+        : files_(files), copies_(copies), buffer_(buffer), piece_(pieceFor(files.size(), buffer.size())),
+          verdicts_(files.size()) {}
 
     std::vector<Verdict> run(const AfterRound& afterRound) {
         Class everyone;
@@ -164,6 +161,12 @@ private:
 };
 
 } // namespace
+
+std::size_t pieceFor(std::size_t files, std::size_t bufferBytes) {
+    if (files == 0) return 0;
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    return std::min(pieceBytes, bufferBytes / files) / page * page;
+}
 
 std::vector<Verdict> compare(std::vector<std::optional<OpenFile>>& files, std::span<const std::size_t> copies,
                              std::span<std::byte> buffer, const AfterRound& afterRound) {

@@ -1,6 +1,7 @@
 // Reading a file to compare it leaves the page cache as it was: what was
-// cached stays cached, and nothing else is left behind. Checked with mincore
-// of the test's own, on real files.
+// cached stays cached, and nothing else is left behind; and the reader tells
+// how much of a file would come from the disk. Checked with mincore of the
+// test's own, on real files.
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
@@ -216,4 +217,31 @@ TEST_F(PageCache, SideBySideComparisonLeavesEachFileAsItFoundIt) {
     EXPECT_EQ(verdicts[0].kind, Lockstep::Verdict::Kind::parted);
     EXPECT_EQ(changes(before, residency(path)), "");
     EXPECT_EQ(changes(twinBefore, residency(twin)), "");
+}
+
+TEST_F(PageCache, PiecesNotCachedCountsEachPieceHoldingAnUncachedPageOnce) {
+    const auto page = static_cast<std::int64_t>(pageBytes);
+    const std::int64_t mebibyte = 1 << 20;
+    // Missing: the two pages either side of 3 MiB, and the last page.
+    warm(path, 0, 3 * mebibyte - page);
+    warm(path, 3 * mebibyte + page, bytes - page);
+    const std::vector<bool> pages = residency(path);
+    if (residentIn(pages, 0, pages.size()) != pages.size() - 3)
+        GTEST_SKIP() << "the page cache can't be set up page by page here";
+    OpenFile file = open(OpenFile::Pattern::sequential);
+    EXPECT_EQ(file.piecesNotCached(static_cast<std::size_t>(mebibyte)), 3);
+    EXPECT_EQ(file.piecesNotCached(static_cast<std::size_t>(2 * mebibyte)), 2);
+    EXPECT_EQ(file.piecesNotCached(pageBytes), 3);
+    EXPECT_EQ(file.piecesNotCached(static_cast<std::size_t>(bytes)), 1);
+}
+
+TEST_F(PageCache, PiecesNotCachedIsNoneForACachedFileAndEveryPieceForAnUncachedOne) {
+    {
+        OpenFile cold = open(OpenFile::Pattern::sequential);
+        EXPECT_EQ(cold.piecesNotCached(1 << 20), bytes >> 20);
+        EXPECT_EQ(cold.piecesNotCached(3 << 20), 3);
+    }
+    warm(path, 0, bytes);
+    OpenFile file = open(OpenFile::Pattern::sequential);
+    EXPECT_EQ(file.piecesNotCached(1 << 20), 0);
 }

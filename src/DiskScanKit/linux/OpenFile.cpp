@@ -344,11 +344,30 @@ bool OpenFile::unchanged() {
     return false;
 }
 
-bool OpenFile::isWhollyCached() {
+std::optional<std::int64_t> OpenFile::piecesNotCached(std::size_t pieceBytes) {
     noteResidency();
-    if (!residentBefore_) return false;
-    const std::vector<PageRun>& runs = *residentBefore_;
-    return filePages() == 0 || (runs.size() == 1 && runs.front().first == 0 && runs.front().end >= filePages());
+    if (!residentBefore_) return std::nullopt;
+    const std::uint64_t piecePages = std::max<std::uint64_t>(1, pieceBytes / pageSize());
+    const std::uint64_t end = filePages();
+    std::int64_t pieces = 0;
+    // The piece after the last one counted: a gap that starts inside a piece
+    // already counted adds only the pieces past it.
+    std::uint64_t countedUpTo = 0;
+    auto countGap = [&](std::uint64_t from, std::uint64_t to) {
+        if (from >= to) return;
+        const std::uint64_t first = std::max(from / piecePages, countedUpTo);
+        const std::uint64_t last = (to - 1) / piecePages;
+        if (first > last) return;
+        pieces += static_cast<std::int64_t>(last - first + 1);
+        countedUpTo = last + 1;
+    };
+    std::uint64_t cursor = 0;
+    for (const PageRun& run : *residentBefore_) {
+        countGap(cursor, std::min(run.first, end));
+        cursor = std::max(cursor, run.end);
+    }
+    countGap(cursor, end);
+    return pieces;
 }
 
 bool OpenFile::deviceSeeks(std::uint64_t device) {

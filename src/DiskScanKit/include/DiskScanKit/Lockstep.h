@@ -31,8 +31,15 @@ struct Verdict {
 // Hears of every round's bytes read, and returns false to stop.
 using AfterRound = std::function<bool(std::int64_t bytes)>;
 
-// Bytes each file is read by in one round, at most.
-inline constexpr std::size_t pieceBytes = std::size_t{1} << 20;
+// Bytes each file is read by in one round, at most. Small enough that the
+// pieces of a round are still in the core's own cache when they are compared
+// right after the reads that copied them there; larger pieces cost more.
+inline constexpr std::size_t pieceBytes = std::size_t{256} << 10;
+
+// The piece each of `files` files is read by in one round, sharing a buffer
+// of `bufferBytes`: `pieceBytes`, or less when there are many, in whole
+// pages; 0 when the buffer can't give each a page.
+std::size_t pieceFor(std::size_t files, std::size_t bufferBytes);
 
 // Compares `files`, all measured at the same size, front to back. A file that
 // didn't open is absent and gets `failed`. `copies[i]` is how many files file

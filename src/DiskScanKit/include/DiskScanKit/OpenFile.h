@@ -81,9 +81,11 @@ public:
     // Whether the file is still as it was measured; false, with `failure()`
     // saying so, when it was written to or its status changed meanwhile.
     bool unchanged();
-    // Whether every page of the file is in the page cache, so reading it
-    // needs no disk; false when the kernel won't say.
-    bool isWhollyCached();
+    // Of the file's pieces of `pieceBytes` (whole pages), counted from its
+    // start, how many hold a page that is not in the page cache: the reads
+    // that must go to the disk when the file is read a piece at a time. 0 for
+    // a file wholly cached; nothing when the kernel won't say.
+    std::optional<std::int64_t> piecesNotCached(std::size_t pieceBytes);
 
     // Whether reading two places of `device` in turn costs a seek each time:
     // true unless the device says that it doesn't rotate. A file system with
