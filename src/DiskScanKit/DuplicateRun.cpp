@@ -29,13 +29,15 @@
 //         Each piece of a file that is not wholly in the page cache is a
 //         read from the disk; while two files or more need the disk, each
 //         such piece is a seek away from the last one, where hashing reads
-//         each file straight through with one seek. The seeks that reading
-//         side by side adds beyond that one per file are weighed against
-//         hashing the bucket, a seek counting as `seekCostBytes` hashed. So
-//         a cold bucket is hashed, and a warm one with a few pages evicted
-//         here and there (the usual state of a cache some time after the
-//         files were read) is still compared: a few seeks cost less than
-//         hashing megabytes.
+//         each file straight through with one seek. So when all its files
+//         together miss at most `fetchFirstBytes` of the cache (a small cold
+//         bucket, or a warm one that lost a few pages here and there, as
+//         caches do some time after a read), the missing pages are asked for
+//         first, file after file, which costs the disk what hashing would,
+//         and the files are then compared from the cache. A bucket missing
+//         more has the seeks that reading side by side adds beyond one per
+//         file weighed against hashing it, a seek counting as
+//         `seekCostBytes` hashed: so a large cold bucket is hashed.
 //     A digest is SHA-256 and nothing weaker, so equal digests are equal
 //     contents. The largest tasks go first, so that a big file doesn't start
 //     last and hold up the end.
@@ -78,6 +80,7 @@
 #include "DuplicateRun.h"
 
 #include <pthread.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -340,7 +343,7 @@ void DuplicateRun::compareSideBySide(const WholeTask& task, std::span<std::byte>
         copies[index] = stream.members.size();
     }
 
-    if (seeksSideBySide(task, files, opened, buffer.size())) {
+    if (!worthSideBySide(task, files, opened, buffer.size())) {
         for (std::size_t index = 0; index < count; ++index) {
             const Stream& stream = task.streams[index];
             WholeResult result{WholeResult::Kind::failed};
@@ -383,23 +386,36 @@ void DuplicateRun::compareSideBySide(const WholeTask& task, std::span<std::byte>
     }
 }
 
-bool DuplicateRun::seeksSideBySide(const WholeTask& task, std::vector<std::optional<OpenFile>>& files,
+bool DuplicateRun::worthSideBySide(const WholeTask& task, std::vector<std::optional<OpenFile>>& files,
                                    const std::vector<std::size_t>& opened, std::size_t bufferBytes) const {
     const std::size_t piece = Lockstep::pieceFor(files.size(), bufferBytes);
-    if (piece == 0) return true;
-    int fromDisk = 0;
+    if (piece == 0) return false;
+    const auto page = static_cast<std::int64_t>(sysconf(_SC_PAGESIZE));
+    std::vector<OpenFile*> fromDisk;
+    std::int64_t missingBytes = 0;
+    // False when the kernel won't say what is cached of a file: then none of it counts as cached.
+    bool missingKnown = true;
     std::int64_t extraSeeks = 0;
     for (std::size_t index = 0; index < files.size(); ++index) {
         if (!files[index]) continue;
         if (!seeks_.at(candidates_[task.streams[index].members[opened[index]]].identity.device)) continue;
-        const auto allPieces = static_cast<std::int64_t>(
-            (static_cast<std::uint64_t>(files[index]->size()) + piece - 1) / piece);
-        const std::int64_t pieces = files[index]->piecesNotCached(piece).value_or(allPieces);
+        OpenFile& file = *files[index];
+        const auto size = static_cast<std::uint64_t>(file.size());
+        const std::int64_t pieces =
+            file.piecesNotCached(piece).value_or(static_cast<std::int64_t>((size + piece - 1) / piece));
         if (pieces == 0) continue;
-        ++fromDisk;
+        fromDisk.push_back(&file);
         extraSeeks = checkedAdd(extraSeeks, pieces - 1);
+        const std::optional<std::int64_t> pages = file.piecesNotCached(static_cast<std::size_t>(page));
+        missingKnown = missingKnown && pages;
+        if (pages) missingBytes = checkedAdd(missingBytes, checkedMultiply(*pages, page));
     }
-    return fromDisk >= 2 && checkedMultiply(extraSeeks, seekCostBytes) > task.bytes;
+    if (fromDisk.size() < 2) return true;
+    if (missingKnown && missingBytes <= fetchFirstBytes) {
+        for (OpenFile* file : fromDisk) file->fetchMissing();
+        return true;
+    }
+    return checkedMultiply(extraSeeks, seekCostBytes) <= task.bytes;
 }
 
 std::optional<OpenFile> DuplicateRun::openStream(const Stream& stream, std::size_t& opened) const {

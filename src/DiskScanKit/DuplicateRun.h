@@ -43,6 +43,10 @@ public:
     // this many bytes on one core; reading side by side is worth the seeks
     // it adds while they cost less than hashing the files would.
     static constexpr std::int64_t seekCostBytes = std::int64_t{16} << 20;
+    // A bucket whose files miss at most this much of the cache in all has
+    // those pages read in first, file after file, and is then compared side
+    // by side; the cache holds them only until the reading passes them.
+    static constexpr std::int64_t fetchFirstBytes = std::int64_t{32} << 20;
 
 private:
     struct Candidate {
@@ -107,9 +111,10 @@ private:
     std::vector<WholeTask> wholeTasks(const std::vector<std::vector<std::size_t>>& unsettled) const;
     void compareWhole(const std::vector<WholeTask>& tasks);
     void compareSideBySide(const WholeTask& task, std::span<std::byte> buffer);
-    // Whether reading the task's files side by side would cost the disk more
-    // seeks than hashing them one after another is worth.
-    bool seeksSideBySide(const WholeTask& task, std::vector<std::optional<OpenFile>>& files,
+    // Whether the task's files are better read side by side than hashed one
+    // after another; when it says yes to files missing a few pages of cache,
+    // it has asked for those pages already.
+    bool worthSideBySide(const WholeTask& task, std::vector<std::optional<OpenFile>>& files,
                          const std::vector<std::size_t>& opened, std::size_t bufferBytes) const;
     std::optional<OpenFile> openStream(const Stream& stream, std::size_t& opened) const;
     WholeResult hash(OpenFile& file, const Stream& stream, std::span<std::byte> buffer);

@@ -335,19 +335,23 @@ void evict(const std::string& path) {
     close(fd);
 }
 
-// Caches the file but for its last page, as a cache does some time after a
-// read, when pages here and there have been reclaimed.
-void cacheAllButTheLastPage(const std::string& path, std::int64_t size) {
+// Caches the file but for the pages at `missing` (offsets, in order), as a
+// cache is some time after a read, when pages here and there were reclaimed.
+void cacheAllBut(const std::string& path, std::int64_t size, const std::vector<std::int64_t>& missing) {
     evict(path);
     const auto page = static_cast<std::int64_t>(sysconf(_SC_PAGESIZE));
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     posix_fadvise(fd, 0, 0, POSIX_FADV_RANDOM);
-    const std::int64_t end = (size - 1) / page * page;
     std::vector<char> buffer(mebibyte);
-    for (std::int64_t at = 0; at < end;) {
-        const ssize_t got = pread(fd, buffer.data(), static_cast<std::size_t>(std::min(mebibyte, end - at)), at);
-        if (got <= 0) break;
-        at += got;
+    std::int64_t at = 0;
+    for (std::size_t gap = 0; gap <= missing.size(); ++gap) {
+        const std::int64_t end = gap < missing.size() ? missing[gap] / page * page : size;
+        while (at < end) {
+            const ssize_t got = pread(fd, buffer.data(), static_cast<std::size_t>(std::min(mebibyte, end - at)), at);
+            if (got <= 0) break;
+            at += got;
+        }
+        at = end + page;
     }
     close(fd);
 }
@@ -360,14 +364,15 @@ std::optional<std::int64_t> uncachedPieces(const std::string& path) {
     return file ? file->piecesNotCached(Lockstep::pieceBytes) : std::nullopt;
 }
 
-// What this process has read so far, through any call that reads.
-std::int64_t bytesReadSoFar() {
+// What this process has read so far: through any call that reads ("rchar"),
+// or from the disk, read ahead or asked for ("read_bytes").
+std::int64_t bytesReadSoFar(const std::string& counter = "rchar") {
     std::ifstream io("/proc/self/io");
     std::string key;
     std::int64_t value = 0;
     while (io >> key >> value)
-        if (key == "rchar:") return value;
-    throw std::runtime_error("no rchar in /proc/self/io");
+        if (key == counter + ":") return value;
+    throw std::runtime_error("no " + counter + " in /proc/self/io");
 }
 
 std::set<std::set<std::string>> groupsOf(const DuplicateReport& report) {
@@ -476,7 +481,7 @@ TEST_F(WholeFileStage, TwinsMissingAPageOfCacheEachAreStillPartedSideBySideWhere
     second[300000] = static_cast<char>(second[300000] ^ 1);
     const Paths paths{file("a/x", first), file("b/x", second)};
     for (const std::string& path : paths) {
-        cacheAllButTheLastPage(path, size);
+        cacheAllBut(path, size, {size - 1});
         if (uncachedPieces(path) != 1) GTEST_SKIP() << "the page cache can't be set up piece by piece here";
     }
     const std::int64_t before = bytesReadSoFar();
@@ -487,11 +492,33 @@ TEST_F(WholeFileStage, TwinsMissingAPageOfCacheEachAreStillPartedSideBySideWhere
     EXPECT_LT(read, size) << "read " << read << " bytes";
 }
 
-TEST_F(WholeFileStage, ColdTwinsOnADiskThatSeeksAreHashedOneAfterTheOther) {
+TEST_F(WholeFileStage, TwinsMissingPagesInSeveralPiecesHaveThemFetchedAndAreStillPartedSideBySide) {
+    const std::int64_t size = 8 * mebibyte;
+    const std::string first = contents(static_cast<std::size_t>(size), 39);
+    std::string second = first;
+    second[300000] = static_cast<char>(second[300000] ^ 1);
+    const Paths paths{file("a/x", first), file("b/x", second)};
+    for (const std::string& path : paths) {
+        cacheAllBut(path, size, {2 * mebibyte, 4 * mebibyte, 6 * mebibyte, size - 1});
+        if (uncachedPieces(path) != 4) GTEST_SKIP() << "the page cache can't be set up piece by piece here";
+    }
+    const std::int64_t before = bytesReadSoFar();
+    const std::int64_t fromDiskBefore = bytesReadSoFar("read_bytes");
+    const DuplicateReport result = find(paths);
+    const std::int64_t read = bytesReadSoFar() - before;
+    EXPECT_TRUE(result.groups.empty());
+    EXPECT_LT(read, size) << "read " << read << " bytes";
+    // The missing pages came from the disk up front, even those past where the files part.
+    EXPECT_GE(bytesReadSoFar("read_bytes") - fromDiskBefore, 2 * 4 * sysconf(_SC_PAGESIZE));
+    // The pages fetched for the comparison went again with the files.
+    for (const std::string& path : paths) EXPECT_EQ(uncachedPieces(path), 4) << path;
+}
+
+TEST_F(WholeFileStage, ColdTwinsTooLargeToFetchFirstOnADiskThatSeeksAreHashedOneAfterTheOther) {
     struct stat status {};
     ASSERT_EQ(stat(folder.path().c_str(), &status), 0);
     if (!OpenFile::deviceSeeks(status.st_dev)) GTEST_SKIP() << "the test folder is on a disk that doesn't seek";
-    const std::int64_t size = 8 * mebibyte;
+    const std::int64_t size = 24 * mebibyte;
     const std::string first = contents(static_cast<std::size_t>(size), 38);
     std::string second = first;
     second[300000] = static_cast<char>(second[300000] ^ 1);
@@ -502,6 +529,26 @@ TEST_F(WholeFileStage, ColdTwinsOnADiskThatSeeksAreHashedOneAfterTheOther) {
     const std::int64_t read = bytesReadSoFar() - before;
     EXPECT_TRUE(result.groups.empty());
     EXPECT_GE(read, 2 * size) << "read " << read << " bytes";
+}
+
+TEST_F(WholeFileStage, SmallColdTwinsAreFetchedFileAfterFileAndPartedSideBySide) {
+    const std::int64_t size = 8 * mebibyte;
+    const std::string first = contents(static_cast<std::size_t>(size), 40);
+    std::string second = first;
+    second[300000] = static_cast<char>(second[300000] ^ 1);
+    const Paths paths{file("a/x", first), file("b/x", second)};
+    for (const std::string& path : paths) {
+        evict(path);
+        if (uncachedPieces(path) != size / static_cast<std::int64_t>(Lockstep::pieceBytes))
+            GTEST_SKIP() << "the page cache can't be emptied here";
+    }
+    const std::int64_t before = bytesReadSoFar();
+    const DuplicateReport result = find(paths);
+    const std::int64_t read = bytesReadSoFar() - before;
+    EXPECT_TRUE(result.groups.empty());
+    EXPECT_LT(read, size) << "read " << read << " bytes";
+    for (const std::string& path : paths)
+        EXPECT_EQ(uncachedPieces(path), size / static_cast<std::int64_t>(Lockstep::pieceBytes)) << path;
 }
 
 TEST_F(WholeFileStage, ABucketTooLargeToCompareSideBySideIsHashedIntoItsPairs) {

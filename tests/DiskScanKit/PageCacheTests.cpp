@@ -245,3 +245,13 @@ TEST_F(PageCache, PiecesNotCachedIsNoneForACachedFileAndEveryPieceForAnUncachedO
     OpenFile file = open(OpenFile::Pattern::sequential);
     EXPECT_EQ(file.piecesNotCached(1 << 20), 0);
 }
+
+TEST_F(LongFilePageCache, FetchedPagesStillOnTheirWayWhenTheFileIsLetGoAreDroppedToo) {
+    {
+        OpenFile file = open(OpenFile::Pattern::sequential);
+        ASSERT_TRUE(file.fetchMissing());
+        ASSERT_EQ(file.readNext(buffer), buffer.size());
+    }
+    const std::vector<bool> after = residency(path);
+    EXPECT_EQ(residentIn(after, 0, after.size()), 0u);
+}

@@ -19,7 +19,11 @@
 //     DONTNEED over the whole file would evict what others had cached.)
 //  3. Pages the kernel read ahead past the current piece are dropped when
 //     their piece is reached, and whatever is left when the file is closed
-//     (after an error, or a cancelled hash) is dropped then.
+//     (after an error, a cancelled hash, or a file parted early from its
+//     bucket) is dropped then. Pages still on their way from the disk at
+//     that moment can't be dropped until they arrive, so the reader looks
+//     again, a millisecond apart and for 50 ms at most, until none of its
+//     own are left.
 //
 // Example, a file of 8 pages whose pages 0-3 are cached by an editor:
 // resident runs = [0,4). Reading 2 pages at a time: after [0,2) and [2,4)
@@ -43,7 +47,9 @@
 //
 // Readahead. Two small samples are read with POSIX_FADV_RANDOM, so the kernel
 // reads the pages asked for and no more; a whole file is read with
-// POSIX_FADV_SEQUENTIAL, which doubles the readahead window.
+// POSIX_FADV_SEQUENTIAL, which doubles the readahead window. A file with a
+// few pages missing can have them all asked for at once (POSIX_FADV_WILLNEED,
+// after its residency is noted, so they count as the reader's to drop).
 //
 // Identity. The file is opened O_NOFOLLOW (a link swapped in is refused) and
 // O_NONBLOCK (a FIFO swapped in can't hang the open), then checked with fstat
@@ -68,8 +74,10 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cerrno>
 #include <cstring>
+#include <thread>
 #include <utility>
 
 #include "DiskScanKit/AnchoredPath.h"
@@ -94,6 +102,11 @@ std::uint64_t pagesCovering(std::int64_t bytes) {
     const auto size = static_cast<std::uint64_t>(std::max<std::int64_t>(bytes, 0));
     return (size + pageSize() - 1) / pageSize();
 }
+
+// Pages still being read in when a file is let go (read ahead, or fetched)
+// can't be dropped until they arrive; the reader looks again this many
+// times, a millisecond apart, while they do.
+constexpr int settleAttempts = 50;
 
 // mincore answers one byte per page; 16,384 pages (64 MiB) per window keeps that table small.
 constexpr std::uint64_t windowPages = 16384;
@@ -208,9 +221,28 @@ OpenFile::~OpenFile() { close(); }
 
 void OpenFile::close() {
     if (fd_ < 0) return;
-    if (residentBefore_)
-        dropNotResident(alignDown(releasedBelow_, largestFolioPages()), filePages(), *residentBefore_);
+    if (residentBefore_) {
+        const std::uint64_t from = alignDown(releasedBelow_, largestFolioPages());
+        dropNotResident(from, filePages(), *residentBefore_);
+        for (int attempt = 0; attempt < settleAttempts && holdsMoreThanBefore(from, filePages()); ++attempt) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            dropNotResident(from, filePages(), *residentBefore_);
+        }
+    }
     ::close(std::exchange(fd_, -1));
+}
+
+bool OpenFile::holdsMoreThanBefore(std::uint64_t firstPage, std::uint64_t endPage) const {
+    std::uint64_t before = 0;
+    for (const PageRun& run : *residentBefore_)
+        if (run.end > firstPage && run.first < endPage)
+            before += std::min(run.end, endPage) - std::max(run.first, firstPage);
+    if (const std::optional<std::uint64_t> cached = cachedCount(fd_, firstPage, endPage)) return *cached > before;
+    const std::optional<std::vector<PageRun>> now = residentPages(firstPage, endPage);
+    if (!now) return false;
+    std::uint64_t cachedNow = 0;
+    for (const PageRun& run : *now) cachedNow += run.end - run.first;
+    return cachedNow > before;
 }
 
 std::uint64_t OpenFile::filePages() const { return pagesCovering(size_); }
@@ -344,30 +376,44 @@ bool OpenFile::unchanged() {
     return false;
 }
 
+std::vector<OpenFile::PageRun> OpenFile::missingRuns() const {
+    std::vector<PageRun> missing;
+    if (!residentBefore_) return missing;
+    const std::uint64_t end = filePages();
+    std::uint64_t cursor = 0;
+    for (const PageRun& run : *residentBefore_) {
+        if (cursor < std::min(run.first, end)) missing.push_back({cursor, std::min(run.first, end)});
+        cursor = std::max(cursor, run.end);
+    }
+    if (cursor < end) missing.push_back({cursor, end});
+    return missing;
+}
+
 std::optional<std::int64_t> OpenFile::piecesNotCached(std::size_t pieceBytes) {
     noteResidency();
     if (!residentBefore_) return std::nullopt;
     const std::uint64_t piecePages = std::max<std::uint64_t>(1, pieceBytes / pageSize());
-    const std::uint64_t end = filePages();
     std::int64_t pieces = 0;
-    // The piece after the last one counted: a gap that starts inside a piece
+    // The piece after the last one counted: a run that starts inside a piece
     // already counted adds only the pieces past it.
     std::uint64_t countedUpTo = 0;
-    auto countGap = [&](std::uint64_t from, std::uint64_t to) {
-        if (from >= to) return;
-        const std::uint64_t first = std::max(from / piecePages, countedUpTo);
-        const std::uint64_t last = (to - 1) / piecePages;
-        if (first > last) return;
+    for (const PageRun& run : missingRuns()) {
+        const std::uint64_t first = std::max(run.first / piecePages, countedUpTo);
+        const std::uint64_t last = (run.end - 1) / piecePages;
+        if (first > last) continue;
         pieces += static_cast<std::int64_t>(last - first + 1);
         countedUpTo = last + 1;
-    };
-    std::uint64_t cursor = 0;
-    for (const PageRun& run : *residentBefore_) {
-        countGap(cursor, std::min(run.first, end));
-        cursor = std::max(cursor, run.end);
     }
-    countGap(cursor, end);
     return pieces;
+}
+
+bool OpenFile::fetchMissing() {
+    noteResidency();
+    if (!residentBefore_) return false;
+    for (const PageRun& run : missingRuns())
+        posix_fadvise(fd_, static_cast<off_t>(run.first * pageSize()),
+                      static_cast<off_t>((run.end - run.first) * pageSize()), POSIX_FADV_WILLNEED);
+    return true;
 }
 
 bool OpenFile::deviceSeeks(std::uint64_t device) {

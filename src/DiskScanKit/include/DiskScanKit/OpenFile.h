@@ -86,6 +86,11 @@ public:
     // that must go to the disk when the file is read a piece at a time. 0 for
     // a file wholly cached; nothing when the kernel won't say.
     std::optional<std::int64_t> piecesNotCached(std::size_t pieceBytes);
+    // Asks the kernel to start reading the pages that are not cached, all of
+    // them now, so that the disk reads them together; they are let go again
+    // as the reading passes them, like any other. False when the kernel
+    // won't say what is cached.
+    bool fetchMissing();
 
     // Whether reading two places of `device` in turn costs a seek each time:
     // true unless the device says that it doesn't rotate. A file system with
@@ -112,6 +117,10 @@ private:
     std::optional<std::vector<PageRun>> residentPages(std::uint64_t firstPage, std::uint64_t endPage) const;
     // Before the first sequential read: notes which pages are cached.
     void noteResidency();
+    // The runs of pages that were not cached when residency was noted.
+    std::vector<PageRun> missingRuns() const;
+    // Whether [firstPage, endPage) has more pages cached now than before the first read.
+    bool holdsMoreThanBefore(std::uint64_t firstPage, std::uint64_t endPage) const;
     // Drops the pages of [firstPage, endPage) that `resident` doesn't hold.
     void dropNotResident(std::uint64_t firstPage, std::uint64_t endPage, const std::vector<PageRun>& resident);
 
