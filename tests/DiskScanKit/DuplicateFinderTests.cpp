@@ -1,6 +1,7 @@
 // The duplicate finder on real files: groups and keepers, the sample boundary,
-// hard links, files changed under it, cancellation, progress and workers; the
-// paths it takes from a tree; the file reader's identity check; SHA-256.
+// hard links, files changed under it, cancellation, progress and workers,
+// side by side or hashed by what is cached; the paths it takes from a tree;
+// the file reader's identity check; SHA-256.
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
@@ -474,81 +475,92 @@ TEST_F(WholeFileStage, UncachedFilesGiveTheSameGroupsAndIds) {
     EXPECT_EQ(groupsOf(cold).size(), 2u);
 }
 
-TEST_F(WholeFileStage, TwinsMissingAPageOfCacheEachAreStillPartedSideBySideWhereTheyDiffer) {
+namespace {
+
+// Whether a bucket is compared side by side or hashed, by what is cached of
+// it: told apart by the bytes read, since hashing reads every file whole
+// while side by side the files stop in the piece where they part.
+class SideBySideOrHashed : public WholeFileStage {
+protected:
+    struct Reads {
+        DuplicateReport report;
+        std::int64_t total = 0;
+        std::int64_t fromDisk = 0;
+    };
+
+    // Two files of `size`, the same but for a byte in their second piece (past the samples).
+    Paths nearTwins(std::int64_t size, unsigned seed) {
+        const std::string first = contents(static_cast<std::size_t>(size), seed);
+        std::string second = first;
+        second[300000] = static_cast<char>(second[300000] ^ 1);
+        return {file("a/x", first), file("b/x", second)};
+    }
+
+    Reads findCounting(const Paths& paths) {
+        Reads reads;
+        const std::int64_t total = bytesReadSoFar();
+        const std::int64_t fromDisk = bytesReadSoFar("read_bytes");
+        reads.report = find(paths);
+        reads.total = bytesReadSoFar() - total;
+        reads.fromDisk = bytesReadSoFar("read_bytes") - fromDisk;
+        return reads;
+    }
+
+    static std::int64_t pieces(std::int64_t size) { return size / static_cast<std::int64_t>(Lockstep::pieceBytes); }
+};
+
+} // namespace
+
+TEST_F(SideBySideOrHashed, TwinsMissingTheirLastPageOfCacheArePartedSideBySide) {
     const std::int64_t size = 8 * mebibyte;
-    const std::string first = contents(static_cast<std::size_t>(size), 37);
-    std::string second = first;
-    second[300000] = static_cast<char>(second[300000] ^ 1);
-    const Paths paths{file("a/x", first), file("b/x", second)};
+    const Paths paths = nearTwins(size, 37);
     for (const std::string& path : paths) {
         cacheAllBut(path, size, {size - 1});
         if (uncachedPieces(path) != 1) GTEST_SKIP() << "the page cache can't be set up piece by piece here";
     }
-    const std::int64_t before = bytesReadSoFar();
-    const DuplicateReport result = find(paths);
-    const std::int64_t read = bytesReadSoFar() - before;
-    EXPECT_TRUE(result.groups.empty());
-    // Hashed, each would have been read whole; side by side, both stop in the piece where they differ.
-    EXPECT_LT(read, size) << "read " << read << " bytes";
+    const Reads reads = findCounting(paths);
+    EXPECT_TRUE(reads.report.groups.empty());
+    EXPECT_LT(reads.total, size);
 }
 
-TEST_F(WholeFileStage, TwinsMissingPagesInSeveralPiecesHaveThemFetchedAndAreStillPartedSideBySide) {
+TEST_F(SideBySideOrHashed, TwinsMissingPagesInSeveralPiecesHaveThemFetchedFirstAndLetGoAfter) {
     const std::int64_t size = 8 * mebibyte;
-    const std::string first = contents(static_cast<std::size_t>(size), 39);
-    std::string second = first;
-    second[300000] = static_cast<char>(second[300000] ^ 1);
-    const Paths paths{file("a/x", first), file("b/x", second)};
+    const Paths paths = nearTwins(size, 39);
     for (const std::string& path : paths) {
         cacheAllBut(path, size, {2 * mebibyte, 4 * mebibyte, 6 * mebibyte, size - 1});
         if (uncachedPieces(path) != 4) GTEST_SKIP() << "the page cache can't be set up piece by piece here";
     }
-    const std::int64_t before = bytesReadSoFar();
-    const std::int64_t fromDiskBefore = bytesReadSoFar("read_bytes");
-    const DuplicateReport result = find(paths);
-    const std::int64_t read = bytesReadSoFar() - before;
-    EXPECT_TRUE(result.groups.empty());
-    EXPECT_LT(read, size) << "read " << read << " bytes";
-    // The missing pages came from the disk up front, even those past where the files part.
-    EXPECT_GE(bytesReadSoFar("read_bytes") - fromDiskBefore, 2 * 4 * sysconf(_SC_PAGESIZE));
-    // The pages fetched for the comparison went again with the files.
+    const Reads reads = findCounting(paths);
+    EXPECT_TRUE(reads.report.groups.empty());
+    EXPECT_LT(reads.total, size);
+    // Even the pages past where the files part came from the disk, up front.
+    EXPECT_GE(reads.fromDisk, 2 * 4 * sysconf(_SC_PAGESIZE));
     for (const std::string& path : paths) EXPECT_EQ(uncachedPieces(path), 4) << path;
 }
 
-TEST_F(WholeFileStage, ColdTwinsTooLargeToFetchFirstOnADiskThatSeeksAreHashedOneAfterTheOther) {
+TEST_F(SideBySideOrHashed, SmallColdTwinsAreFetchedWholeAndPartedSideBySide) {
+    const std::int64_t size = 8 * mebibyte;
+    const Paths paths = nearTwins(size, 40);
+    for (const std::string& path : paths) {
+        evict(path);
+        if (uncachedPieces(path) != pieces(size)) GTEST_SKIP() << "the page cache can't be emptied here";
+    }
+    const Reads reads = findCounting(paths);
+    EXPECT_TRUE(reads.report.groups.empty());
+    EXPECT_LT(reads.total, size);
+    for (const std::string& path : paths) EXPECT_EQ(uncachedPieces(path), pieces(size)) << path;
+}
+
+TEST_F(SideBySideOrHashed, ColdTwinsTooLargeToFetchOnADiskThatSeeksAreHashedOneAfterTheOther) {
     struct stat status {};
     ASSERT_EQ(stat(folder.path().c_str(), &status), 0);
     if (!OpenFile::deviceSeeks(status.st_dev)) GTEST_SKIP() << "the test folder is on a disk that doesn't seek";
     const std::int64_t size = 24 * mebibyte;
-    const std::string first = contents(static_cast<std::size_t>(size), 38);
-    std::string second = first;
-    second[300000] = static_cast<char>(second[300000] ^ 1);
-    const Paths paths{file("a/x", first), file("b/x", second)};
+    const Paths paths = nearTwins(size, 38);
     for (const std::string& path : paths) evict(path);
-    const std::int64_t before = bytesReadSoFar();
-    const DuplicateReport result = find(paths);
-    const std::int64_t read = bytesReadSoFar() - before;
-    EXPECT_TRUE(result.groups.empty());
-    EXPECT_GE(read, 2 * size) << "read " << read << " bytes";
-}
-
-TEST_F(WholeFileStage, SmallColdTwinsAreFetchedFileAfterFileAndPartedSideBySide) {
-    const std::int64_t size = 8 * mebibyte;
-    const std::string first = contents(static_cast<std::size_t>(size), 40);
-    std::string second = first;
-    second[300000] = static_cast<char>(second[300000] ^ 1);
-    const Paths paths{file("a/x", first), file("b/x", second)};
-    for (const std::string& path : paths) {
-        evict(path);
-        if (uncachedPieces(path) != size / static_cast<std::int64_t>(Lockstep::pieceBytes))
-            GTEST_SKIP() << "the page cache can't be emptied here";
-    }
-    const std::int64_t before = bytesReadSoFar();
-    const DuplicateReport result = find(paths);
-    const std::int64_t read = bytesReadSoFar() - before;
-    EXPECT_TRUE(result.groups.empty());
-    EXPECT_LT(read, size) << "read " << read << " bytes";
-    for (const std::string& path : paths)
-        EXPECT_EQ(uncachedPieces(path), size / static_cast<std::int64_t>(Lockstep::pieceBytes)) << path;
+    const Reads reads = findCounting(paths);
+    EXPECT_TRUE(reads.report.groups.empty());
+    EXPECT_GE(reads.total, 2 * size);
 }
 
 TEST_F(WholeFileStage, ABucketTooLargeToCompareSideBySideIsHashedIntoItsPairs) {
