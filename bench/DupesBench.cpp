@@ -188,7 +188,7 @@ int main(int argc, char** argv) {
     std::printf("groups: %zu, reclaimable: %lld bytes, files examined: %lld, unreadable: %lld\n", last.report.groups.size(),
                 static_cast<long long>(last.report.totalReclaimableBytes), static_cast<long long>(last.report.filesExamined),
                 static_cast<long long>(last.report.unreadable));
-    std::printf("whole-file hashing: %.1f MB; all bytes read: %.1f MB\n", static_cast<double>(last.bytesToHash) / 1e6,
+    std::printf("whole-file stage: %.1f MB to read; all bytes read: %.1f MB\n", static_cast<double>(last.bytesToHash) / 1e6,
                 static_cast<double>(last.io.rchar) / 1e6);
     std::printf("median warm run: %.3f s (min %.3f, max %.3f); hashing floor %.3f s; ratio %.2f\n", median, times.front(),
                 times.back(), floor, median / floor);
