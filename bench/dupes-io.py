@@ -1,17 +1,19 @@
 #!/usr/bin/env python3
-"""dupes-io.py [--cold] [--rounds N] [--dir DIR] [--fdupes]: what each duplicate
-finder costs on the duplicate corpus beyond its wall time: the bytes it reads
-through read calls and from the disk, its CPU time and its peak memory, with
-the page cache warm or dropped before every run.
+"""dupes-io.py [--cold] [--rounds N] [--dir DIR]: what each duplicate finder
+costs on the duplicate corpus beyond its wall time: the bytes it reads through
+read calls and from the disk, its CPU time and its peak memory, with the page
+cache warm or dropped before every run.
 
-The kit's peers.sh judges answers and warm times; this adds what it can't see.
+The finders and their command lines are the benchmark kit's (its bench.py,
+in $TESSEL_BENCH_KIT or ../shared/bench), with Tessel's beside them. The kit's
+peers.sh judges their answers and warm times; this adds what it can't see.
 The counters come from /proc/PID/io of the /usr/bin/time that runs the
 finder, read once it has reaped the finder and exited itself, but before it
 is reaped in turn: then they hold every thread's reads of the finder (and the
-few kilobytes time reads itself): `read` is rchar (bytes
-that read calls returned, from the cache or not), `disk` is read_bytes (bytes
-the kernel fetched from the device for it, readahead included). Mapped reads
-count only in `disk`.
+few kilobytes time reads itself): `read` is rchar (bytes that read calls
+returned, from the cache or not), `disk` is read_bytes (bytes the kernel
+fetched from the device for it, readahead included). Mapped reads count only
+in `disk`.
 
 --cold drops the page cache (sync, then 3 into /proc/sys/vm/drop_caches)
 before every run, which needs root; without the right it says so and stops.
@@ -35,17 +37,21 @@ TOP = os.path.dirname(HERE)
 DATA = os.environ.get("TESSEL_BENCH_DATA", os.path.expanduser("~/.cache/tessel-bench"))
 
 
-def finders(corpus, scratch, tessel, with_fdupes):
-    found = [
-        ("jdupes -r -q", ["jdupes", "-r", "-q", corpus]),
-        ("rmlint (report only)", ["rmlint", corpus, "-o", "summary", "-o", f"sh:{scratch}/rmlint.sh",
-                                  "-o", f"json:{scratch}/rmlint.json"]),
-        ("rdfind -dryrun true", ["rdfind", "-dryrun", "true", "-outputname", f"{scratch}/rdfind.txt", corpus]),
-    ]
-    if with_fdupes:
-        found.append(("fdupes -r -q", ["fdupes", "-r", "-q", corpus]))
-    found.append(("tessel", [tessel, "duplicates", "--json", corpus]))
-    return found
+def kit_finders(kit):
+    """The kit's duplicate finders, as (name, argv with {dir} and {tmp} to fill in)."""
+    sys.dont_write_bytecode = True
+    sys.path.insert(0, kit)
+    try:
+        import bench
+    finally:
+        sys.path.pop(0)
+    return [(tool["name"], tool["argv"]) for tool in bench.dupes_tools()]
+
+
+def finders(kit, corpus, scratch, tessel):
+    fill = lambda argv: [word.replace("{dir}", corpus).replace("{tmp}", scratch) for word in argv]
+    return [(name, fill(argv)) for name, argv in kit_finders(kit)] + \
+        [("tessel", [tessel, "duplicates", "--json", corpus])]
 
 
 def drop_caches():
@@ -119,8 +125,10 @@ def main():
     parser.add_argument("--rounds", type=int, default=5)
     parser.add_argument("--dir", default=os.path.join(DATA, "dupes"))
     parser.add_argument("--tessel", default=os.path.join(TOP, "build", "release", "bin", "tessel"))
-    parser.add_argument("--fdupes", action="store_true", help="time fdupes too (slow)")
+    parser.add_argument("--kit", default=os.environ.get("TESSEL_BENCH_KIT", os.path.join(TOP, "..", "shared", "bench")))
     options = parser.parse_args()
+    if not os.path.isfile(os.path.join(options.kit, "bench.py")):
+        sys.exit(f"dupes-io.py: the benchmark kit is not at {options.kit} (set TESSEL_BENCH_KIT)")
 
     corpus = os.path.abspath(options.dir)
     if not os.path.isfile(corpus.rstrip("/") + ".truth.json"):
@@ -133,7 +141,7 @@ def main():
     expected = truth_groups(corpus)
 
     with tempfile.TemporaryDirectory(prefix="dupes-io.") as scratch:
-        tools = finders(corpus, scratch, options.tessel, options.fdupes)
+        tools = finders(options.kit, corpus, scratch, options.tessel)
         runs = {name: [] for name, _ in tools}
         for round_number in range(1, options.rounds + 1):
             if not options.cold:
@@ -154,7 +162,7 @@ def main():
     base = statistics.median(r["wall"] for r in runs[tools[0][0]])
     state = "cold (page cache dropped before every run)" if options.cold else "warm"
     print(f"\n{corpus}, {state}, medians of {options.rounds} interleaved rounds\n")
-    print("| tool | wall s (min-max) | × jdupes | CPU s | peak RSS MiB | read MiB | from disk MiB |")
+    print(f"| tool | wall s (min-max) | × {tools[0][0]} | CPU s | peak RSS MiB | read MiB | from disk MiB |")
     print("|---|---|---|---|---|---|---|")
     for name, _ in tools:
         done = runs[name]
