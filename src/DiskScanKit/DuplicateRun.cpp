@@ -13,17 +13,50 @@
 //  3. Bucketing by size and sample. A bucket of whole-file hashes is already
 //     a group ("settled"); a bucket of sample hashes still has to be read.
 //  4. Sharing: ask the file system which files are full clones of each other.
-//  5. Hashing, on the workers: each remaining file is read whole. Full clones
-//     of one another share every block, so they are one stream, read once;
-//     every other file is a stream of its own. The largest streams go first,
-//     so that a big file doesn't start last and hold up the end.
-//  6. Grouping by full hash, and the report: groups of at least two files,
-//     each with its keeper first, the one reclaiming most first.
+//  5. The whole-file stage, on the workers: each remaining file is read whole.
+//     Full clones of one another share every block, so they are one stream,
+//     read once; every other file is a stream of its own. A bucket's streams
+//     are compared side by side (Lockstep.cpp): read a piece of each in turn,
+//     compare the pieces byte for byte, and part the files where they differ.
+//     That is exact and costs little more than the reading, where a digest
+//     would push every byte through SHA-256 at a tenth of the speed. Two cases
+//     are hashed instead, each stream on its own:
+//       - a bucket of more than `sideBySideStreams` streams, which would hold
+//         too many files open at once on one worker, while its streams hashed
+//         spread over all of them;
+//       - a bucket whose reading side by side would make a disk that seeks
+//         (one that rotates, or can't say) go back and forth too often.
+//         Each piece of a file that is not wholly in the page cache is a
+//         read from the disk; while two files or more need the disk, each
+//         such piece is a seek away from the last one, where hashing reads
+//         each file straight through with one seek. So when all its files
+//         together miss at most `fetchFirstBytes` of the cache (a small cold
+//         bucket, or a warm one that lost a few pages here and there, as
+//         caches do some time after a read), the missing pages are asked for
+//         first, file after file, which costs the disk what hashing would,
+//         and the files are then compared from the cache. A bucket missing
+//         more has the seeks that reading side by side adds beyond one per
+//         file weighed against hashing it, a seek counting as
+//         `seekCostBytes` hashed: so a large cold bucket is hashed.
+//     A digest is SHA-256 and nothing weaker, so equal digests are equal
+//     contents. The largest tasks go first, so that a big file doesn't start
+//     last and hold up the end.
+//  6. Grouping, by the class a side-by-side comparison put a file in or by
+//     full hash, and the report: groups of at least two files, each with its
+//     keeper first, the one reclaiming most first.
 //
 // Example, with 16 KiB samples: a.mov and b.mov (40 MB, same bytes), c.mov
 // (40 MB, same head and tail, a different middle), d.txt (1 MB alone in its
-// size). Sizing drops d.txt. Sampling puts a, b and c in one bucket. Hashing
-// reads all three and parts c from a and b: one group, a and b.
+// size). Sizing drops d.txt. Sampling puts a, b and c in one bucket. Reading
+// them side by side parts c from a and b at the first byte where c differs,
+// and c is read no further: one group, a and b.
+//
+// Group ids. Not every group has a digest of its contents, and a group's id
+// must not depend on whether the cache was warm, so every group's id is the
+// SHA-256 of its size, its sample digest (of the whole contents, for a file
+// small enough to be read whole while sampling) and the device and inode of
+// its file with the lowest of them. A file is in one group at most, so ids
+// are unique; they stay the same for as long as the files do.
 //
 // Between two stages, before each item a worker takes, and between the
 // pieces of a whole-file read, the run asks whether it was cancelled. When it
@@ -31,8 +64,9 @@
 // then, with `wasCancelled` set.
 //
 // A file is opened through OpenFile, which refuses one that changed or was
-// swapped since it was measured (it then counts as unreadable) and leaves the
-// page cache as it found it.
+// swapped since it was measured, looks again once it has been read whole, and
+// leaves the page cache as it found it. A file that changed counts as
+// unreadable, and is never in a group.
 //
 // Threads. Each stage's items are handed out by a WorkCursor to at most
 // `workerCount` joined threads. Each thread keeps one page-aligned buffer for
@@ -46,8 +80,10 @@
 #include "DuplicateRun.h"
 
 #include <pthread.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <system_error>
 #include <thread>
@@ -55,6 +91,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "DiskScanKit/Lockstep.h"
 #include "DiskScanKit/Paths.h"
 #include "DiskScanKit/Threads.h"
 
@@ -109,13 +146,13 @@ DuplicateReport DuplicateRun::execute(const std::vector<std::string>& paths) {
     std::vector<Group> groups = std::move(buckets.settled);
     // Settled groups are reported even by a run that stops here, and what they
     // reclaim depends on how their files share blocks.
-    for (const Group& group : groups) readSharing(group.members);
+    for (const Group& group : groups) readSharing(group);
     if (!cancelled()) {
         for (const std::vector<std::size_t>& bucket : buckets.unsettled) readSharing(bucket);
-        if (!cancelled()) hashWhole(streams(buckets.unsettled));
+        if (!cancelled()) compareWhole(wholeTasks(buckets.unsettled));
     }
-    std::vector<Group> hashed = groupsByHash(buckets.unsettled);
-    groups.insert(groups.end(), std::make_move_iterator(hashed.begin()), std::make_move_iterator(hashed.end()));
+    std::vector<Group> whole = wholeGroups(buckets.unsettled);
+    groups.insert(groups.end(), std::make_move_iterator(whole.begin()), std::make_move_iterator(whole.end()));
     return finish(groups, start);
 }
 
@@ -165,7 +202,8 @@ void DuplicateRun::sample(const std::vector<std::size_t>& kept) {
     std::int64_t total = 0;
     for (std::size_t index : kept) total = checkedAdd(total, bytesRead(candidates_[index].size));
     meter_.begin(Phase::sampling, kept.size(), total);
-    runWorkers(kept.size(), [&](std::size_t item, std::span<std::byte> buffer) {
+    const std::size_t bufferBytes = std::max(static_cast<std::size_t>(sampleBytes_), wholeReadBytes);
+    runWorkers(kept.size(), bufferBytes, [&](std::size_t item, std::span<std::byte> buffer) {
         const Candidate& candidate = candidates_[kept[item]];
         const SampleResult result = readSample(candidate, buffer);
         {
@@ -191,7 +229,7 @@ DuplicateRun::SampleResult DuplicateRun::readSample(const Candidate& candidate, 
         return {SampleResult::Kind::sample, hasher.finish()};
     }
     // The samples would cover the whole file: hash it all, and it is settled.
-    if (readWhole(*file, hasher, buffer, [](std::size_t) { return true; }) != WholeRead::done)
+    if (readWhole(*file, hasher, buffer, [](std::size_t) { return true; }) != WholeRead::done || !file->unchanged())
         return {SampleResult::Kind::failed, {}};
     return {SampleResult::Kind::whole, hasher.finish()};
 }
@@ -211,7 +249,7 @@ DuplicateRun::Buckets DuplicateRun::bucketsBySample(const std::vector<std::size_
     for (auto& [key, members] : buckets) {
         if (members.size() < 2) continue;
         if (std::get<1>(key))
-            result.settled.push_back({std::get<2>(key), std::move(members)});
+            result.settled.push_back(std::move(members));
         else
             result.unsettled.push_back(std::move(members));
     }
@@ -222,98 +260,242 @@ void DuplicateRun::readSharing(const std::vector<std::size_t>& members) {
     for (std::size_t index : members) candidates_[index].sharing = BlockSharing::read(candidates_[index].path);
 }
 
-std::vector<DuplicateRun::Stream> DuplicateRun::streams(const std::vector<std::vector<std::size_t>>& unsettled) const {
+std::vector<DuplicateRun::Stream> DuplicateRun::streams(const std::vector<std::size_t>& bucket) const {
     std::vector<Stream> result;
     std::map<CloneStream::Key, std::size_t> byClone;
-    for (const std::vector<std::size_t>& bucket : unsettled) {
-        for (std::size_t index : bucket) {
-            const Candidate& candidate = candidates_[index];
-            if (candidate.sharing.isFullClone() && candidate.sharing.cloneID) {
-                const CloneStream::Key key{candidate.identity.device, *candidate.sharing.cloneID};
-                const auto [known, isNew] = byClone.try_emplace(key, result.size());
-                // Clones of one another are the same size; anything else is read on its own.
-                if (!isNew && result[known->second].size == candidate.size) {
-                    result[known->second].members.push_back(index);
-                    continue;
-                }
+    for (std::size_t index : bucket) {
+        const Candidate& candidate = candidates_[index];
+        if (candidate.sharing.isFullClone() && candidate.sharing.cloneID) {
+            const CloneStream::Key key{candidate.identity.device, *candidate.sharing.cloneID};
+            const auto [known, isNew] = byClone.try_emplace(key, result.size());
+            // Clones of one another are the same size; anything else is read on its own.
+            if (!isNew && result[known->second].size == candidate.size) {
+                result[known->second].members.push_back(index);
+                continue;
             }
-            result.push_back({{index}, candidate.size});
         }
+        result.push_back({{index}, candidate.size});
     }
-    std::stable_sort(result.begin(), result.end(), [](const Stream& a, const Stream& b) { return a.size > b.size; });
     return result;
 }
 
-void DuplicateRun::hashWhole(const std::vector<Stream>& streams) {
-    hashes_.assign(candidates_.size(), {});
+std::vector<DuplicateRun::WholeTask> DuplicateRun::wholeTasks(const std::vector<std::vector<std::size_t>>& unsettled) const {
+    std::vector<WholeTask> tasks;
+    for (const std::vector<std::size_t>& bucket : unsettled) {
+        std::vector<Stream> found = streams(bucket);
+        if (found.size() <= sideBySideStreams) {
+            WholeTask task{std::move(found), true, 0};
+            for (const Stream& stream : task.streams) task.bytes = checkedAdd(task.bytes, stream.size);
+            tasks.push_back(std::move(task));
+            continue;
+        }
+        for (Stream& stream : found) {
+            const std::int64_t bytes = stream.size;
+            tasks.push_back({{std::move(stream)}, false, bytes});
+        }
+    }
+    std::stable_sort(tasks.begin(), tasks.end(), [](const WholeTask& a, const WholeTask& b) { return a.bytes > b.bytes; });
+    return tasks;
+}
+
+void DuplicateRun::compareWhole(const std::vector<WholeTask>& tasks) {
+    wholes_.assign(candidates_.size(), {});
     std::size_t files = 0;
     std::int64_t bytes = 0;
-    for (const Stream& stream : streams) {
-        files += stream.members.size();
-        bytes = checkedAdd(bytes, stream.size);
+    for (const WholeTask& task : tasks) {
+        bytes = checkedAdd(bytes, task.bytes);
+        for (const Stream& stream : task.streams) {
+            files += stream.members.size();
+            for (std::size_t index : stream.members) {
+                const std::uint64_t device = candidates_[index].identity.device;
+                if (!seeks_.contains(device)) seeks_[device] = OpenFile::deviceSeeks(device);
+            }
+        }
     }
     meter_.begin(Phase::hashing, files, bytes);
-    runWorkers(streams.size(), [&](std::size_t item, std::span<std::byte> buffer) {
-        const Stream& stream = streams[item];
+    runWorkers(tasks.size(), sideBySideBufferBytes, [&](std::size_t item, std::span<std::byte> buffer) {
+        const WholeTask& task = tasks[item];
+        if (task.sideBySide) {
+            compareSideBySide(task, buffer);
+            return;
+        }
+        const Stream& stream = task.streams.front();
         std::size_t opened = 0;
-        const HashResult result = hash(stream, buffer, opened);
+        std::optional<OpenFile> file = openStream(stream, opened);
+        WholeResult result{WholeResult::Kind::failed};
+        if (file)
+            result = hash(*file, stream, buffer.first(wholeReadBytes));
+        else
+            meter_.add(stream.members.size(), stream.size);
         record(stream, result, opened);
     });
 }
 
-DuplicateRun::HashResult DuplicateRun::hash(const Stream& stream, std::span<std::byte> buffer, std::size_t& opened) {
-    std::optional<OpenFile> file;
+void DuplicateRun::compareSideBySide(const WholeTask& task, std::span<std::byte> buffer) {
+    const std::size_t count = task.streams.size();
+    std::vector<std::optional<OpenFile>> files;
+    files.reserve(count);
+    std::vector<std::size_t> opened(count);
+    std::vector<std::size_t> copies(count);
+    for (std::size_t index = 0; index < count; ++index) {
+        const Stream& stream = task.streams[index];
+        files.push_back(openStream(stream, opened[index]));
+        copies[index] = stream.members.size();
+    }
+
+    if (!worthSideBySide(task, files, opened, buffer.size())) {
+        for (std::size_t index = 0; index < count; ++index) {
+            const Stream& stream = task.streams[index];
+            WholeResult result{WholeResult::Kind::failed};
+            if (files[index]) {
+                result = hash(*files[index], stream, buffer.first(wholeReadBytes));
+                files[index].reset(); // lets go of its pages before the next file is read
+            } else {
+                meter_.add(stream.members.size(), stream.size);
+            }
+            record(stream, result, opened[index]);
+        }
+        return;
+    }
+
+    std::int64_t done = 0;
+    const std::vector<Lockstep::Verdict> verdicts = Lockstep::compare(files, copies, buffer, [&](std::int64_t bytes) {
+        done += bytes;
+        meter_.add(0, bytes);
+        return !cancelled();
+    });
+    using Verdict = Lockstep::Verdict;
+    const bool finished = std::none_of(verdicts.begin(), verdicts.end(),
+                                       [](const Verdict& verdict) { return verdict.kind == Verdict::Kind::unfinished; });
+    // The bar still reaches its end for the bytes a file parted early never needed.
+    if (finished) {
+        std::size_t members = 0;
+        for (const Stream& stream : task.streams) members += stream.members.size();
+        meter_.add(members, std::max<std::int64_t>(0, task.bytes - done));
+    }
+    for (std::size_t index = 0; index < count; ++index) {
+        const Verdict& verdict = verdicts[index];
+        WholeResult result;
+        switch (verdict.kind) {
+        case Verdict::Kind::same: result = {WholeResult::Kind::compared, {}, task.streams[verdict.sameAs].members.front()}; break;
+        case Verdict::Kind::parted: result = {WholeResult::Kind::compared, {}, task.streams[index].members.front()}; break;
+        case Verdict::Kind::failed: result = {WholeResult::Kind::failed}; break;
+        case Verdict::Kind::unfinished: result = {WholeResult::Kind::pending}; break;
+        }
+        record(task.streams[index], result, opened[index]);
+    }
+}
+
+bool DuplicateRun::worthSideBySide(const WholeTask& task, std::vector<std::optional<OpenFile>>& files,
+                                   const std::vector<std::size_t>& opened, std::size_t bufferBytes) const {
+    const std::size_t piece = Lockstep::pieceFor(files.size(), bufferBytes);
+    if (piece == 0) return false;
+    const auto page = static_cast<std::int64_t>(sysconf(_SC_PAGESIZE));
+    std::vector<OpenFile*> fromDisk;
+    std::int64_t missingBytes = 0;
+    // False when the kernel won't say what is cached of a file: then none of it counts as cached.
+    bool missingKnown = true;
+    std::int64_t extraSeeks = 0;
+    for (std::size_t index = 0; index < files.size(); ++index) {
+        if (!files[index]) continue;
+        if (!seeks_.at(candidates_[task.streams[index].members[opened[index]]].identity.device)) continue;
+        OpenFile& file = *files[index];
+        const auto size = static_cast<std::uint64_t>(file.size());
+        const std::int64_t pieces =
+            file.piecesNotCached(piece).value_or(static_cast<std::int64_t>((size + piece - 1) / piece));
+        if (pieces == 0) continue;
+        fromDisk.push_back(&file);
+        extraSeeks = checkedAdd(extraSeeks, pieces - 1);
+        const std::optional<std::int64_t> pages = file.piecesNotCached(static_cast<std::size_t>(page));
+        missingKnown = missingKnown && pages;
+        if (pages) missingBytes = checkedAdd(missingBytes, checkedMultiply(*pages, page));
+    }
+    if (fromDisk.size() < 2) return true;
+    if (missingKnown && missingBytes <= fetchFirstBytes) {
+        for (OpenFile* file : fromDisk) file->fetchMissing();
+        return true;
+    }
+    return checkedMultiply(extraSeeks, seekCostBytes) <= task.bytes;
+}
+
+std::optional<OpenFile> DuplicateRun::openStream(const Stream& stream, std::size_t& opened) const {
     for (opened = 0; opened < stream.members.size(); ++opened) {
         const Candidate& candidate = candidates_[stream.members[opened]];
-        file = OpenFile::bypassCache(candidate.path, candidate.identity, OpenFile::Pattern::sequential);
-        if (file) break;
+        std::optional<OpenFile> file = OpenFile::bypassCache(candidate.path, candidate.identity, OpenFile::Pattern::sequential);
+        if (file) return file;
     }
-    if (!file) {
-        meter_.add(stream.members.size(), stream.size);
-        return {HashResult::Kind::failed, {}};
-    }
+    return std::nullopt;
+}
+
+DuplicateRun::WholeResult DuplicateRun::hash(OpenFile& file, const Stream& stream, std::span<std::byte> buffer) {
     Sha256 hasher;
     std::int64_t done = 0;
-    const WholeRead outcome = readWhole(*file, hasher, buffer, [&](std::size_t piece) {
+    const WholeRead outcome = readWhole(file, hasher, buffer, [&](std::size_t piece) {
         done += static_cast<std::int64_t>(piece);
         meter_.add(0, static_cast<std::int64_t>(piece));
         return !cancelled();
     });
-    if (outcome == WholeRead::cancelled) return {HashResult::Kind::pending, {}};
+    if (outcome == WholeRead::cancelled) return {WholeResult::Kind::pending};
     // The bar still reaches its end when a file gives out early.
     meter_.add(stream.members.size(), std::max<std::int64_t>(0, stream.size - done));
-    if (outcome == WholeRead::failed) return {HashResult::Kind::failed, {}};
-    return {HashResult::Kind::hashed, hasher.finish()};
+    if (outcome == WholeRead::failed || !file.unchanged()) return {WholeResult::Kind::failed};
+    return {WholeResult::Kind::hashed, hasher.finish()};
 }
 
-void DuplicateRun::record(const Stream& stream, const HashResult& result, std::size_t opened) {
-    std::vector<HashResult> results(stream.members.size(), result);
+void DuplicateRun::record(const Stream& stream, const WholeResult& result, std::size_t opened) {
+    using Kind = WholeResult::Kind;
+    const bool settled = result.kind == Kind::hashed || result.kind == Kind::compared;
+    std::vector<WholeResult> results(stream.members.size(), result);
     for (std::size_t i = 0; i < stream.members.size(); ++i) {
         const Candidate& candidate = candidates_[stream.members[i]];
         // Those tried before the one read wouldn't open; the rest were not read
-        // themselves, so each must still be the file measured to share its hash.
-        if (i < opened && result.kind != HashResult::Kind::pending) results[i] = {HashResult::Kind::failed, {}};
-        if (i > opened && result.kind == HashResult::Kind::hashed && FileIdentity::ofPath(candidate.path) != candidate.identity)
-            results[i] = {HashResult::Kind::failed, {}};
+        // themselves, so each must still be the file measured to share its result.
+        if (i < opened && result.kind != Kind::pending) results[i] = {Kind::failed};
+        if (i > opened && settled && FileIdentity::ofPath(candidate.path) != candidate.identity) results[i] = {Kind::failed};
     }
     std::lock_guard guard(resultsLock_);
-    for (std::size_t i = 0; i < stream.members.size(); ++i) hashes_[stream.members[i]] = results[i];
+    for (std::size_t i = 0; i < stream.members.size(); ++i) wholes_[stream.members[i]] = results[i];
 }
 
-std::vector<DuplicateRun::Group> DuplicateRun::groupsByHash(const std::vector<std::vector<std::size_t>>& unsettled) {
-    std::map<std::pair<std::int64_t, Sha256::Digest>, std::vector<std::size_t>> byHash;
+std::vector<DuplicateRun::Group> DuplicateRun::wholeGroups(const std::vector<std::vector<std::size_t>>& unsettled) {
+    std::map<std::pair<std::int64_t, Sha256::Digest>, Group> byHash;
+    std::map<std::size_t, Group> byComparison;
     for (const std::vector<std::size_t>& bucket : unsettled) {
         for (std::size_t index : bucket) {
-            if (index >= hashes_.size()) continue; // never hashed: the run stopped first
-            const HashResult& hashed = hashes_[index];
-            if (hashed.kind == HashResult::Kind::failed) ++unreadablePaths_;
-            if (hashed.kind == HashResult::Kind::hashed) byHash[{candidates_[index].size, hashed.digest}].push_back(index);
+            if (index >= wholes_.size()) continue; // never read: the run stopped first
+            const WholeResult& whole = wholes_[index];
+            switch (whole.kind) {
+            case WholeResult::Kind::failed: ++unreadablePaths_; break;
+            case WholeResult::Kind::hashed: byHash[{candidates_[index].size, whole.digest}].push_back(index); break;
+            case WholeResult::Kind::compared: byComparison[whole.sameAs].push_back(index); break;
+            case WholeResult::Kind::pending: break;
+            }
         }
     }
     std::vector<Group> groups;
     for (auto& [key, members] : byHash)
-        if (members.size() >= 2) groups.push_back({key.second, std::move(members)});
+        if (members.size() >= 2) groups.push_back(std::move(members));
+    for (auto& [key, members] : byComparison)
+        if (members.size() >= 2) groups.push_back(std::move(members));
     return groups;
+}
+
+std::string DuplicateRun::groupID(const Group& group) const {
+    const auto lowest = std::min_element(group.begin(), group.end(), [&](std::size_t a, std::size_t b) {
+        const FileIdentity& x = candidates_[a].identity;
+        const FileIdentity& y = candidates_[b].identity;
+        return std::tie(x.device, x.inode) < std::tie(y.device, y.inode);
+    });
+    const FileIdentity& first = candidates_[*lowest].identity;
+    // Little-endian, so that the same files give the same id on any machine.
+    std::array<std::byte, 24> fields{};
+    const std::array<std::uint64_t, 3> values{static_cast<std::uint64_t>(first.size), first.device, first.inode};
+    for (std::size_t field = 0; field < values.size(); ++field)
+        for (std::size_t at = 0; at < 8; ++at) fields[field * 8 + at] = static_cast<std::byte>(values[field] >> (8 * at));
+    Sha256 hasher;
+    hasher.add(fields);
+    hasher.add(std::as_bytes(std::span(samples_[*lowest].digest)));
+    return Sha256::hex(hasher.finish());
 }
 
 DuplicateFile DuplicateRun::duplicateFile(const Candidate& candidate) const {
@@ -339,10 +521,10 @@ DuplicateReport DuplicateRun::finish(const std::vector<Group>& groups, double st
     DuplicateReport report;
     for (const Group& group : groups) {
         std::vector<DuplicateFile> files;
-        files.reserve(group.members.size());
-        for (std::size_t index : group.members) files.push_back(duplicateFile(candidates_[index]));
+        files.reserve(group.size());
+        for (std::size_t index : group) files.push_back(duplicateFile(candidates_[index]));
         if (files.size() < 2) continue;
-        DuplicateGroup found(Sha256::hex(group.hash), candidates_[group.members.front()].size, std::move(files), home_);
+        DuplicateGroup found(groupID(group), candidates_[group.front()].size, std::move(files), home_);
         report.totalReclaimableBytes = checkedAdd(report.totalReclaimableBytes, found.reclaimableBytes);
         report.groups.push_back(std::move(found));
     }
@@ -360,10 +542,9 @@ DuplicateReport DuplicateRun::finish(const std::vector<Group>& groups, double st
     return report;
 }
 
-void DuplicateRun::runWorkers(std::size_t count, const WorkItem& work) {
+void DuplicateRun::runWorkers(std::size_t count, std::size_t bufferBytes, const WorkItem& work) {
     if (count == 0) return;
     WorkCursor cursor(count);
-    const std::size_t bufferBytes = std::max(static_cast<std::size_t>(sampleBytes_), wholeReadBytes);
     auto loop = [&] {
         const WorkerBuffer buffer(bufferBytes);
         if (buffer.bytes().empty()) return; // no memory: the other workers take its items

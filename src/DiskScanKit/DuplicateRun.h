@@ -6,12 +6,14 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "DiskScanKit/DuplicateFinder.h"
 #include "DiskScanKit/DuplicateGroup.h"
+#include "DiskScanKit/Lockstep.h"
 #include "DiskScanKit/OpenFile.h"
 #include "DiskScanKit/Sha256.h"
 #include "DuplicateWork.h"
@@ -29,8 +31,22 @@ public:
     DuplicateReport execute(const std::vector<std::string>& paths);
 
     static constexpr const char* workerNamePrefix = "DuplicateFinder.worker.";
-    // Whole files are read in pieces of this size, unless the samples are bigger.
+    // Whole files are hashed in pieces of this size, unless the samples are bigger.
     static constexpr std::size_t wholeReadBytes = 1048576;
+    // A bucket of at most this many streams is compared side by side; a
+    // larger one is hashed, a stream at a time on every worker.
+    static constexpr std::size_t sideBySideStreams = 64;
+    // Each worker's buffer in the whole-file stage: a whole piece for each of
+    // the streams compared side by side, even at the most streams.
+    static constexpr std::size_t sideBySideBufferBytes = sideBySideStreams * Lockstep::pieceBytes;
+    // A seek of a disk that rotates (about 8 ms) costs as long as hashing
+    // this many bytes on one core; reading side by side is worth the seeks
+    // it adds while they cost less than hashing the files would.
+    static constexpr std::int64_t seekCostBytes = std::int64_t{16} << 20;
+    // A bucket whose files miss at most this much of the cache in all has
+    // those pages read in first, file after file, and is then compared side
+    // by side; the cache holds them only until the reading passes them.
+    static constexpr std::int64_t fetchFirstBytes = std::int64_t{32} << 20;
 
 private:
     struct Candidate {
@@ -51,10 +67,14 @@ private:
         Sha256::Digest digest{};
     };
 
-    struct HashResult {
-        enum class Kind { pending, hashed, failed };
+    // What the whole-file stage settled for a candidate.
+    struct WholeResult {
+        enum class Kind { pending, hashed, compared, failed };
         Kind kind = Kind::pending;
+        // hashed: the digest of the whole contents.
         Sha256::Digest digest{};
+        // compared: a candidate of the same contents, one for all of them (itself when alone).
+        std::size_t sameAs = 0;
     };
 
     // Candidates whose bytes on disk are the same blocks, read once for all.
@@ -63,11 +83,17 @@ private:
         std::int64_t size = 0;
     };
 
-    // Candidates known to hold the same contents.
-    struct Group {
-        Sha256::Digest hash{};
-        std::vector<std::size_t> members;
+    // One task of the whole-file stage: the streams of a bucket, compared side
+    // by side where the reading allows, or one stream of a bucket too large
+    // for that, hashed.
+    struct WholeTask {
+        std::vector<Stream> streams;
+        bool sideBySide = false;
+        std::int64_t bytes = 0;
     };
+
+    // Candidates known to hold the same contents.
+    using Group = std::vector<std::size_t>;
 
     struct Buckets {
         std::vector<Group> settled;
@@ -81,16 +107,26 @@ private:
     SampleResult readSample(const Candidate& candidate, std::span<std::byte> buffer) const;
     Buckets bucketsBySample(const std::vector<std::size_t>& kept);
     void readSharing(const std::vector<std::size_t>& members);
-    std::vector<Stream> streams(const std::vector<std::vector<std::size_t>>& unsettled) const;
-    void hashWhole(const std::vector<Stream>& streams);
-    HashResult hash(const Stream& stream, std::span<std::byte> buffer, std::size_t& opened);
-    void record(const Stream& stream, const HashResult& result, std::size_t opened);
-    std::vector<Group> groupsByHash(const std::vector<std::vector<std::size_t>>& unsettled);
+    std::vector<Stream> streams(const std::vector<std::size_t>& bucket) const;
+    std::vector<WholeTask> wholeTasks(const std::vector<std::vector<std::size_t>>& unsettled) const;
+    void compareWhole(const std::vector<WholeTask>& tasks);
+    void compareSideBySide(const WholeTask& task, std::span<std::byte> buffer);
+    // Whether the task's files are better read side by side than hashed one
+    // after another; when it says yes to files missing a few pages of cache,
+    // it has asked for those pages already.
+    bool worthSideBySide(const WholeTask& task, std::vector<std::optional<OpenFile>>& files,
+                         const std::vector<std::size_t>& opened, std::size_t bufferBytes) const;
+    std::optional<OpenFile> openStream(const Stream& stream, std::size_t& opened) const;
+    WholeResult hash(OpenFile& file, const Stream& stream, std::span<std::byte> buffer);
+    void record(const Stream& stream, const WholeResult& result, std::size_t opened);
+    std::vector<Group> wholeGroups(const std::vector<std::vector<std::size_t>>& unsettled);
+    std::string groupID(const Group& group) const;
     DuplicateReport finish(const std::vector<Group>& groups, double start);
     DuplicateFile duplicateFile(const Candidate& candidate) const;
 
-    // Runs `work` over items 0..count-1 on min(workerCount, count) threads.
-    void runWorkers(std::size_t count, const WorkItem& work);
+    // Runs `work` over items 0..count-1 on min(workerCount, count) threads,
+    // each with a buffer of `bufferBytes`.
+    void runWorkers(std::size_t count, std::size_t bufferBytes, const WorkItem& work);
     // Asks the caller, and remembers a yes: the run then stops early.
     bool cancelled();
 
@@ -107,7 +143,10 @@ private:
     // Workers write only their own item's entry, under the lock.
     std::mutex resultsLock_;
     std::vector<SampleResult> samples_;
-    std::vector<HashResult> hashes_;
+    std::vector<WholeResult> wholes_;
+    // Devices where reading two files in turn costs seeks; filled before the
+    // whole-file stage, read by its workers.
+    std::map<std::uint64_t, bool> seeks_;
 
     std::mutex cancelLock_;
     bool stoppedEarly_ = false;

@@ -19,10 +19,17 @@ std::string keeperReason(const DuplicateGroup& group, std::size_t keeper, Keepin
     const DuplicateFile& kept = group.files[keeper];
     if (keeping == Keeping::oldest) return "Kept as the oldest copy, last changed " + TextFormat::day(kept.modified) + ".";
     if (group.files.size() < 2) return "Kept: the only copy left.";
+    const std::size_t next = keeper == 0 ? 1 : 0;
+    const std::vector<bool> held = KeeperRule::heldElsewhere(group.files);
+    if (held[keeper] && !held[next]) {
+        if (kept.linkCount > static_cast<int>(kept.otherNames.size()) + 1)
+            return "Kept: it has another name outside the folder compared, so removing it would free nothing.";
+        return "Kept: it shares all its blocks with clones outside this group, so removing it would free nothing.";
+    }
     const std::vector<std::string> homeFolders = KeeperRule::folders(home);
     const KeeperRule::Rank best = KeeperRule::rank(kept.path, homeFolders);
-    const KeeperRule::Rank next = KeeperRule::rank(group.files[keeper == 0 ? 1 : 0].path, homeFolders);
-    if (best.place != next.place) {
+    const KeeperRule::Rank other = KeeperRule::rank(group.files[next].path, homeFolders);
+    if (best.place != other.place) {
         switch (best.place) {
         case KeeperRule::Place::organised:
             return "Kept: it is filed in a folder inside " + KeeperRule::ownFolder(kept.path, homeFolders) + ".";
@@ -31,8 +38,8 @@ std::string keeperReason(const DuplicateGroup& group, std::size_t keeper, Keepin
         case KeeperRule::Place::downloads: return "Kept: the other copies came in through Downloads.";
         }
     }
-    if (best.nameLooksCopied != next.nameLooksCopied) return "Kept: its name doesn't look like a copy.";
-    if (best.copiedFolders != next.copiedFolders) return "Kept: its folders don't look like copies or backups.";
+    if (best.nameLooksCopied != other.nameLooksCopied) return "Kept: its name doesn't look like a copy.";
+    if (best.copiedFolders != other.copiedFolders) return "Kept: its folders don't look like copies or backups.";
     return "Kept: the first by name, since nothing else tells the copies apart.";
 }
 

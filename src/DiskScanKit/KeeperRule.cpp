@@ -2,8 +2,9 @@
 //
 // People put the copy they mean to keep somewhere deliberate and let the
 // others pile up in Downloads, in "copy" folders and under names a file
-// manager made up. So each path gets a rank of four parts, compared in order:
+// manager made up. So each copy gets a rank of five parts, compared in order:
 //
+//   heldElsewhere   a copy whose blocks stay held when it goes, first;
 //   place           organised (in a subfolder of Desktop, Documents, Pictures,
 //                   Movies, Videos or Music), then directly in one of those,
 //                   then anywhere else, then Downloads, last;
@@ -12,6 +13,19 @@
 //   path            natural order (case aside, digit runs by value, as a file
 //                   manager lists names), then plain byte order, so the order
 //                   is total and the same on every run.
+//
+// Held elsewhere. Which copy stays changes what removing the others frees
+// when one of them can't free anything itself: a hard-linked file with a name
+// outside the group (a link in a folder that wasn't compared) keeps its blocks
+// through that name, and a full clone keeps them through its other clones
+// when the group doesn't hold the whole set (when it does, the set's blocks
+// come free as the set goes, and keeping a clone or another copy frees the
+// same). Removing such a copy frees nothing, so keeping it frees the most: it
+// goes first, before any question of place, and among plain copies the rest
+// of the rank decides as before. Example: a.mov in Documents, and b.mov in Downloads with a second
+// name elsewhere on the disk. The place rule alone would keep a.mov and count
+// b.mov's size as freed, though b.mov's other name keeps every block; keeping
+// b.mov frees a.mov's size, truly.
 //
 // There is no date in the rule: the oldest copy is often the one that was
 // downloaded, and the tool offers "Keep the Oldest" as the user's own choice.
@@ -60,6 +74,7 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <numeric>
 
 namespace tessel::KeeperRule {
@@ -243,6 +258,7 @@ std::size_t digitRun(std::string_view text, std::size_t at) {
 } // namespace
 
 bool precedes(const Rank& a, const Rank& b) {
+    if (a.heldElsewhere != b.heldElsewhere) return a.heldElsewhere;
     if (a.place != b.place) return a.place < b.place;
     if (a.nameLooksCopied != b.nameLooksCopied) return !a.nameLooksCopied;
     if (a.copiedFolders != b.copiedFolders) return a.copiedFolders < b.copiedFolders;
@@ -343,11 +359,31 @@ int naturalCompare(std::string_view a, std::string_view b) {
     return 0;
 }
 
+std::vector<bool> heldElsewhere(const std::vector<DuplicateFile>& files) {
+    std::map<CloneStream::Key, int> clonesInGroup;
+    for (const DuplicateFile& file : files)
+        if (file.cloneStream) ++clonesInGroup[file.cloneStream->key];
+    std::vector<bool> held;
+    held.reserve(files.size());
+    for (const DuplicateFile& file : files) {
+        const auto names = static_cast<std::int64_t>(file.otherNames.size()) + 1;
+        const bool namedOutside = file.linkCount > names;
+        const bool cloneOfOthers = file.cloneStream && (!file.cloneStream->files ||
+                                                        *file.cloneStream->files != clonesInGroup[file.cloneStream->key]);
+        held.push_back(namedOutside || cloneOfOthers);
+    }
+    return held;
+}
+
 std::vector<DuplicateFile> ordered(std::vector<DuplicateFile> files, const std::string& home) {
     const std::vector<std::string> homeFolders = folders(home);
+    const std::vector<bool> held = heldElsewhere(files);
     std::vector<Rank> ranks;
     ranks.reserve(files.size());
-    for (const DuplicateFile& file : files) ranks.push_back(rank(file.path, homeFolders));
+    for (std::size_t index = 0; index < files.size(); ++index) {
+        ranks.push_back(rank(files[index].path, homeFolders));
+        ranks.back().heldElsewhere = held[index];
+    }
     std::vector<std::size_t> order(files.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
     std::stable_sort(order.begin(), order.end(),

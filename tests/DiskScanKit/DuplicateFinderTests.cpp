@@ -1,6 +1,7 @@
 // The duplicate finder on real files: groups and keepers, the sample boundary,
-// hard links, files changed under it, cancellation, progress and workers; the
-// paths it takes from a tree; the file reader's identity check; SHA-256.
+// hard links, files changed under it, cancellation, progress and workers,
+// side by side or hashed by what is cached; the paths it takes from a tree;
+// the file reader's identity check; SHA-256.
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
@@ -12,12 +13,15 @@
 #include <chrono>
 #include <cstdio>
 #include <fstream>
+#include <functional>
+#include <optional>
 #include <mutex>
 #include <set>
 #include <thread>
 
 #include "DiskScanKit/DiskScanner.h"
 #include "DiskScanKit/DuplicateFinder.h"
+#include "DiskScanKit/Lockstep.h"
 #include "DiskScanKit/OpenFile.h"
 #include "DiskScanKit/Sha256.h"
 #include "FifoRelease.h"
@@ -103,7 +107,6 @@ TEST_F(DuplicateFinding, GroupsCopiesWithTheKeeperFirstAndCountsWhatTheOthersFre
     const DuplicateGroup& group = result.groups[0];
     EXPECT_EQ(group.files.size(), 3u);
     EXPECT_EQ(group.files.front().path, kept);
-    EXPECT_EQ(group.id, digestHex(report));
     EXPECT_EQ(group.logicalSize, 100000);
     EXPECT_EQ(group.reclaimableBytes, allocatedOf(downloaded) + allocatedOf(other));
     EXPECT_EQ(result.totalReclaimableBytes, group.reclaimableBytes);
@@ -118,8 +121,8 @@ TEST_F(DuplicateFinding, GroupsComeMostReclaimableFirst) {
     const Paths paths{file("a/small", small), file("b/small", small), file("a/large", large), file("b/large", large)};
     const DuplicateReport result = find(paths);
     ASSERT_EQ(result.groups.size(), 2u);
-    EXPECT_EQ(result.groups[0].id, digestHex(large));
-    EXPECT_EQ(result.groups[1].id, digestHex(small));
+    EXPECT_EQ(result.groups[0].logicalSize, 200000);
+    EXPECT_EQ(result.groups[1].logicalSize, 5000);
     EXPECT_EQ(result.totalReclaimableBytes, result.groups[0].reclaimableBytes + result.groups[1].reclaimableBytes);
 }
 
@@ -167,6 +170,20 @@ TEST_F(DuplicateFinding, AHardLinkOfADuplicateIsAnotherNameOfIt) {
         }
     }
     EXPECT_EQ(result.filesExamined, 2);
+}
+
+TEST_F(DuplicateFinding, ACopyWithALinkOutsideThePathsIsKeptAndTheOtherIsWhatFrees) {
+    const std::string bytes = contents(50000, 26);
+    const std::string filed = file("Documents/Projects/film.mov", bytes);
+    const std::string downloaded = file("Downloads/film.mov", bytes);
+    makeHardLink(downloaded, folder / "elsewhere.mov");
+    const DuplicateReport result = find({filed, downloaded});
+    ASSERT_EQ(result.groups.size(), 1u);
+    const DuplicateGroup& group = result.groups[0];
+    ASSERT_EQ(group.files.size(), 2u);
+    EXPECT_EQ(group.files[0].path, downloaded);
+    EXPECT_EQ(group.reclaimableBytes, allocatedOf(filed));
+    EXPECT_EQ(result.totalReclaimableBytes, allocatedOf(filed));
 }
 
 TEST_F(DuplicateFinding, AFileOneByteBelowTheMinimumIsNeverACandidate) {
@@ -227,7 +244,7 @@ TEST_F(DuplicateFinding, ACancelledRunReportsTheGroupsSettledBeforeIt) {
         [&] { return stop.load(); });
     EXPECT_TRUE(result.wasCancelled);
     ASSERT_EQ(result.groups.size(), 1u);
-    EXPECT_EQ(result.groups[0].id, digestHex(small));
+    EXPECT_EQ(result.groups[0].logicalSize, 20000);
     EXPECT_EQ(result.groups[0].files.size(), 2u);
     EXPECT_EQ(result.unreadable, 0);
 }
@@ -308,6 +325,286 @@ TEST_F(DuplicateFinding, NoMoreWorkersThanAskedForNorThanItems) {
     find({eight[0], eight[1]}, {}, noteWorker, 4);
     EXPECT_LE(workers.size(), 2u);
     EXPECT_GE(workers.size(), 1u);
+}
+
+namespace {
+
+constexpr std::int64_t mebibyte = 1 << 20;
+
+// Lets go of a file's pages, so that the next read must come from the disk.
+void evict(const std::string& path) {
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    fdatasync(fd);
+    posix_fadvise(fd, 0, 0, POSIX_FADV_DONTNEED);
+    close(fd);
+}
+
+// Caches the file but for the pages at `missing` (offsets, in order), as a
+// cache is some time after a read, when pages here and there were reclaimed.
+void cacheAllBut(const std::string& path, std::int64_t size, const std::vector<std::int64_t>& missing) {
+    evict(path);
+    const auto page = static_cast<std::int64_t>(sysconf(_SC_PAGESIZE));
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    posix_fadvise(fd, 0, 0, POSIX_FADV_RANDOM);
+    std::vector<char> buffer(mebibyte);
+    std::int64_t at = 0;
+    for (std::size_t gap = 0; gap <= missing.size(); ++gap) {
+        const std::int64_t end = gap < missing.size() ? missing[gap] / page * page : size;
+        while (at < end) {
+            const ssize_t got = pread(fd, buffer.data(), static_cast<std::size_t>(std::min(mebibyte, end - at)), at);
+            if (got <= 0) break;
+            at += got;
+        }
+        at = end + page;
+    }
+    close(fd);
+}
+
+// The pieces of `path` that side-by-side reading would have to take from the disk.
+std::optional<std::int64_t> uncachedPieces(const std::string& path) {
+    const std::optional<FileIdentity> identity = FileIdentity::ofPath(path);
+    if (!identity) return std::nullopt;
+    std::optional<OpenFile> file = OpenFile::bypassCache(path, *identity, OpenFile::Pattern::sequential);
+    return file ? file->piecesNotCached(Lockstep::pieceBytes) : std::nullopt;
+}
+
+// What this process has read so far: through any call that reads ("rchar"),
+// or from the disk, read ahead or asked for ("read_bytes").
+std::int64_t bytesReadSoFar(const std::string& counter = "rchar") {
+    std::ifstream io("/proc/self/io");
+    std::string key;
+    std::int64_t value = 0;
+    while (io >> key >> value)
+        if (key == counter + ":") return value;
+    throw std::runtime_error("no " + counter + " in /proc/self/io");
+}
+
+std::set<std::set<std::string>> groupsOf(const DuplicateReport& report) {
+    std::set<std::set<std::string>> groups;
+    for (const DuplicateGroup& group : report.groups) {
+        std::set<std::string> paths;
+        for (const DuplicateFile& member : group.files) paths.insert(member.path);
+        groups.insert(paths);
+    }
+    return groups;
+}
+
+std::set<std::string> idsOf(const DuplicateReport& report) {
+    std::set<std::string> ids;
+    for (const DuplicateGroup& group : report.groups) ids.insert(group.id);
+    return ids;
+}
+
+// The whole-file stage: files that share a size and a sample read side by
+// side or hashed, and files that change while they are read.
+class WholeFileStage : public DuplicateFinding {
+protected:
+    // Runs the finder over `paths` and, once the whole-file stage has read
+    // its first piece, lets `change` loose on `path`.
+    DuplicateReport changedDuringTheStage(const Paths& paths, const std::string& path,
+                                          const std::function<bool(const std::string&)>& change) {
+        bool waited = false;
+        changed = false;
+        return find(paths, [&](const DuplicateScanProgress& now) {
+            if (now.phase != Phase::hashing) return;
+            // Reports come at most every 0.1 s: after this pause, the next one comes with the first piece.
+            if (!waited) {
+                waited = true;
+                std::this_thread::sleep_for(std::chrono::milliseconds(150));
+            } else if (!changed && now.bytesHashed > 0) {
+                changed = change(path);
+            }
+        });
+    }
+
+    static bool touch(const std::string& path) {
+        const timespec times[2] = {{0, UTIME_OMIT}, {time(nullptr) + 60, 0}};
+        return utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW) == 0;
+    }
+
+    static bool grow(const std::string& path) {
+        const int fd = open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
+        const bool wrote = ::write(fd, "more", 4) == 4;
+        close(fd);
+        return wrote;
+    }
+
+    // A byte already compared is rewritten, and the modification time put back as it was.
+    static bool rewriteBehindTheReader(const std::string& path) {
+        struct stat before {};
+        if (lstat(path.c_str(), &before) != 0) return false;
+        const int fd = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+        const bool wrote = pwrite(fd, "!", 1, 10) == 1;
+        const timespec times[2] = {before.st_atim, before.st_mtim};
+        const bool restored = futimens(fd, times) == 0;
+        close(fd);
+        return wrote && restored;
+    }
+
+    bool changed = false;
+};
+
+} // namespace
+
+TEST_F(WholeFileStage, ABucketOfFourPartsIntoTwoPairsWithIdsOfTheirOwn) {
+    const std::string first = contents(100000, 30);
+    std::string second = first;
+    second[50000] = static_cast<char>(second[50000] ^ 1);
+    const Paths paths{file("a/x", first), file("b/x", second), file("c/x", first), file("d/x", second)};
+    const DuplicateReport result = find(paths);
+    EXPECT_EQ(groupsOf(result), (std::set<std::set<std::string>>{{paths[0], paths[2]}, {paths[1], paths[3]}}));
+    EXPECT_EQ(idsOf(result).size(), 2u);
+    EXPECT_EQ(result.unreadable, 0);
+}
+
+TEST_F(WholeFileStage, FilesDifferingOnlyInTheLastByteArePartedAcrossPieces) {
+    const std::string bytes = contents(2 * mebibyte + 3, 31);
+    std::string last = bytes;
+    last.back() = static_cast<char>(last.back() ^ 1);
+    const Paths paths{file("a/x", bytes), file("b/x", last), file("c/x", bytes)};
+    EXPECT_EQ(groupsOf(find(paths)), (std::set<std::set<std::string>>{{paths[0], paths[2]}}));
+}
+
+TEST_F(WholeFileStage, UncachedFilesGiveTheSameGroupsAndIds) {
+    const std::string first = contents(2 * mebibyte, 32);
+    std::string second = first;
+    second[mebibyte] = static_cast<char>(second[mebibyte] ^ 1);
+    const Paths paths{file("a/x", first), file("b/x", second), file("c/x", first), file("d/x", second)};
+    const DuplicateReport warm = find(paths);
+    for (const std::string& path : paths) evict(path);
+    const DuplicateReport cold = find(paths);
+    EXPECT_EQ(groupsOf(cold), groupsOf(warm));
+    EXPECT_EQ(idsOf(cold), idsOf(warm));
+    EXPECT_EQ(groupsOf(cold).size(), 2u);
+}
+
+namespace {
+
+// Whether a bucket is compared side by side or hashed, by what is cached of
+// it: told apart by the bytes read, since hashing reads every file whole
+// while side by side the files stop in the piece where they part.
+class SideBySideOrHashed : public WholeFileStage {
+protected:
+    struct Reads {
+        DuplicateReport report;
+        std::int64_t total = 0;
+        std::int64_t fromDisk = 0;
+    };
+
+    // Two files of `size`, the same but for a byte in their second piece (past the samples).
+    Paths nearTwins(std::int64_t size, unsigned seed) {
+        const std::string first = contents(static_cast<std::size_t>(size), seed);
+        std::string second = first;
+        second[300000] = static_cast<char>(second[300000] ^ 1);
+        return {file("a/x", first), file("b/x", second)};
+    }
+
+    Reads findCounting(const Paths& paths) {
+        Reads reads;
+        const std::int64_t total = bytesReadSoFar();
+        const std::int64_t fromDisk = bytesReadSoFar("read_bytes");
+        reads.report = find(paths);
+        reads.total = bytesReadSoFar() - total;
+        reads.fromDisk = bytesReadSoFar("read_bytes") - fromDisk;
+        return reads;
+    }
+
+    static std::int64_t pieces(std::int64_t size) { return size / static_cast<std::int64_t>(Lockstep::pieceBytes); }
+};
+
+} // namespace
+
+TEST_F(SideBySideOrHashed, TwinsMissingTheirLastPageOfCacheArePartedSideBySide) {
+    const std::int64_t size = 8 * mebibyte;
+    const Paths paths = nearTwins(size, 37);
+    for (const std::string& path : paths) {
+        cacheAllBut(path, size, {size - 1});
+        if (uncachedPieces(path) != 1) GTEST_SKIP() << "the page cache can't be set up piece by piece here";
+    }
+    const Reads reads = findCounting(paths);
+    EXPECT_TRUE(reads.report.groups.empty());
+    EXPECT_LT(reads.total, size);
+}
+
+TEST_F(SideBySideOrHashed, TwinsMissingPagesInSeveralPiecesHaveThemFetchedFirstAndLetGoAfter) {
+    const std::int64_t size = 8 * mebibyte;
+    const Paths paths = nearTwins(size, 39);
+    for (const std::string& path : paths) {
+        cacheAllBut(path, size, {2 * mebibyte, 4 * mebibyte, 6 * mebibyte, size - 1});
+        if (uncachedPieces(path) != 4) GTEST_SKIP() << "the page cache can't be set up piece by piece here";
+    }
+    const Reads reads = findCounting(paths);
+    EXPECT_TRUE(reads.report.groups.empty());
+    EXPECT_LT(reads.total, size);
+    // Even the pages past where the files part came from the disk, up front.
+    EXPECT_GE(reads.fromDisk, 2 * 4 * sysconf(_SC_PAGESIZE));
+    for (const std::string& path : paths) EXPECT_EQ(uncachedPieces(path), 4) << path;
+}
+
+TEST_F(SideBySideOrHashed, SmallColdTwinsAreFetchedWholeAndPartedSideBySide) {
+    const std::int64_t size = 8 * mebibyte;
+    const Paths paths = nearTwins(size, 40);
+    for (const std::string& path : paths) {
+        evict(path);
+        if (uncachedPieces(path) != pieces(size)) GTEST_SKIP() << "the page cache can't be emptied here";
+    }
+    const Reads reads = findCounting(paths);
+    EXPECT_TRUE(reads.report.groups.empty());
+    EXPECT_LT(reads.total, size);
+    for (const std::string& path : paths) EXPECT_EQ(uncachedPieces(path), pieces(size)) << path;
+}
+
+TEST_F(SideBySideOrHashed, ColdTwinsTooLargeToFetchOnADiskThatSeeksAreHashedOneAfterTheOther) {
+    struct stat status {};
+    ASSERT_EQ(stat(folder.path().c_str(), &status), 0);
+    if (!OpenFile::deviceSeeks(status.st_dev)) GTEST_SKIP() << "the test folder is on a disk that doesn't seek";
+    const std::int64_t size = 24 * mebibyte;
+    const Paths paths = nearTwins(size, 38);
+    for (const std::string& path : paths) evict(path);
+    const Reads reads = findCounting(paths);
+    EXPECT_TRUE(reads.report.groups.empty());
+    EXPECT_GE(reads.total, 2 * size);
+}
+
+TEST_F(WholeFileStage, ABucketTooLargeToCompareSideBySideIsHashedIntoItsPairs) {
+    const std::string bytes = contents(40000, 33);
+    Paths paths;
+    for (int index = 0; index < 66; ++index) {
+        std::string variant = bytes;
+        variant[20000] = static_cast<char>(index / 2);
+        paths.push_back(file("f" + std::to_string(index), variant));
+    }
+    const DuplicateReport result = find(paths);
+    ASSERT_EQ(result.groups.size(), 33u);
+    for (const DuplicateGroup& group : result.groups) EXPECT_EQ(group.files.size(), 2u);
+    EXPECT_EQ(idsOf(result).size(), 33u);
+}
+
+TEST_F(WholeFileStage, AFileTouchedDuringTheStageIsSkippedAndCountedUnreadable) {
+    const std::string bytes = contents(3 * mebibyte, 34);
+    const Paths paths{file("a/x", bytes), file("b/x", bytes)};
+    const DuplicateReport result = changedDuringTheStage(paths, paths[1], touch);
+    ASSERT_TRUE(changed);
+    EXPECT_TRUE(result.groups.empty());
+    EXPECT_EQ(result.unreadable, 1);
+}
+
+TEST_F(WholeFileStage, AFileThatGrowsDuringTheStageIsSkippedAndCountedUnreadable) {
+    const std::string bytes = contents(3 * mebibyte, 35);
+    const Paths paths{file("a/x", bytes), file("b/x", bytes)};
+    const DuplicateReport result = changedDuringTheStage(paths, paths[1], grow);
+    ASSERT_TRUE(changed);
+    EXPECT_TRUE(result.groups.empty());
+    EXPECT_EQ(result.unreadable, 1);
+}
+
+TEST_F(WholeFileStage, AFileRewrittenWithItsTimePutBackIsSkippedAndCountedUnreadable) {
+    const std::string bytes = contents(3 * mebibyte, 36);
+    const Paths paths{file("a/x", bytes), file("b/x", bytes), file("c/x", bytes)};
+    const DuplicateReport result = changedDuringTheStage(paths, paths[2], rewriteBehindTheReader);
+    ASSERT_TRUE(changed);
+    EXPECT_EQ(groupsOf(result), (std::set<std::set<std::string>>{{paths[0], paths[1]}}));
+    EXPECT_EQ(result.unreadable, 1);
 }
 
 namespace {

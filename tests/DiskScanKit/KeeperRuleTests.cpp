@@ -270,3 +270,51 @@ TEST(KeeperOrdered, LinuxHomeFolderOrdersLikeAMacOne) {
               (Paths{"/home/ana/Music/Live/song (1).mp3", "/home/ana/Music/song.mp3",
                      "/home/ana/.cache/player/song.mp3", "/home/ana/Downloads/song.mp3"}));
 }
+
+namespace {
+
+DuplicateFile linked(const std::string& path, int linkCount, Paths otherNames) {
+    DuplicateFile file;
+    file.path = path;
+    file.linkCount = linkCount;
+    file.otherNames = std::move(otherNames);
+    return file;
+}
+
+DuplicateFile clone(const std::string& path, std::uint64_t id, std::optional<int> setSize) {
+    DuplicateFile file;
+    file.path = path;
+    file.cloneStream = CloneStream{{7, id}, setSize};
+    return file;
+}
+
+} // namespace
+
+TEST(KeeperHeldElsewhere, AHardLinkIsHeldOnlyByANameTheGroupDoesNotList) {
+    const std::vector<DuplicateFile> files{linked("/a", 3, {"/a2"}), linked("/b", 2, {"/b2"}), linked("/c", 1, {}),
+                                           linked("/d", 2, {})};
+    EXPECT_EQ(KeeperRule::heldElsewhere(files), (std::vector<bool>{true, false, false, true}));
+}
+
+TEST(KeeperHeldElsewhere, AFullCloneIsHeldUnlessTheGroupHoldsItsWholeSet) {
+    const std::vector<DuplicateFile> files{clone("/whole1", 1, 2), clone("/whole2", 1, 2), clone("/part", 2, 3),
+                                           clone("/unknown", 3, std::nullopt), filesAt({"/plain"})[0]};
+    EXPECT_EQ(KeeperRule::heldElsewhere(files), (std::vector<bool>{false, false, true, true, false}));
+}
+
+TEST(KeeperHeldElsewhere, OutranksPlaceNameAndFolders) {
+    std::vector<DuplicateFile> files = filesAt({"/Users/me/Documents/Taxes/2023.pdf", "/Users/me/Downloads/old/2023 copy.pdf"});
+    files[1].linkCount = 2;
+    EXPECT_EQ(KeeperRule::ordered(files, home)[0].path, "/Users/me/Downloads/old/2023 copy.pdf");
+    // Every name in the group: the place decides again.
+    files[1].otherNames = {"/Users/me/Downloads/2023.pdf"};
+    EXPECT_EQ(KeeperRule::ordered(files, home)[0].path, "/Users/me/Documents/Taxes/2023.pdf");
+}
+
+TEST(KeeperHeldElsewhere, AmongCopiesHeldElsewhereThePlaceDecides) {
+    std::vector<DuplicateFile> files = filesAt({"/Users/me/Downloads/a.pdf", "/Users/me/Documents/a.pdf", "/Users/me/x/a.pdf"});
+    files[0].linkCount = 2;
+    files[1].linkCount = 2;
+    EXPECT_EQ(KeeperRule::ordered(files, home)[0].path, "/Users/me/Documents/a.pdf");
+    EXPECT_EQ(KeeperRule::ordered(files, home)[1].path, "/Users/me/Downloads/a.pdf");
+}

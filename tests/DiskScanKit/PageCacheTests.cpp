@@ -1,6 +1,7 @@
 // Reading a file to compare it leaves the page cache as it was: what was
-// cached stays cached, and nothing else is left behind. Checked with mincore
-// of the test's own, on real files.
+// cached stays cached, and nothing else is left behind; and the reader tells
+// how much of a file would come from the disk. Checked with mincore of the
+// test's own, on real files.
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
@@ -10,6 +11,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "DiskScanKit/Lockstep.h"
 #include "DiskScanKit/OpenFile.h"
 #include "DiskScanKit/Sha256.h"
 #include "Fixture.h"
@@ -190,4 +192,66 @@ TEST_F(LongFilePageCache, WholeReadOfAnUncachedFileLeavesNothingBehind) {
     OpenFile file = open(OpenFile::Pattern::sequential);
     EXPECT_EQ(readWhole(file), bytes);
     EXPECT_EQ(changes(before, residency(path)), "");
+}
+
+TEST_F(PageCache, SideBySideComparisonLeavesEachFileAsItFoundIt) {
+    // A twin of the file but for one byte three quarters in, not cached at all.
+    const std::string twin = folder / "twin.mkv";
+    writeFile(twin, bytes);
+    const int fd = ::open(twin.c_str(), O_WRONLY | O_CLOEXEC);
+    ASSERT_EQ(pwrite(fd, "y", 1, 3 * bytes / 4), 1);
+    ASSERT_EQ(fsync(fd), 0);
+    close(fd);
+    evict(twin);
+    warm(path, 0, bytes / 2);
+    const std::vector<bool> before = residency(path);
+    const std::vector<bool> twinBefore = residency(twin);
+
+    std::vector<std::optional<OpenFile>> files;
+    files.push_back(open(OpenFile::Pattern::sequential));
+    files.push_back(OpenFile::bypassCache(twin, *FileIdentity::ofPath(twin), OpenFile::Pattern::sequential));
+    const std::vector<std::size_t> copies{1, 1};
+    std::vector<std::byte> pieces(4 << 20);
+    const std::vector<Lockstep::Verdict> verdicts = Lockstep::compare(files, copies, pieces, [](std::int64_t) { return true; });
+    ASSERT_EQ(verdicts.size(), 2u);
+    EXPECT_EQ(verdicts[0].kind, Lockstep::Verdict::Kind::parted);
+    EXPECT_EQ(changes(before, residency(path)), "");
+    EXPECT_EQ(changes(twinBefore, residency(twin)), "");
+}
+
+TEST_F(PageCache, PiecesNotCachedCountsEachPieceHoldingAnUncachedPageOnce) {
+    const auto page = static_cast<std::int64_t>(pageBytes);
+    const std::int64_t mebibyte = 1 << 20;
+    // Missing: the two pages either side of 3 MiB, and the last page.
+    warm(path, 0, 3 * mebibyte - page);
+    warm(path, 3 * mebibyte + page, bytes - page);
+    const std::vector<bool> pages = residency(path);
+    if (residentIn(pages, 0, pages.size()) != pages.size() - 3)
+        GTEST_SKIP() << "the page cache can't be set up page by page here";
+    OpenFile file = open(OpenFile::Pattern::sequential);
+    EXPECT_EQ(file.piecesNotCached(static_cast<std::size_t>(mebibyte)), 3);
+    EXPECT_EQ(file.piecesNotCached(static_cast<std::size_t>(2 * mebibyte)), 2);
+    EXPECT_EQ(file.piecesNotCached(pageBytes), 3);
+    EXPECT_EQ(file.piecesNotCached(static_cast<std::size_t>(bytes)), 1);
+}
+
+TEST_F(PageCache, PiecesNotCachedIsNoneForACachedFileAndEveryPieceForAnUncachedOne) {
+    {
+        OpenFile cold = open(OpenFile::Pattern::sequential);
+        EXPECT_EQ(cold.piecesNotCached(1 << 20), bytes >> 20);
+        EXPECT_EQ(cold.piecesNotCached(3 << 20), 3);
+    }
+    warm(path, 0, bytes);
+    OpenFile file = open(OpenFile::Pattern::sequential);
+    EXPECT_EQ(file.piecesNotCached(1 << 20), 0);
+}
+
+TEST_F(LongFilePageCache, FetchedPagesStillOnTheirWayWhenTheFileIsLetGoAreDroppedToo) {
+    {
+        OpenFile file = open(OpenFile::Pattern::sequential);
+        ASSERT_TRUE(file.fetchMissing());
+        ASSERT_EQ(file.readNext(buffer), buffer.size());
+    }
+    const std::vector<bool> after = residency(path);
+    EXPECT_EQ(residentIn(after, 0, after.size()), 0u);
 }

@@ -253,3 +253,24 @@ TEST(GroupReclaimable, ClonesOfTheKeeperFreeNothingAndPlainCopiesTheirBytes) {
     EXPECT_EQ(group.files[0].path, "/Users/me/Documents/Work/r.pdf");
     EXPECT_EQ(group.reclaimableBytes, 4096);
 }
+
+TEST(GroupReclaimable, CopyWithANameOutsideTheGroupIsKeptAndTheOthersFreeTheirBytes) {
+    // The Downloads copy has a second name in a folder that wasn't compared:
+    // removing it would free nothing, so it stays and the better-placed copy goes.
+    const DuplicateGroup group("abc", 5000,
+                               {copyAt("/Users/me/Documents/Work/r.pdf", 4096),
+                                copyAt("/Users/me/Downloads/r.pdf", allocated, {}, 2)},
+                               "/Users/me");
+    EXPECT_EQ(group.files[0].path, "/Users/me/Downloads/r.pdf");
+    EXPECT_EQ(group.reclaimableBytes, 4096);
+}
+
+TEST(GroupReclaimable, CloneOfFilesOutsideTheGroupIsKept) {
+    const DuplicateGroup group("abc", 5000,
+                               {copyAt("/Users/me/Documents/Work/r.pdf", 4096),
+                                copyAt("/Users/me/Downloads/r.pdf", allocated, fullClone(5, std::nullopt)),
+                                copyAt("/Users/me/Desktop/r.pdf", 4096)},
+                               "/Users/me");
+    EXPECT_EQ(group.files[0].path, "/Users/me/Downloads/r.pdf");
+    EXPECT_EQ(group.reclaimableBytes, 2 * 4096);
+}

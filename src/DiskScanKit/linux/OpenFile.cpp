@@ -19,7 +19,11 @@
 //     DONTNEED over the whole file would evict what others had cached.)
 //  3. Pages the kernel read ahead past the current piece are dropped when
 //     their piece is reached, and whatever is left when the file is closed
-//     (after an error, or a cancelled hash) is dropped then.
+//     (after an error, a cancelled hash, or a file parted early from its
+//     bucket) is dropped then. Pages still on their way from the disk at
+//     that moment can't be dropped until they arrive, so the reader looks
+//     again, a millisecond apart and for 50 ms at most, until none of its
+//     own are left.
 //
 // Example, a file of 8 pages whose pages 0-3 are cached by an editor:
 // resident runs = [0,4). Reading 2 pages at a time: after [0,2) and [2,4)
@@ -43,11 +47,21 @@
 //
 // Readahead. Two small samples are read with POSIX_FADV_RANDOM, so the kernel
 // reads the pages asked for and no more; a whole file is read with
-// POSIX_FADV_SEQUENTIAL, which doubles the readahead window.
+// POSIX_FADV_SEQUENTIAL, which doubles the readahead window. A file with a
+// few pages missing can have them all asked for at once (POSIX_FADV_WILLNEED,
+// after its residency is noted, so they count as the reader's to drop).
 //
 // Identity. The file is opened O_NOFOLLOW (a link swapped in is refused) and
 // O_NONBLOCK (a FIFO swapped in can't hang the open), then checked with fstat
-// against what was measured: a file changed or replaced since is refused.
+// against what was measured: a file changed or replaced since is refused. The
+// status change time is part of what is checked: a writer can put the
+// modification time back, but not that. After reading, the same check on the
+// open descriptor tells whether the file changed while it was read.
+//
+// Seeking. Whether a device pays for reading two files in turn is what
+// /sys/dev/block/MAJOR:MINOR/queue/rotational says, or, for a partition, the
+// same file of the disk that holds it. Virtual disks often call themselves
+// rotational whatever lies below; that errs on the careful side.
 
 #include "DiskScanKit/OpenFile.h"
 
@@ -55,12 +69,15 @@
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cerrno>
 #include <cstring>
+#include <thread>
 #include <utility>
 
 #include "DiskScanKit/AnchoredPath.h"
@@ -85,6 +102,11 @@ std::uint64_t pagesCovering(std::int64_t bytes) {
     const auto size = static_cast<std::uint64_t>(std::max<std::int64_t>(bytes, 0));
     return (size + pageSize() - 1) / pageSize();
 }
+
+// Pages still being read in when a file is let go (read ahead, or fetched)
+// can't be dropped until they arrive; the reader looks again this many
+// times, a millisecond apart, while they do.
+constexpr int settleAttempts = 50;
 
 // mincore answers one byte per page; 16,384 pages (64 MiB) per window keeps that table small.
 constexpr std::uint64_t windowPages = 16384;
@@ -122,7 +144,8 @@ std::string sentence(const char* call, const std::string& path, int error) {
 FileIdentity identityOf(const struct stat& status) {
     return {static_cast<std::uint64_t>(status.st_dev), static_cast<std::uint64_t>(status.st_ino),
             static_cast<std::int64_t>(status.st_size), static_cast<std::int64_t>(status.st_mtim.tv_sec),
-            static_cast<std::int64_t>(status.st_mtim.tv_nsec)};
+            static_cast<std::int64_t>(status.st_mtim.tv_nsec), static_cast<std::int64_t>(status.st_ctim.tv_sec),
+            static_cast<std::int64_t>(status.st_ctim.tv_nsec)};
 }
 
 } // namespace
@@ -164,14 +187,14 @@ std::optional<OpenFile> OpenFile::bypassCache(const std::string& path, const Fil
     posix_fadvise(fd, 0, 0, pattern == Pattern::ranges ? POSIX_FADV_RANDOM : POSIX_FADV_SEQUENTIAL);
     static const uid_t user = geteuid();
     const bool ours = status.st_uid == user || user == 0;
-    return OpenFile(fd, path, expected.size, ours);
+    return OpenFile(fd, path, expected, ours);
 }
 
-OpenFile::OpenFile(int fd, std::string path, std::int64_t size, bool residencyVisible)
-    : fd_(fd), path_(std::move(path)), size_(size), residencyVisible_(residencyVisible) {}
+OpenFile::OpenFile(int fd, std::string path, const FileIdentity& identity, bool residencyVisible)
+    : fd_(fd), path_(std::move(path)), identity_(identity), size_(identity.size), residencyVisible_(residencyVisible) {}
 
 OpenFile::OpenFile(OpenFile&& other) noexcept
-    : fd_(std::exchange(other.fd_, -1)), path_(std::move(other.path_)), size_(other.size_),
+    : fd_(std::exchange(other.fd_, -1)), path_(std::move(other.path_)), identity_(other.identity_), size_(other.size_),
       residencyVisible_(other.residencyVisible_), position_(other.position_),
       residentBefore_(std::move(other.residentBefore_)), releasedBelow_(other.releasedBelow_),
       failure_(std::move(other.failure_)) {
@@ -183,6 +206,7 @@ OpenFile& OpenFile::operator=(OpenFile&& other) noexcept {
     close();
     fd_ = std::exchange(other.fd_, -1);
     path_ = std::move(other.path_);
+    identity_ = other.identity_;
     size_ = other.size_;
     residencyVisible_ = other.residencyVisible_;
     position_ = other.position_;
@@ -197,9 +221,28 @@ OpenFile::~OpenFile() { close(); }
 
 void OpenFile::close() {
     if (fd_ < 0) return;
-    if (residentBefore_)
-        dropNotResident(alignDown(releasedBelow_, largestFolioPages()), filePages(), *residentBefore_);
+    if (residentBefore_) {
+        const std::uint64_t from = alignDown(releasedBelow_, largestFolioPages());
+        dropNotResident(from, filePages(), *residentBefore_);
+        for (int attempt = 0; attempt < settleAttempts && holdsMoreThanBefore(from, filePages()); ++attempt) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            dropNotResident(from, filePages(), *residentBefore_);
+        }
+    }
     ::close(std::exchange(fd_, -1));
+}
+
+bool OpenFile::holdsMoreThanBefore(std::uint64_t firstPage, std::uint64_t endPage) const {
+    std::uint64_t before = 0;
+    for (const PageRun& run : *residentBefore_)
+        if (run.end > firstPage && run.first < endPage)
+            before += std::min(run.end, endPage) - std::max(run.first, firstPage);
+    if (const std::optional<std::uint64_t> cached = cachedCount(fd_, firstPage, endPage)) return *cached > before;
+    const std::optional<std::vector<PageRun>> now = residentPages(firstPage, endPage);
+    if (!now) return false;
+    std::uint64_t cachedNow = 0;
+    for (const PageRun& run : *now) cachedNow += run.end - run.first;
+    return cachedNow > before;
 }
 
 std::uint64_t OpenFile::filePages() const { return pagesCovering(size_); }
@@ -281,11 +324,15 @@ bool OpenFile::read(std::size_t count, std::int64_t offset, std::span<std::byte>
     return ok;
 }
 
-std::optional<std::size_t> OpenFile::readNext(std::span<std::byte> buffer) {
+void OpenFile::noteResidency() {
     if (residencyVisible_ && !residentBefore_ && position_ == 0) {
         residentBefore_ = residentPages(0, filePages());
         if (!residentBefore_) residencyVisible_ = false;
     }
+}
+
+std::optional<std::size_t> OpenFile::readNext(std::span<std::byte> buffer) {
+    noteResidency();
     ssize_t got = 0;
     do {
         got = ::read(fd_, buffer.data(), buffer.size());
@@ -305,6 +352,81 @@ std::optional<std::size_t> OpenFile::readNext(std::span<std::byte> buffer) {
         }
     }
     return static_cast<std::size_t>(got);
+}
+
+std::optional<std::size_t> OpenFile::readFull(std::span<std::byte> buffer) {
+    std::size_t filled = 0;
+    while (filled < buffer.size()) {
+        const std::optional<std::size_t> got = readNext(buffer.subspan(filled));
+        if (!got) return std::nullopt;
+        if (*got == 0) break;
+        filled += *got;
+    }
+    return filled;
+}
+
+bool OpenFile::unchanged() {
+    struct stat status {};
+    if (fstat(fd_, &status) != 0) {
+        failure_ = sentence("fstat", path_, errno);
+        return false;
+    }
+    if (identityOf(status) == identity_) return true;
+    failure_ = path_ + ": changed while it was read";
+    return false;
+}
+
+std::vector<OpenFile::PageRun> OpenFile::missingRuns() const {
+    std::vector<PageRun> missing;
+    if (!residentBefore_) return missing;
+    const std::uint64_t end = filePages();
+    std::uint64_t cursor = 0;
+    for (const PageRun& run : *residentBefore_) {
+        if (cursor < std::min(run.first, end)) missing.push_back({cursor, std::min(run.first, end)});
+        cursor = std::max(cursor, run.end);
+    }
+    if (cursor < end) missing.push_back({cursor, end});
+    return missing;
+}
+
+std::optional<std::int64_t> OpenFile::piecesNotCached(std::size_t pieceBytes) {
+    noteResidency();
+    if (!residentBefore_) return std::nullopt;
+    const std::uint64_t piecePages = std::max<std::uint64_t>(1, pieceBytes / pageSize());
+    std::int64_t pieces = 0;
+    // The piece after the last one counted: a run that starts inside a piece
+    // already counted adds only the pieces past it.
+    std::uint64_t countedUpTo = 0;
+    for (const PageRun& run : missingRuns()) {
+        const std::uint64_t first = std::max(run.first / piecePages, countedUpTo);
+        const std::uint64_t last = (run.end - 1) / piecePages;
+        if (first > last) continue;
+        pieces += static_cast<std::int64_t>(last - first + 1);
+        countedUpTo = last + 1;
+    }
+    return pieces;
+}
+
+bool OpenFile::fetchMissing() {
+    noteResidency();
+    if (!residentBefore_) return false;
+    for (const PageRun& run : missingRuns())
+        posix_fadvise(fd_, static_cast<off_t>(run.first * pageSize()),
+                      static_cast<off_t>((run.end - run.first) * pageSize()), POSIX_FADV_WILLNEED);
+    return true;
+}
+
+bool OpenFile::deviceSeeks(std::uint64_t device) {
+    const std::string block = "/sys/dev/block/" + std::to_string(major(device)) + ":" + std::to_string(minor(device));
+    for (const std::string& path : {block + "/queue/rotational", block + "/../queue/rotational"}) {
+        const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        if (fd < 0) continue;
+        char answer = 0;
+        const ssize_t got = ::read(fd, &answer, 1);
+        ::close(fd);
+        if (got == 1) return answer != '0';
+    }
+    return true;
 }
 
 } // namespace tessel

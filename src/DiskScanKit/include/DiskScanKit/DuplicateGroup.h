@@ -3,7 +3,8 @@
 // Copies may be hard links (one inode, several names: nothing comes free
 // until the last name goes) or copy-on-write clones (separate inodes over the
 // same blocks: the shared blocks come free only when every clone goes). The
-// keeper rule picks the copy that stays by default: the one in the most
+// keeper rule picks the copy that stays by default: first one whose blocks
+// something outside the group holds anyway, then the one in the most
 // deliberate place, with the least copied-looking name.
 
 #include <chrono>
@@ -123,14 +124,18 @@ namespace KeeperRule {
 enum class Place { organised, standardFolder, elsewhere, downloads };
 
 struct Rank {
+    // Removing the copy would free none of its blocks, since a name or a
+    // clone outside the group keeps them: such a copy is the one to keep.
+    bool heldElsewhere = false;
     Place place = Place::elsewhere;
     bool nameLooksCopied = false;
     int copiedFolders = 0;
     std::string path;
 };
 
-// Place, then a name that doesn't look copied, then fewer copied-looking
-// folders, then the path in natural order, then the path byte by byte.
+// Held elsewhere first, then place, then a name that doesn't look copied,
+// then fewer copied-looking folders, then the path in natural order, then the
+// path byte by byte.
 bool precedes(const Rank& a, const Rank& b);
 
 // The home folder's components, lower case.
@@ -142,7 +147,12 @@ std::vector<std::string> folders(std::string_view home);
 // 0 when none applies. Components are compared in lower case.
 std::size_t startingPoint(const std::vector<std::string>& lowerComponents,
                           const std::vector<std::string>& homeFolders);
+// The rank a path alone gives, `heldElsewhere` false.
 Rank rank(std::string_view path, const std::vector<std::string>& homeFolders);
+// For each of a group's files, whether its blocks stay held when it goes: it
+// has names the group doesn't list (more links than names here), or it is a
+// full clone whose set the group doesn't hold whole.
+std::vector<bool> heldElsewhere(const std::vector<DuplicateFile>& files);
 // The folder a path lies in where the user's own part begins, as it is
 // spelled on disk ("Documents" for ~/Documents/Taxes/a.pdf); empty when the
 // path has no folder there.

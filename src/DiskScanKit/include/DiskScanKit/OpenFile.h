@@ -1,9 +1,11 @@
 #pragma once
 // Measuring a path and opening the file for comparing its contents: the
 // platform's part of the duplicate finder. An open file makes two promises:
-//  - It is the file that was measured: same device, inode, size and
-//    modification time, and a regular file. One that was changed or swapped
-//    since is refused, so it is skipped rather than compared.
+//  - It is the file that was measured: same device, inode, size, and times of
+//    change of contents and of status, and a regular file. One that was
+//    changed or swapped since is refused, so it is skipped rather than
+//    compared; and after reading, `unchanged()` tells whether it changed while
+//    it was read.
 //  - Reading it leaves the page cache as it found it: pages other programs had
 //    cached stay cached, and pages brought in only for this read are let go.
 
@@ -23,6 +25,10 @@ struct FileIdentity {
     std::int64_t size = 0;
     std::int64_t modifiedSeconds = 0;
     std::int64_t modifiedNanoseconds = 0;
+    // Any write moves the status change time, even one that puts the
+    // modification time back afterwards.
+    std::int64_t changedSeconds = 0;
+    std::int64_t changedNanoseconds = 0;
     bool operator==(const FileIdentity&) const = default;
 
     // The identity of what `path` names now, without following a final link;
@@ -70,6 +76,27 @@ public:
     // The next piece of the file, up to the buffer's size, in order from the
     // start: its length, 0 at the end, or nothing on an error.
     std::optional<std::size_t> readNext(std::span<std::byte> buffer);
+    // Fills the buffer with the next bytes, short only at the end of the file.
+    std::optional<std::size_t> readFull(std::span<std::byte> buffer);
+    // Whether the file is still as it was measured; false, with `failure()`
+    // saying so, when it was written to or its status changed meanwhile.
+    bool unchanged();
+    // Of the file's pieces of `pieceBytes` (whole pages), counted from its
+    // start, how many hold a page that is not in the page cache: the reads
+    // that must go to the disk when the file is read a piece at a time. 0 for
+    // a file wholly cached; nothing when the kernel won't say.
+    std::optional<std::int64_t> piecesNotCached(std::size_t pieceBytes);
+    // Asks the kernel to start reading the pages that are not cached, all of
+    // them now, so that the disk reads them together; they are let go again
+    // as the reading passes them, like any other. False when the kernel
+    // won't say what is cached.
+    bool fetchMissing();
+
+    // Whether reading two places of `device` in turn costs a seek each time:
+    // true unless the device says that it doesn't rotate. A file system with
+    // no block device of its own (a network one, a device-mapper stack the
+    // kernel doesn't describe) counts as seeking.
+    static bool deviceSeeks(std::uint64_t device);
 
     const std::string& path() const { return path_; }
     std::int64_t size() const { return size_; }
@@ -82,17 +109,24 @@ private:
         std::uint64_t end = 0;
     };
 
-    OpenFile(int fd, std::string path, std::int64_t size, bool residencyVisible);
+    OpenFile(int fd, std::string path, const FileIdentity& identity, bool residencyVisible);
     void close();
     std::uint64_t filePages() const;
     // The pages of [firstPage, endPage) in the cache now, as runs; nothing
     // when the kernel won't tell.
     std::optional<std::vector<PageRun>> residentPages(std::uint64_t firstPage, std::uint64_t endPage) const;
+    // Before the first sequential read: notes which pages are cached.
+    void noteResidency();
+    // The runs of pages that were not cached when residency was noted.
+    std::vector<PageRun> missingRuns() const;
+    // Whether [firstPage, endPage) has more pages cached now than before the first read.
+    bool holdsMoreThanBefore(std::uint64_t firstPage, std::uint64_t endPage) const;
     // Drops the pages of [firstPage, endPage) that `resident` doesn't hold.
     void dropNotResident(std::uint64_t firstPage, std::uint64_t endPage, const std::vector<PageRun>& resident);
 
     int fd_;
     std::string path_;
+    FileIdentity identity_;
     std::int64_t size_;
     // False when the kernel can't tell us what was cached (the file isn't
     // ours): then nothing is dropped, since it may be others' pages.

@@ -86,6 +86,14 @@ TEST(DuplicateChoicesKeeper, TheReasonNamesWhatSetTheKeeperApart) {
               "Kept: its name doesn't look like a copy.");
     EXPECT_EQ(reason({copy("/home/ann/stuff/b.bin", 1), copy("/home/ann/stuff/a.bin", 1)}),
               "Kept: the first by name, since nothing else tells the copies apart.");
+    DuplicateFile linkedElsewhere = copy("/home/ann/Downloads/a.bin", 1);
+    linkedElsewhere.linkCount = 2;
+    EXPECT_EQ(reason({copy("/home/ann/Documents/Taxes/a.bin", 1), linkedElsewhere}),
+              "Kept: it has another name outside the folder compared, so removing it would free nothing.");
+    DuplicateFile cloned = copy("/home/ann/Downloads/a.bin", 1);
+    cloned.cloneStream = CloneStream{{1, 9}, std::nullopt};
+    EXPECT_EQ(reason({copy("/home/ann/Documents/Taxes/a.bin", 1), cloned}),
+              "Kept: it shares all its blocks with clones outside this group, so removing it would free nothing.");
     EXPECT_TRUE(reason({copy("/home/ann/a.bin", 1, 3), copy("/home/ann/b.bin", 1, 1)}, DuplicateWords::Keeping::oldest)
                     .starts_with("Kept as the oldest copy, last changed "));
 }
