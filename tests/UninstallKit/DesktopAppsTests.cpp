@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -133,11 +134,16 @@ TEST_F(DescribedLinux, SnapsAndAppImagesAreToldApartAndTheHomeIsReadAsItIs) {
     program(machine.home + "/Applications/Paint-2.1-x86_64.AppImage");
     app(machine.home + "/.local/share/applications/appimagekit-paint.desktop", "Paint",
         "Exec=\"" + machine.home + "/Applications/Paint-2.1-x86_64.AppImage\" %F\nX-AppImage-Version=2.1\n");
+    program("/opt/Draw.appimage");
+    app("/usr/share/applications/draw.desktop", "Draw", "Exec=/opt/Draw.appimage\n");
     program(machine.home + "/.local/bin/tool");
     app("/usr/share/applications/tool.desktop", "Tool", "Exec=tool --gui\n");
 
-    const DesktopAppListing found = listing();
-    ASSERT_EQ(names(found), (std::vector<std::string>{"Notes", "Paint", "Tool"}));
+    DesktopAppListing found = listing();
+    ASSERT_EQ(names(found), (std::vector<std::string>{"Draw", "Notes", "Paint", "Tool"}));
+    EXPECT_EQ(found.apps[0].source, "appimage") << "by the program it runs";
+    EXPECT_EQ(found.apps[0].version, std::nullopt);
+    found.apps.erase(found.apps.begin());
     EXPECT_EQ(found.apps[0].source, "snap");
     EXPECT_EQ(found.apps[0].programPath, std::nullopt) << "/snap/bin/notes is not on this machine";
     EXPECT_EQ(found.apps[1].source, "appimage");
@@ -154,6 +160,23 @@ TEST_F(DescribedLinux, NamesFollowTheLocaleAndSortAsAPersonReads) {
     EXPECT_EQ(names(listing()), (std::vector<std::string>{"Archive", "browser", "calendar"}));
     machine.locale = MessagesLocale::parse("sr_RS.UTF-8@latin");
     EXPECT_EQ(names(listing()), (std::vector<std::string>{"Archive", "calendar", "Pregledač"}));
+}
+
+// Root lists every folder, so this runs as an ordinary user only.
+struct UnprivilegedDesktopApps : DescribedLinux {};
+
+TEST_F(UnprivilegedDesktopApps, AFolderThatCantBeListedIsReported) {
+    if (geteuid() == 0) GTEST_SKIP() << "root lists every folder; scripts/run-unprivileged runs this as an ordinary user";
+    app("/usr/share/applications/viewer.desktop", "Viewer");
+    app("/usr/share/applications/locked/other.desktop", "Other");
+    const std::string locked = local("/usr/share/applications/locked");
+    ASSERT_EQ(chmod(locked.c_str(), 0), 0);
+    const DesktopAppListing found = listing();
+    chmod(locked.c_str(), 0755);
+    EXPECT_EQ(names(found), std::vector<std::string>{"Viewer"});
+    ASSERT_EQ(found.unreadable.size(), 1u);
+    EXPECT_EQ(found.unreadable[0].first, "/usr/share/applications/locked");
+    EXPECT_EQ(found.unreadable[0].second, "opendir(" + locked + "): Permission denied");
 }
 
 TEST(DesktopMachineEnvironment, DataHomeFirstThenDataDirsInOrder) {

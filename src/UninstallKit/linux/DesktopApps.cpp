@@ -31,7 +31,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <set>
 
 #include "DiskScanKit/Paths.h"
@@ -61,10 +63,16 @@ struct EntryFile {
     std::string path; // on the machine
 };
 
+// A folder that is not there is no fault: most data folders hold no applications folder.
 void listEntries(const DesktopMachine& machine, const std::string& folder, const std::string& idPrefix, int depth,
-                 std::vector<EntryFile>& found) {
-    DIR* listing = opendir(machine.onDisk(folder).c_str());
-    if (listing == nullptr) return;
+                 std::vector<EntryFile>& found, DesktopAppListing& listed) {
+    const std::string local = machine.onDisk(folder);
+    DIR* listing = opendir(local.c_str());
+    if (listing == nullptr) {
+        if (errno != ENOENT && errno != ENOTDIR)
+            listed.unreadable.emplace_back(folder, "opendir(" + local + "): " + std::strerror(errno));
+        return;
+    }
     std::vector<std::pair<std::string, unsigned char>> items;
     while (const dirent* item = readdir(listing)) {
         const std::string name = item->d_name;
@@ -80,7 +88,7 @@ void listEntries(const DesktopMachine& machine, const std::string& folder, const
             if (lstat(machine.onDisk(path).c_str(), &info) != 0) continue;
             kind = S_ISDIR(info.st_mode) ? DT_DIR : S_ISLNK(info.st_mode) ? DT_LNK : DT_REG;
         }
-        if (kind == DT_DIR && depth < maxFolderDepth) listEntries(machine, path, idPrefix + name + "-", depth + 1, found);
+        if (kind == DT_DIR && depth < maxFolderDepth) listEntries(machine, path, idPrefix + name + "-", depth + 1, found, listed);
         else if (kind != DT_DIR && name.ends_with(".desktop")) found.push_back({idPrefix + name, path});
     }
 }
@@ -176,7 +184,7 @@ DesktopAppListing installedApps(const DesktopMachine& machine) {
     std::set<std::string> takenIds;
     for (const std::string& dataFolder : machine.dataFolders) {
         std::vector<EntryFile> files;
-        listEntries(machine, Paths::join(dataFolder, "applications"), "", 0, files);
+        listEntries(machine, Paths::join(dataFolder, "applications"), "", 0, files, listing);
         for (const EntryFile& file : files) {
             if (takenIds.contains(file.id)) continue;
             const std::optional<std::string> target = machine.followLinks(file.path);

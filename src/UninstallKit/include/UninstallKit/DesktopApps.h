@@ -38,7 +38,7 @@ struct DesktopMachine {
 
 struct DesktopAppListing {
     std::vector<InstalledApp> apps;
-    // Entries passed over as unreadable: the entry's path and why.
+    // Entries and folders passed over as unreadable: the path and why.
     std::vector<std::pair<std::string, std::string>> unreadable;
 };
 
