@@ -135,7 +135,7 @@ TEST_F(DescribedLinux, SnapsAndAppImagesAreToldApartAndTheHomeIsReadAsItIs) {
     app(machine.home + "/.local/share/applications/appimagekit-paint.desktop", "Paint",
         "Exec=\"" + machine.home + "/Applications/Paint-2.1-x86_64.AppImage\" %F\nX-AppImage-Version=2.1\n");
     program("/opt/Draw.appimage");
-    app("/usr/share/applications/draw.desktop", "Draw", "Exec=/opt/Draw.appimage\n");
+    app("/usr/share/applications/draw.desktop", "Draw", "Exec=env GDK_BACKEND=x11 /opt/Draw.appimage\n");
     program(machine.home + "/.local/bin/tool");
     app("/usr/share/applications/tool.desktop", "Tool", "Exec=tool --gui\n");
 
@@ -143,6 +143,7 @@ TEST_F(DescribedLinux, SnapsAndAppImagesAreToldApartAndTheHomeIsReadAsItIs) {
     ASSERT_EQ(names(found), (std::vector<std::string>{"Draw", "Notes", "Paint", "Tool"}));
     EXPECT_EQ(found.apps[0].source, "appimage") << "by the program it runs";
     EXPECT_EQ(found.apps[0].version, std::nullopt);
+    EXPECT_EQ(found.apps[0].programPath, "/opt/Draw.appimage") << "env runs it";
     found.apps.erase(found.apps.begin());
     EXPECT_EQ(found.apps[0].source, "snap");
     EXPECT_EQ(found.apps[0].programPath, std::nullopt) << "/snap/bin/notes is not on this machine";

@@ -11,6 +11,10 @@
 // TryExec program, when they name one, is there to run. NoDisplay=true apps
 // are installed apps all the same, kept and marked as not shown.
 //
+// An app's program is the first word of its Exec (or what "env A=1 prog"
+// runs), looked for as the shell would, on PATH. Flatpak and snap apps run
+// through a launcher, so their entry, not the launcher, stands for them.
+//
 // A file that can't be read or makes no sense is reported and passed over:
 // it takes no ID, so the system's entry of the same ID still shows the app
 // that is installed.
@@ -102,11 +106,22 @@ bool endsWithAppImage(std::string_view name) {
     });
 }
 
+// The program a command runs: "env A=1 viewer" runs viewer. With options
+// given to env, env it stays, rather than a guess at which word is the program.
+std::string programOf(const std::vector<std::string>& exec) {
+    if (Paths::lastComponent(exec.front()) != "env") return exec.front();
+    for (std::size_t at = 1; at < exec.size(); ++at) {
+        if (exec[at].starts_with('-')) break;
+        if (exec[at].find('=') == std::string::npos) return exec[at];
+    }
+    return exec.front();
+}
+
 std::string sourceOf(const std::map<std::string, std::string>& extras, const std::vector<std::string>& exec) {
     if (extras.contains("X-Flatpak")) return "flatpak";
     if (extras.contains("X-SnapInstanceName")) return "snap";
     if (extras.contains("X-AppImage-Version")) return "appimage";
-    if (!exec.empty() && endsWithAppImage(Paths::lastComponent(exec.front()))) return "appimage";
+    if (!exec.empty() && endsWithAppImage(Paths::lastComponent(programOf(exec)))) return "appimage";
     return "other";
 }
 
@@ -173,12 +188,6 @@ std::optional<std::string> DesktopMachine::program(const std::string& command) c
 
 namespace AppCatalog {
 
-std::string desktopId(std::string_view relative) {
-    std::string id(relative);
-    std::replace(id.begin(), id.end(), '/', '-');
-    return id;
-}
-
 DesktopAppListing installedApps(const DesktopMachine& machine) {
     DesktopAppListing listing;
     std::set<std::string> takenIds;
@@ -209,7 +218,7 @@ DesktopAppListing installedApps(const DesktopMachine& machine) {
             app.name = entry.name(machine.locale).value_or(*app.bundleIdentifier);
             app.isShown = !entry.isNotShown();
             if (const std::optional<DesktopEntry::Command> command = entry.exec()) app.exec = command->arguments;
-            if (!app.exec.empty()) app.programPath = machine.program(app.exec.front());
+            if (!app.exec.empty()) app.programPath = machine.program(programOf(app.exec));
             const std::map<std::string, std::string> extras = entry.extras();
             app.source = sourceOf(extras, app.exec);
             if (const auto version = extras.find("X-AppImage-Version"); version != extras.end() && !version->second.empty())

@@ -44,10 +44,6 @@ struct DesktopAppListing {
 
 namespace AppCatalog {
 
-// The desktop ID of `relative`, an entry's path below an applications
-// folder: "kde4/okular.desktop" is "kde4-okular.desktop".
-std::string desktopId(std::string_view relative);
-
 // Every app the machine's desktop entries show or keep: entries of type
 // Application, neither hidden nor missing their TryExec program, the first
 // file of each desktop ID winning; sorted by name.
