@@ -11,6 +11,7 @@
 #include <fstream>
 
 #include "Fixture.h"
+#include "ScopedEnvironment.h"
 #include "UninstallKit/DesktopApps.h"
 
 namespace tessel {
@@ -181,17 +182,18 @@ TEST_F(UnprivilegedDesktopApps, AFolderThatCantBeListedIsReported) {
 }
 
 TEST(DesktopMachineEnvironment, DataHomeFirstThenDataDirsInOrder) {
-    setenv("HOME", "/home/me", 1);
-    setenv("XDG_DATA_HOME", "relative/is/ignored", 1);
-    setenv("XDG_DATA_DIRS", "/opt/share:relative:/usr/share/", 1);
-    setenv("PATH", "/usr/bin:bin", 1);
+    test::ScopedEnvironment environment;
+    environment.set("HOME", "/home/me");
+    environment.set("XDG_DATA_HOME", "relative/is/ignored");
+    environment.set("XDG_DATA_DIRS", "/opt/share:relative:/usr/share/");
+    environment.set("PATH", "/usr/bin:bin");
     DesktopMachine machine = DesktopMachine::fromEnvironment("/tmp/machine");
     EXPECT_EQ(machine.dataFolders, (std::vector<std::string>{"/home/me/.local/share", "/opt/share", "/usr/share"}));
     EXPECT_EQ(machine.programFolders, std::vector<std::string>{"/usr/bin"});
     EXPECT_EQ(machine.onDisk("/usr/share/x"), "/tmp/machine/usr/share/x");
     EXPECT_EQ(machine.onDisk("/home/me/.local/share/x"), "/home/me/.local/share/x");
 
-    unsetenv("XDG_DATA_DIRS");
+    environment.unset("XDG_DATA_DIRS");
     machine = DesktopMachine::fromEnvironment("/");
     EXPECT_EQ(machine.dataFolders,
               (std::vector<std::string>{"/home/me/.local/share", "/usr/local/share", "/usr/share"}));

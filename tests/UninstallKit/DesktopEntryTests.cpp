@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "Fixture.h"
+#include "ScopedEnvironment.h"
 #include "UninstallKit/DesktopEntry.h"
 
 namespace tessel {
@@ -92,10 +93,11 @@ TEST(DesktopEntryValues, LocalisedNameFollowsTheLocaleMostSpecificFirst) {
 }
 
 TEST(DesktopEntryValues, LocaleComesFromLcAllThenLcMessagesThenLang) {
-    const auto localeWith = [](const char* all, const char* messages, const char* lang) {
+    test::ScopedEnvironment environment;
+    const auto localeWith = [&](const char* all, const char* messages, const char* lang) {
         for (auto [variable, value] : {std::pair{"LC_ALL", all}, {"LC_MESSAGES", messages}, {"LANG", lang}}) {
-            if (value) setenv(variable, value, 1);
-            else unsetenv(variable);
+            if (value) environment.set(variable, value);
+            else environment.unset(variable);
         }
         const MessagesLocale locale = MessagesLocale::fromEnvironment();
         return locale.language + "_" + locale.country + "@" + locale.modifier;

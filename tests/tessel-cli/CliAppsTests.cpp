@@ -12,6 +12,7 @@
 
 #include "DiskScanKit/NameBytes.h"
 #include "Fixture.h"
+#include "ScopedEnvironment.h"
 #include "ToolRun.h"
 
 namespace tessel::cli {
@@ -21,11 +22,9 @@ using nlohmann::json;
 
 struct DescribedApps : ::testing::Test {
     void SetUp() override {
-        unsetenv("XDG_DATA_DIRS");
-        unsetenv("LC_ALL");
-        unsetenv("LC_MESSAGES");
-        setenv("LANG", "de_DE.UTF-8", 1);
-        setenv("PATH", "/usr/bin:/bin", 1);
+        for (const char* name : {"XDG_DATA_DIRS", "LC_ALL", "LC_MESSAGES"}) environment.unset(name);
+        environment.set("LANG", "de_DE.UTF-8");
+        environment.set("PATH", "/usr/bin:/bin");
         write(root + "/usr/bin/viewer", "#!/bin/sh\n", 0755);
         write(root + "/usr/bin/caf\xe9", "#!/bin/sh\n", 0755);
         write(root + "/usr/share/applications/viewer.desktop",
@@ -43,6 +42,7 @@ struct DescribedApps : ::testing::Test {
     }
     Outcome run(std::vector<std::string> words) { return runTessel(std::move(words), As::usual, home); }
 
+    test::ScopedEnvironment environment;
     test::TempFolder folder;
     std::string root = folder / "root";
     std::string home = folder / "home";
