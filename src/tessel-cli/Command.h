@@ -39,5 +39,6 @@ int runChanges(const std::vector<std::string>& words);
 int runReport(const std::vector<std::string>& words);
 int runDuplicates(const std::vector<std::string>& words);
 int runVolumes(const std::vector<std::string>& words);
+int runApps(const std::vector<std::string>& words);
 
 } // namespace tessel::cli

@@ -213,6 +213,33 @@ const std::vector<Command>& commands() {
          "                         disk's size at DIR and its mount point\n"
              + std::string(namesInJsonHelp),
          runVolumes},
+        {"apps", "List the apps installed on this machine",
+         "usage: tessel apps [--json] [--root DIR]\n"
+         "\n"
+         "Lists the apps of this machine as its desktop entries show them, sorted by\n"
+         "name: the entries in $XDG_DATA_HOME/applications (~/.local/share/applications)\n"
+         "first, then in each folder of $XDG_DATA_DIRS (/usr/local/share:/usr/share).\n"
+         "The first entry of a desktop ID is the one that counts, so a user's own copy\n"
+         "replaces the system's, and one that says Hidden=true removes the app. Entries\n"
+         "whose TryExec program is missing are left out; apps kept out of menus\n"
+         "(NoDisplay=true) are listed and marked. Names follow the language of\n"
+         "LC_ALL, LC_MESSAGES or LANG. Each app's path is the program its entry runs,\n"
+         "else the entry itself (always for Flatpak and snap apps, which run through\n"
+         "a launcher).\n"
+         "\n"
+         "  --json                 print {\"apps\": [{\"name\", \"identifier\", \"version\",\n"
+         "                         \"path\", \"source\", \"isSystem\", \"bytes\", \"isRunning\",\n"
+         "                         \"isShown\", \"entry\"}], \"unreadable\": [{\"file\",\n"
+         "                         \"reason\"}]}; identifier is the desktop ID without\n"
+         "                         \".desktop\", source is flatpak, snap, appimage or other,\n"
+         "                         version and bytes are null where not known, entry is\n"
+         "                         the desktop entry, and unreadable holds the entries\n"
+         "                         passed over because they could not be read\n"
+         "  --root DIR             describe the machine whose \"/\" is DIR: read the system's\n"
+         "                         folders and programs under DIR; the home's folders\n"
+         "                         ($HOME, $XDG_DATA_HOME) are read as they are\n"
+             + std::string(namesInJsonHelp),
+         runApps},
     };
     return list;
 }

@@ -1,0 +1,93 @@
+// tessel apps: the apps of this machine as its desktop entries show them,
+// with where each comes from.
+
+#include <sys/stat.h>
+
+#include <cstdio>
+
+#include <nlohmann/json.hpp>
+
+#include "Arguments.h"
+#include "Command.h"
+#include "Listing.h"
+#include "TerminalText.h"
+#include "DiskScanKit/Paths.h"
+#include "UninstallKit/DesktopApps.h"
+
+namespace tessel::cli {
+
+namespace {
+
+const std::vector<OptionSpec> appsOptions{{"json", false}, {"root", true}};
+
+nlohmann::ordered_json appItem(const InstalledApp& app) {
+    nlohmann::ordered_json item;
+    putName(item, "name", app.name);
+    putName(item, "identifier", app.bundleIdentifier.value_or(""));
+    if (app.version) putName(item, "version", *app.version);
+    else item["version"] = nullptr;
+    putName(item, "path", app.bundlePath);
+    item["source"] = app.source;
+    item["isSystem"] = app.isSystemApp;
+    // Sizes and running state come with the packages' file lists.
+    item["bytes"] = nullptr;
+    item["isRunning"] = false;
+    item["isShown"] = app.isShown;
+    putName(item, "entry", app.entryPath);
+    return item;
+}
+
+nlohmann::ordered_json unreadableItems(const std::vector<std::pair<std::string, std::string>>& entries) {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const auto& [file, reason] : entries) {
+        nlohmann::ordered_json item;
+        putName(item, "file", file);
+        putName(item, "reason", reason);
+        list.push_back(std::move(item));
+    }
+    return list;
+}
+
+void printApp(const InstalledApp& app) {
+    std::string notes;
+    if (app.source != "other") notes += ", " + app.source;
+    if (app.version) notes += ", version " + printable(*app.version);
+    if (!app.isShown) notes += ", not shown in menus";
+    std::printf("%s (%s%s)\n  %s\n", printable(app.name).c_str(), printable(app.bundleIdentifier.value_or("")).c_str(),
+                notes.c_str(), printable(app.bundlePath).c_str());
+}
+
+} // namespace
+
+int runApps(const std::vector<std::string>& words) {
+    const Arguments arguments = parseArguments(words, appsOptions);
+    if (!arguments.positionals.empty())
+        throw UsageError("apps takes no path, not \"" + arguments.positionals.front() + "\"");
+    std::string systemRoot = "/";
+    if (std::optional<std::string> root = arguments.value("root")) {
+        if (root->empty()) throw UsageError("--root wants the folder that stands for \"/\"");
+        systemRoot = Paths::absolute(*root);
+        struct stat info {};
+        if (stat(systemRoot.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
+            printError("--root " + printable(systemRoot) + " is not a folder");
+            return exitFailure;
+        }
+    }
+    const DesktopAppListing listing = AppCatalog::installedApps(DesktopMachine::fromEnvironment(systemRoot));
+    if (arguments.has("json")) {
+        nlohmann::ordered_json list = nlohmann::ordered_json::array();
+        for (const InstalledApp& app : listing.apps) list.push_back(appItem(app));
+        printJson({{"apps", std::move(list)}, {"unreadable", unreadableItems(listing.unreadable)}});
+        return exitSuccess;
+    }
+    if (listing.apps.empty()) std::printf("No app is installed: no desktop entry of an app was found.\n");
+    for (const InstalledApp& app : listing.apps) printApp(app);
+    if (!listing.unreadable.empty()) {
+        std::printf("Desktop entries passed over:\n");
+        for (const auto& [file, reason] : listing.unreadable)
+            std::printf("  %s: %s\n", printable(file).c_str(), printable(reason).c_str());
+    }
+    return exitSuccess;
+}
+
+} // namespace tessel::cli

@@ -1,0 +1,204 @@
+// The apps of a Linux machine described in a folder: a home with its own
+// entries, system folders under a root, programs on a PATH.
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "Fixture.h"
+#include "ScopedEnvironment.h"
+#include "UninstallKit/DesktopApps.h"
+
+namespace tessel {
+namespace {
+
+struct DescribedLinux : ::testing::Test {
+    void SetUp() override {
+        machine.root = folder / "root";
+        machine.home = folder / "home";
+        machine.dataHome = machine.home + "/.local/share";
+        machine.dataFolders = {machine.dataHome, "/usr/local/share", "/usr/share"};
+        machine.programFolders = {machine.home + "/.local/bin", "/usr/bin"};
+        program("/usr/bin/viewer");
+        program("/usr/bin/flatpak");
+    }
+    // A system path is written under the root, a home path as it is.
+    std::string local(const std::string& path) const {
+        return path.starts_with(machine.home) ? path : machine.root + path;
+    }
+    void write(const std::string& path, const std::string& text) const {
+        const std::string file = local(path);
+        std::filesystem::create_directories(file.substr(0, file.rfind('/')));
+        std::ofstream(file) << text;
+    }
+    void program(const std::string& path) const {
+        write(path, "#!/bin/sh\n");
+        chmod(local(path).c_str(), 0755);
+    }
+    void app(const std::string& path, const std::string& name, const std::string& more = "Exec=viewer\n") const {
+        write(path, "[Desktop Entry]\nType=Application\nName=" + name + "\n" + more);
+    }
+    DesktopAppListing listing() const { return AppCatalog::installedApps(machine); }
+    static std::vector<std::string> names(const DesktopAppListing& listing) {
+        std::vector<std::string> found;
+        for (const InstalledApp& app : listing.apps) found.push_back(app.name);
+        return found;
+    }
+
+    test::TempFolder folder;
+    DesktopMachine machine;
+};
+
+TEST_F(DescribedLinux, TheFirstFileOfAnIdWinsAndHiddenRemovesTheApp) {
+    app("/usr/share/applications/viewer.desktop", "System Viewer");
+    app("/usr/local/share/applications/viewer.desktop", "Local Viewer");
+    app("/usr/share/applications/editor.desktop", "Editor");
+    write(machine.home + "/.local/share/applications/editor.desktop", "[Desktop Entry]\nType=Application\nHidden=true\n");
+    app("/usr/share/applications/kde4/okular.desktop", "Okular");
+
+    const DesktopAppListing found = listing();
+    EXPECT_EQ(names(found), (std::vector<std::string>{"Local Viewer", "Okular"}));
+    EXPECT_TRUE(found.unreadable.empty());
+    const InstalledApp& okular = found.apps[1];
+    EXPECT_EQ(okular.desktopId, "kde4-okular.desktop");
+    EXPECT_EQ(okular.bundleIdentifier, "kde4-okular");
+    EXPECT_EQ(okular.entryPath, "/usr/share/applications/kde4/okular.desktop") << "a path of the machine, not of the test";
+    EXPECT_EQ(okular.programPath, "/usr/bin/viewer");
+    EXPECT_EQ(okular.bundlePath, "/usr/bin/viewer");
+    EXPECT_EQ(okular.source, "other");
+}
+
+TEST_F(DescribedLinux, NotShownAppsStayAndOtherTypesAndMissingTryExecGo) {
+    app("/usr/share/applications/helper.desktop", "Helper", "Exec=viewer --helper\nNoDisplay=true\n");
+    app("/usr/share/applications/gone.desktop", "Gone", "TryExec=not-installed\nExec=not-installed\n");
+    app("/usr/share/applications/there.desktop", "There", "TryExec=/usr/bin/viewer\nExec=viewer\n");
+    app("/usr/share/applications/script.desktop", "Script", "TryExec=/usr/bin/data\n");
+    write("/usr/bin/data", "not executable");
+    write("/usr/share/applications/site.desktop", "[Desktop Entry]\nType=Link\nName=Site\nURL=https://example.org\n");
+
+    const DesktopAppListing found = listing();
+    EXPECT_EQ(names(found), (std::vector<std::string>{"Helper", "There"}));
+    EXPECT_FALSE(found.apps[0].isShown);
+    EXPECT_TRUE(found.apps[1].isShown);
+}
+
+TEST_F(DescribedLinux, BrokenEntriesAreReportedAndDoNotHideTheSystemOne) {
+    write(machine.home + "/.local/share/applications/viewer.desktop", "[Desktop Entry]\nName=A\nName=B\n");
+    app("/usr/share/applications/viewer.desktop", "Viewer");
+    const std::string pipe = local("/usr/share/applications/pipe.desktop");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0644), 0);
+    test::makeSymlink("/usr/share/nowhere.desktop", local("/usr/share/applications/dangling.desktop"));
+
+    const DesktopAppListing found = listing();
+    EXPECT_EQ(names(found), std::vector<std::string>{"Viewer"});
+    ASSERT_EQ(found.unreadable.size(), 3u);
+    const auto reasonFor = [&](const std::string& path) {
+        for (const auto& [file, reason] : found.unreadable)
+            if (file == path) return reason;
+        return std::string("(not reported)");
+    };
+    const std::string userEntry = machine.home + "/.local/share/applications/viewer.desktop";
+    EXPECT_EQ(reasonFor(userEntry), userEntry + ": line 3: the key Name is given twice in [Desktop Entry]");
+    EXPECT_EQ(reasonFor("/usr/share/applications/pipe.desktop"), pipe + " is not a regular file");
+    EXPECT_EQ(reasonFor("/usr/share/applications/dangling.desktop"), "a link that leads nowhere");
+}
+
+TEST_F(DescribedLinux, LinksAreFollowedOnTheDescribedMachine) {
+    // As Flatpak exports its entries: an absolute link into its deployment.
+    app("/var/lib/flatpak/app/org.example.Maps/current/active/export/share/applications/org.example.Maps.desktop",
+        "Maps", "Exec=/usr/bin/flatpak run --branch=stable org.example.Maps @@u %U @@\nX-Flatpak=org.example.Maps\n");
+    std::filesystem::create_directories(local("/var/lib/flatpak/exports/share/applications"));
+    test::makeSymlink("/var/lib/flatpak/app/org.example.Maps/current/active/export/share/applications/org.example.Maps.desktop",
+                      local("/var/lib/flatpak/exports/share/applications/org.example.Maps.desktop"));
+    machine.dataFolders.push_back("/var/lib/flatpak/exports/share");
+
+    const DesktopAppListing found = listing();
+    ASSERT_EQ(found.apps.size(), 1u) << (found.unreadable.empty() ? "" : found.unreadable[0].second);
+    const InstalledApp& maps = found.apps[0];
+    EXPECT_EQ(maps.source, "flatpak");
+    EXPECT_EQ(maps.bundleIdentifier, "org.example.Maps");
+    EXPECT_EQ(maps.exec, (std::vector<std::string>{"/usr/bin/flatpak", "run", "--branch=stable", "org.example.Maps",
+                                                   "@@u", "@@"}));
+    EXPECT_EQ(maps.bundlePath, "/var/lib/flatpak/exports/share/applications/org.example.Maps.desktop")
+        << "flatpak itself is not the app";
+}
+
+TEST_F(DescribedLinux, SnapsAndAppImagesAreToldApartAndTheHomeIsReadAsItIs) {
+    app("/var/lib/snapd/desktop/applications/notes_notes.desktop", "Notes",
+        "Exec=/snap/bin/notes\nX-SnapInstanceName=notes\n");
+    machine.dataFolders.push_back("/var/lib/snapd/desktop");
+    program(machine.home + "/Applications/Paint-2.1-x86_64.AppImage");
+    app(machine.home + "/.local/share/applications/appimagekit-paint.desktop", "Paint",
+        "Exec=\"" + machine.home + "/Applications/Paint-2.1-x86_64.AppImage\" %F\nX-AppImage-Version=2.1\n");
+    program("/opt/Draw.appimage");
+    app("/usr/share/applications/draw.desktop", "Draw", "Exec=env GDK_BACKEND=x11 /opt/Draw.appimage\n");
+    program(machine.home + "/.local/bin/tool");
+    app("/usr/share/applications/tool.desktop", "Tool", "Exec=tool --gui\n");
+
+    DesktopAppListing found = listing();
+    ASSERT_EQ(names(found), (std::vector<std::string>{"Draw", "Notes", "Paint", "Tool"}));
+    EXPECT_EQ(found.apps[0].source, "appimage") << "by the program it runs";
+    EXPECT_EQ(found.apps[0].version, std::nullopt);
+    EXPECT_EQ(found.apps[0].programPath, "/opt/Draw.appimage") << "env runs it";
+    found.apps.erase(found.apps.begin());
+    EXPECT_EQ(found.apps[0].source, "snap");
+    EXPECT_EQ(found.apps[0].programPath, std::nullopt) << "/snap/bin/notes is not on this machine";
+    EXPECT_EQ(found.apps[1].source, "appimage");
+    EXPECT_EQ(found.apps[1].version, "2.1");
+    EXPECT_EQ(found.apps[1].bundlePath, machine.home + "/Applications/Paint-2.1-x86_64.AppImage");
+    EXPECT_EQ(found.apps[2].programPath, machine.home + "/.local/bin/tool") << "the home's folder on PATH";
+    EXPECT_EQ(found.apps[2].version, std::nullopt);
+}
+
+TEST_F(DescribedLinux, NamesFollowTheLocaleAndSortAsAPersonReads) {
+    app("/usr/share/applications/b.desktop", "browser", "Exec=viewer\nName[sr@latin]=Pregledač\n");
+    app("/usr/share/applications/a.desktop", "Archive");
+    app("/usr/share/applications/c.desktop", "calendar");
+    EXPECT_EQ(names(listing()), (std::vector<std::string>{"Archive", "browser", "calendar"}));
+    machine.locale = MessagesLocale::parse("sr_RS.UTF-8@latin");
+    EXPECT_EQ(names(listing()), (std::vector<std::string>{"Archive", "calendar", "Pregledač"}));
+}
+
+// Root lists every folder, so this runs as an ordinary user only.
+struct UnprivilegedDesktopApps : DescribedLinux {};
+
+TEST_F(UnprivilegedDesktopApps, AFolderThatCantBeListedIsReported) {
+    if (geteuid() == 0) GTEST_SKIP() << "root lists every folder; scripts/run-unprivileged runs this as an ordinary user";
+    app("/usr/share/applications/viewer.desktop", "Viewer");
+    app("/usr/share/applications/locked/other.desktop", "Other");
+    const std::string locked = local("/usr/share/applications/locked");
+    ASSERT_EQ(chmod(locked.c_str(), 0), 0);
+    const DesktopAppListing found = listing();
+    chmod(locked.c_str(), 0755);
+    EXPECT_EQ(names(found), std::vector<std::string>{"Viewer"});
+    ASSERT_EQ(found.unreadable.size(), 1u);
+    EXPECT_EQ(found.unreadable[0].first, "/usr/share/applications/locked");
+    EXPECT_EQ(found.unreadable[0].second, "opendir(" + locked + "): Permission denied");
+}
+
+TEST(DesktopMachineEnvironment, DataHomeFirstThenDataDirsInOrder) {
+    test::ScopedEnvironment environment;
+    environment.set("HOME", "/home/me");
+    environment.set("XDG_DATA_HOME", "relative/is/ignored");
+    environment.set("XDG_DATA_DIRS", "/opt/share:relative:/usr/share/");
+    environment.set("PATH", "/usr/bin:bin");
+    DesktopMachine machine = DesktopMachine::fromEnvironment("/tmp/machine");
+    EXPECT_EQ(machine.dataFolders, (std::vector<std::string>{"/home/me/.local/share", "/opt/share", "/usr/share"}));
+    EXPECT_EQ(machine.programFolders, std::vector<std::string>{"/usr/bin"});
+    EXPECT_EQ(machine.onDisk("/usr/share/x"), "/tmp/machine/usr/share/x");
+    EXPECT_EQ(machine.onDisk("/home/me/.local/share/x"), "/home/me/.local/share/x");
+
+    environment.unset("XDG_DATA_DIRS");
+    machine = DesktopMachine::fromEnvironment("/");
+    EXPECT_EQ(machine.dataFolders,
+              (std::vector<std::string>{"/home/me/.local/share", "/usr/local/share", "/usr/share"}));
+    EXPECT_EQ(machine.onDisk("/usr/share/x"), "/usr/share/x");
+}
+
+} // namespace
+} // namespace tessel
