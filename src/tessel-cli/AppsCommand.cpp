@@ -1,9 +1,11 @@
 // tessel apps: the apps of this machine as its desktop entries show them,
-// with where each comes from.
+// with where each comes from, its version and size where its package says,
+// the AppImages no entry runs, and which of them run now.
 
 #include <sys/stat.h>
 
 #include <cstdio>
+#include <cstdlib>
 
 #include <nlohmann/json.hpp>
 
@@ -12,7 +14,9 @@
 #include "Listing.h"
 #include "TerminalText.h"
 #include "DiskScanKit/Paths.h"
-#include "UninstallKit/DesktopApps.h"
+#include "DiskScanKit/ByteFormat.h"
+#include "UninstallKit/AppImages.h"
+#include "UninstallKit/FoundApps.h"
 
 namespace tessel::cli {
 
@@ -20,7 +24,8 @@ namespace {
 
 const std::vector<OptionSpec> appsOptions{{"json", false}, {"root", true}};
 
-nlohmann::ordered_json appItem(const InstalledApp& app) {
+nlohmann::ordered_json appItem(const FoundApp& found) {
+    const InstalledApp& app = found.app;
     nlohmann::ordered_json item;
     putName(item, "name", app.name);
     putName(item, "identifier", app.bundleIdentifier.value_or(""));
@@ -29,9 +34,8 @@ nlohmann::ordered_json appItem(const InstalledApp& app) {
     putName(item, "path", app.bundlePath);
     item["source"] = app.source;
     item["isSystem"] = app.isSystemApp;
-    // Sizes and running state come with the packages' file lists.
-    item["bytes"] = nullptr;
-    item["isRunning"] = false;
+    item["bytes"] = found.bytes ? nlohmann::ordered_json(*found.bytes) : nlohmann::ordered_json(nullptr);
+    item["isRunning"] = found.isRunning;
     item["isShown"] = app.isShown;
     putName(item, "entry", app.entryPath);
     return item;
@@ -48,10 +52,13 @@ nlohmann::ordered_json unreadableItems(const std::vector<std::pair<std::string, 
     return list;
 }
 
-void printApp(const InstalledApp& app) {
+void printApp(const FoundApp& found) {
+    const InstalledApp& app = found.app;
     std::string notes;
     if (app.source != "other") notes += ", " + app.source;
     if (app.version) notes += ", version " + printable(*app.version);
+    if (found.bytes) notes += ", " + ByteFormat::string(*found.bytes);
+    if (found.isRunning) notes += ", running";
     if (!app.isShown) notes += ", not shown in menus";
     std::printf("%s (%s%s)\n  %s\n", printable(app.name).c_str(), printable(app.bundleIdentifier.value_or("")).c_str(),
                 notes.c_str(), printable(app.bundlePath).c_str());
@@ -73,15 +80,19 @@ int runApps(const std::vector<std::string>& words) {
             return exitFailure;
         }
     }
-    const DesktopAppListing listing = AppCatalog::installedApps(DesktopMachine::fromEnvironment(systemRoot));
+    const DesktopMachine machine = DesktopMachine::fromEnvironment(systemRoot);
+    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    const RunningPrograms running =
+        RunningPrograms::read(machine.onDisk("/proc"), runtime != nullptr && runtime[0] == '/' ? std::optional<std::string>(runtime) : std::nullopt);
+    const FoundAppListing listing = FoundApps::gather(machine, AppImages::systemUnsquashfs(), running);
     if (arguments.has("json")) {
         nlohmann::ordered_json list = nlohmann::ordered_json::array();
-        for (const InstalledApp& app : listing.apps) list.push_back(appItem(app));
+        for (const FoundApp& app : listing.apps) list.push_back(appItem(app));
         printJson({{"apps", std::move(list)}, {"unreadable", unreadableItems(listing.unreadable)}});
         return exitSuccess;
     }
     if (listing.apps.empty()) std::printf("No app is installed: no desktop entry of an app was found.\n");
-    for (const InstalledApp& app : listing.apps) printApp(app);
+    for (const FoundApp& app : listing.apps) printApp(app);
     if (!listing.unreadable.empty()) {
         std::printf("Desktop entries passed over:\n");
         for (const auto& [file, reason] : listing.unreadable)

@@ -102,6 +102,7 @@ TEST(AppImages, FoundInTheUsualFoldersOnceAndDescribedFromInsideTheImage) {
     EXPECT_EQ(found[0].desktopEntry, std::nullopt);
     EXPECT_EQ(found[1].path, app);
     EXPECT_EQ(found[1].desktopEntry, "[Desktop Entry]\nType=Application\nName=Demo\nExec=demo %U\n");
+    EXPECT_EQ(found[1].desktopId, "demo.desktop");
     EXPECT_EQ(found[1].version, "1.4.2");
     EXPECT_GT(found[1].bytes, 0);
     EXPECT_FALSE(std::filesystem::exists(home / "it-ran")) << "read, never run";

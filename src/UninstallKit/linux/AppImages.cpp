@@ -94,6 +94,7 @@ void describe(AppImage& app, const std::string& unsquashfs, std::uint64_t offset
         if (!metainfo && line.starts_with("usr/share/metainfo/") && line.ends_with(".xml")) metainfo = std::string(line);
     }
     if (entry) {
+        app.desktopId = *entry;
         app.desktopEntry = catFile(unsquashfs, app.path, offset, *entry);
         if (!app.desktopEntry) app.desktopEntry = catFile(unsquashfs, app.path, offset, "usr/share/applications/" + *entry);
     }
@@ -140,7 +141,7 @@ std::vector<AppImage> find(const std::vector<std::string>& folders, const std::o
             if (!file) continue;
             const std::optional<std::uint64_t> offset = imageOffset(file->header);
             if (!offset || !seen.insert({file->device, file->inode}).second) continue;
-            AppImage app{path, std::nullopt, std::nullopt, file->bytes};
+            AppImage app{path, std::nullopt, std::nullopt, std::nullopt, file->bytes};
             if (unsquashfs) describe(app, *unsquashfs, *offset);
             found.push_back(std::move(app));
         }

@@ -221,6 +221,8 @@ DesktopAppListing installedApps(const DesktopMachine& machine) {
             if (!app.exec.empty()) app.programPath = machine.program(programOf(app.exec));
             const std::map<std::string, std::string> extras = entry.extras();
             app.source = sourceOf(extras, app.exec);
+            for (const char* key : {"X-Flatpak", "X-SnapInstanceName"})
+                if (const auto named = extras.find(key); named != extras.end() && !named->second.empty()) app.package = named->second;
             if (const auto version = extras.find("X-AppImage-Version"); version != extras.end() && !version->second.empty())
                 app.version = version->second;
             const bool runsThroughLauncher = app.source == "flatpak" || app.source == "snap";

@@ -15,6 +15,7 @@ struct AppImage {
     std::string path;
     // The text of the desktop entry at the top of its image, and the version its AppStream file gives.
     std::optional<std::string> desktopEntry;
+    std::optional<std::string> desktopId; // the entry's file name
     std::optional<std::string> version;
     std::int64_t bytes = 0;
     bool operator==(const AppImage&) const = default;

@@ -27,6 +27,8 @@ struct InstalledApp {
     std::vector<std::string> exec;
     std::optional<std::string> programPath;
     bool isShown = true; // false for NoDisplay=true: it exists but stays out of menus
+    // The Flatpak ID or the snap name of an app those keep, as its entry names it.
+    std::optional<std::string> package;
 
     // The lower-cased vendor of the identifier ("com.foo" of "com.Foo.App"), or none.
     std::optional<std::string> developerPrefix() const;

@@ -1,0 +1,119 @@
+// Putting together what each source knows of an app.
+//
+// The desktop entries say which apps there are, as the desktop shows them.
+// An entry names its Flatpak (X-Flatpak) or its snap (X-SnapInstanceName),
+// and those give the version and the folder that holds the whole app; an
+// entry that runs an AppImage is given what the image itself says. An
+// AppImage in the usual folders that no entry runs is an app too, named by
+// the entry inside it, else by its file name.
+//
+// Sizes are those of what is the app's alone: a Flatpak's deployment, a
+// snap's image in /var/lib/snapd/snaps (its mounted folder where the image
+// is missing), an AppImage's file. The runtimes apps share are nobody's.
+//
+// An app runs when a process runs its program (compared as real paths, as
+// /proc gives them), when a Flatpak sandbox of its ID is alive, or when a
+// unit is named for its desktop ID or its snap.
+
+#include "UninstallKit/FoundApps.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+
+#include "DiskScanKit/DiskScanner.h"
+#include "UninstallKit/AppCatalog.h"
+#include "UninstallKit/AppImages.h"
+#include "UninstallKit/SandboxedApps.h"
+
+namespace tessel::FoundApps {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string realPath(const std::string& path) {
+    std::error_code error;
+    const fs::path real = fs::canonical(path, error);
+    return error ? path : real.string();
+}
+
+std::int64_t snapBytes(const std::string& root, const SnapApp& snap) {
+    const std::string revision = snap.path.substr(snap.path.rfind('/') + 1);
+    const std::string image = root + "/var/lib/snapd/snaps/" + snap.name + "_" + revision + ".snap";
+    std::error_code error;
+    if (fs::is_regular_file(image, error)) return DiskScanner::allocatedSize(image);
+    return DiskScanner::allocatedSize(snap.path);
+}
+
+InstalledApp appOfImage(const AppImage& image, const DesktopMachine& machine) {
+    InstalledApp app;
+    app.bundlePath = image.path;
+    app.entryPath = image.path;
+    app.source = "appimage";
+    app.version = image.version;
+    const std::string fileName = image.path.substr(image.path.rfind('/') + 1);
+    app.name = fileName.ends_with(".AppImage") ? fileName.substr(0, fileName.size() - 9) : fileName;
+    if (image.desktopId) {
+        app.desktopId = *image.desktopId;
+        app.bundleIdentifier = image.desktopId->ends_with(".desktop") ? image.desktopId->substr(0, image.desktopId->size() - 8)
+                                                                       : *image.desktopId;
+    }
+    if (image.desktopEntry)
+        if (const DesktopEntry::Parse parsed = DesktopEntry::parse(*image.desktopEntry); parsed.entry)
+            app.name = parsed.entry->name(machine.locale).value_or(app.name);
+    return app;
+}
+
+} // namespace
+
+FoundAppListing gather(const DesktopMachine& machine, const std::optional<std::string>& unsquashfs,
+                       const RunningPrograms& running) {
+    DesktopAppListing listing = AppCatalog::installedApps(machine);
+    std::map<std::string, FlatpakApp> flatpaks;
+    for (FlatpakApp& app : SandboxedApps::flatpaks(machine.root, machine.dataHome)) flatpaks.try_emplace(app.id, std::move(app));
+    std::map<std::string, SnapApp> snaps;
+    for (SnapApp& snap : SandboxedApps::snaps(machine.root)) snaps.try_emplace(snap.name, std::move(snap));
+    std::vector<AppImage> images = AppImages::find(AppImages::usualFolders(machine.home), unsquashfs);
+    std::vector<bool> imageHasEntry(images.size(), false);
+
+    FoundAppListing found;
+    found.unreadable = std::move(listing.unreadable);
+    for (InstalledApp& app : listing.apps) {
+        FoundApp entry;
+        if (app.source == "flatpak" && app.package)
+            if (const auto flatpak = flatpaks.find(*app.package); flatpak != flatpaks.end()) {
+                if (!app.version) app.version = flatpak->second.version;
+                entry.bytes = DiskScanner::allocatedSize(flatpak->second.deployPath);
+            }
+        if (app.source == "snap" && app.package)
+            if (const auto snap = snaps.find(*app.package); snap != snaps.end()) {
+                if (!app.version) app.version = snap->second.version;
+                entry.bytes = snapBytes(machine.root, snap->second);
+            }
+        if (app.programPath) {
+            const std::string program = realPath(machine.onDisk(*app.programPath));
+            for (std::size_t i = 0; i < images.size(); ++i)
+                if (realPath(images[i].path) == program) {
+                    imageHasEntry[i] = true;
+                    app.source = "appimage";
+                    if (!app.version) app.version = images[i].version;
+                    entry.bytes = images[i].bytes;
+                }
+            entry.isRunning = running.runs(program);
+        }
+        entry.isRunning = entry.isRunning || (app.package && running.runsApp(*app.package)) ||
+                          (app.bundleIdentifier && running.runsApp(*app.bundleIdentifier));
+        entry.app = std::move(app);
+        found.apps.push_back(std::move(entry));
+    }
+    for (std::size_t i = 0; i < images.size(); ++i) {
+        if (imageHasEntry[i]) continue;
+        FoundApp entry{appOfImage(images[i], machine), images[i].bytes, running.runs(realPath(images[i].path))};
+        found.apps.push_back(std::move(entry));
+    }
+    std::ranges::stable_sort(found.apps, [](const FoundApp& a, const FoundApp& b) { return AppCatalog::nameOrder(a.app, b.app); });
+    return found;
+}
+
+} // namespace tessel::FoundApps

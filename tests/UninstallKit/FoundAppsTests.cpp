@@ -1,0 +1,86 @@
+// What Flatpak, snapd, AppImages and the processes add to the apps a
+// described machine's desktop entries show.
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include "DescribedLinux.h"
+#include "UninstallKit/FoundApps.h"
+
+namespace tessel {
+namespace {
+
+struct DescribedApps : DescribedLinux {
+    const FoundApp& named(const FoundAppListing& listing, const std::string& name) {
+        for (const FoundApp& found : listing.apps)
+            if (found.app.name == name) return found;
+        throw std::runtime_error("no app named " + name);
+    }
+    // A file that is an AppImage of type 2 with nothing readable behind its header.
+    void appImage(const std::string& path, std::size_t padding) const {
+        std::string header(64, '\0');
+        header.replace(0, 4, "\x7f" "ELF");
+        header[4] = 2;
+        header[5] = 1;
+        header.replace(8, 3, std::string("AI\x02", 3));
+        write(path, header + std::string(padding, 'x'));
+        chmod(local(path).c_str(), 0755);
+    }
+};
+
+TEST_F(DescribedApps, SandboxesAndImagesGiveVersionsSizesAndAppsOfTheirOwn) {
+    const std::string deploy = "/var/lib/flatpak/app/org.example.Maps/x86_64/stable/c0ffee";
+    write(deploy + "/metadata", "[Application]\nname=org.example.Maps\n");
+    write(deploy + "/files/share/metainfo/org.example.Maps.metainfo.xml",
+          "<component><releases><release version=\"45.1\"/></releases></component>");
+    write(deploy + "/files/bin/maps", std::string(300'000, 'm'));
+    test::makeSymlink("x86_64/stable", local("/var/lib/flatpak/app/org.example.Maps/current"));
+    test::makeSymlink("c0ffee", local("/var/lib/flatpak/app/org.example.Maps/x86_64/stable/active"));
+    app("/usr/share/applications/org.example.Maps.desktop", "Maps",
+        "Exec=/usr/bin/flatpak run org.example.Maps\nX-Flatpak=org.example.Maps\n");
+
+    write("/snap/notes/12/meta/snap.yaml", "name: notes\nversion: \"3.2\"\n");
+    test::makeSymlink("12", local("/snap/notes/current"));
+    write("/var/lib/snapd/snaps/notes_12.snap", std::string(200'000, 's'));
+    app("/usr/share/applications/notes_notes.desktop", "Notes", "Exec=/snap/bin/notes\nX-SnapInstanceName=notes\n");
+
+    appImage(machine.home + "/Applications/Paint.AppImage", 500'000);
+    app(machine.home + "/.local/share/applications/paint.desktop", "Paint",
+        "Exec=" + machine.home + "/Applications/Paint.AppImage\n");
+    appImage(machine.home + "/Downloads/Loose-1.0.AppImage", 10);
+
+    const FoundAppListing listing = FoundApps::gather(machine, std::nullopt, RunningPrograms{});
+    const FoundApp& maps = named(listing, "Maps");
+    EXPECT_EQ(maps.app.version, "45.1");
+    EXPECT_GE(maps.bytes.value_or(0), 300'000) << "the whole deployment";
+    const FoundApp& notes = named(listing, "Notes");
+    EXPECT_EQ(notes.app.version, "3.2");
+    EXPECT_GE(notes.bytes.value_or(0), 200'000) << "the snap's image";
+    const FoundApp& paint = named(listing, "Paint");
+    EXPECT_EQ(paint.app.source, "appimage");
+    EXPECT_GE(paint.bytes.value_or(0), 500'000);
+    const FoundApp& loose = named(listing, "Loose-1.0");
+    EXPECT_EQ(loose.app.source, "appimage") << "an AppImage no entry runs is an app of its own";
+    EXPECT_EQ(loose.app.bundlePath, machine.home + "/Downloads/Loose-1.0.AppImage");
+    EXPECT_EQ(listing.apps.size(), 4u) << "Paint's image is not listed twice";
+}
+
+TEST_F(DescribedApps, AnAppRunsByItsProgramItsSandboxOrItsUnit) {
+    app("/usr/share/applications/viewer.desktop", "Viewer");
+    app("/usr/share/applications/org.example.Maps.desktop", "Maps",
+        "Exec=/usr/bin/flatpak run org.example.Maps\nX-Flatpak=org.example.Maps\n");
+    program("/usr/bin/idle");
+    app("/usr/share/applications/org.example.Idle.desktop", "Idle", "Exec=idle\n");
+    RunningPrograms running;
+    running.executables.insert(machine.root + "/usr/bin/viewer");
+    running.flatpakApps.insert("org.example.Maps");
+    const FoundAppListing listing = FoundApps::gather(machine, std::nullopt, running);
+    EXPECT_TRUE(named(listing, "Viewer").isRunning);
+    EXPECT_TRUE(named(listing, "Maps").isRunning);
+    EXPECT_FALSE(named(listing, "Idle").isRunning);
+    running.launchedApps.insert("org.example.Idle");
+    EXPECT_TRUE(named(FoundApps::gather(machine, std::nullopt, running), "Idle").isRunning);
+}
+
+} // namespace
+} // namespace tessel
