@@ -20,7 +20,7 @@
 #include <cerrno>
 
 #include "DiskScanKit/CheckedSize.h"
-#include "TrashKit/DockTiles.h"
+#include "TrashKit/LauncherTiles.h"
 
 namespace tessel {
 
@@ -30,13 +30,14 @@ std::int64_t TrashOutcome::reclaimedBytes() const {
     return sum;
 }
 
-TrashService::TrashService(const FileManager& fileManager, TrashBin& bin, int undoDepth, DockTiles* dock,
+TrashService::TrashService(const FileManager& fileManager, TrashBin& bin, int undoDepth, LauncherTiles* launchers,
                            std::string extensionDatabase)
-    : fileManager_(fileManager), bin_(bin), undoDepth_(static_cast<std::size_t>(std::max(undoDepth, 0))), dock_(dock),
+    : fileManager_(fileManager), bin_(bin), undoDepth_(static_cast<std::size_t>(std::max(undoDepth, 0))), launchers_(launchers),
       extensionDatabase_(std::move(extensionDatabase)) {}
 
 TrashOutcome TrashService::trash(const DeletionPlan& plan, const DeletionGuard::Context& context,
                                  const Progress& progress) {
+    if (launchers_ != nullptr) launchers_->prepare();
     TrashOutcome outcome;
     const std::size_t total = plan.allowed.size();
     const DeletionGuard::Context real = DeletionGuard::realContext(context, fileManager_);
@@ -64,10 +65,10 @@ TrashOutcome TrashService::trash(const DeletionPlan& plan, const DeletionGuard::
         outcome.receipts.push_back({candidate.path, trashedPath, candidate.bytes, candidate.isDirectory, item.realPath()});
     }
     if (outcome.receipts.empty()) return outcome;
-    if (dock_ != nullptr) {
+    if (launchers_ != nullptr) {
         std::vector<std::pair<std::string, std::string>> moved;
         for (const TrashReceipt& receipt : outcome.receipts) moved.emplace_back(receipt.originalPath, receipt.trashedPath);
-        dock_->remove(moved);
+        launchers_->remove(moved);
     }
     undoStack_.push_back(outcome.receipts);
     while (undoStack_.size() > undoDepth_) undoStack_.erase(undoStack_.begin());
@@ -106,10 +107,10 @@ RestoreOutcome TrashService::restore(std::vector<TrashReceipt> receipts) {
         }
         outcome.restored.push_back(std::move(receipt));
     }
-    if (dock_ != nullptr && !outcome.restored.empty()) {
+    if (launchers_ != nullptr && !outcome.restored.empty()) {
         std::vector<std::string> apps;
         for (const TrashReceipt& receipt : outcome.restored) apps.push_back(receipt.originalPath);
-        dock_->restore(apps);
+        launchers_->restore(apps);
     }
     return outcome;
 }

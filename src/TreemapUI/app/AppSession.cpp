@@ -13,6 +13,8 @@
 #include "scan/ScanSummary.h"
 #include "support/QtText.h"
 #include "TrashKit/SystemExtensionsInside.h"
+#include "UninstallKit/AppLaunchers.h"
+#include "UninstallKit/DesktopApps.h"
 
 namespace tessel {
 
@@ -29,6 +31,9 @@ AppSession::Dependencies AppSession::Dependencies::system(QSettings* settings, s
     dependencies.bundlePath = QCoreApplication::applicationFilePath().toStdString();
     dependencies.snapshotDirectory = SnapshotStore::defaultDirectory();
     dependencies.desktop = Desktop::system();
+    dependencies.launchers = std::make_shared<AppLaunchers>(
+        DesktopLaunchers::system(Paths::xdgFolder("XDG_CONFIG_HOME", dependencies.home, ".config")),
+        [] { return AppCatalog::installedApps(DesktopMachine::fromEnvironment("/")).apps; });
     return dependencies;
 }
 
@@ -73,6 +78,7 @@ RemovalEnvironment AppSession::removalEnvironment() {
     environment.notices = &notifications_;
     environment.extensionDatabase = SystemExtensionsInside::standardDatabase;
     environment.reveal = dependencies_.desktop.reveal;
+    environment.launchers = dependencies_.launchers;
     return environment;
 }
 

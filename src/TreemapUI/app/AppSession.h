@@ -63,6 +63,8 @@ public:
         std::string snapshotDirectory;
         // The file manager and default applications; nothing happens when left empty.
         Desktop desktop;
+        // The launchers the desktop pins for apps; none leaves them alone.
+        std::shared_ptr<LauncherTiles> launchers;
         static Dependencies system(QSettings* settings, std::string initialPath);
     };
 

@@ -39,7 +39,7 @@ DeletionCandidate RemovalRoad::candidateFor(const FileNode& node) {
 
 RemovalRoad::RemovalRoad(RemovalEnvironment environment, ScannedTree& tree, QObject* parent)
     : QObject(parent), environment_(std::move(environment)), tree_(tree),
-      service_(*environment_.files, *environment_.bin, RemovalEnvironment::undoDepth, nullptr,
+      service_(*environment_.files, *environment_.bin, RemovalEnvironment::undoDepth, environment_.launchers.get(),
                environment_.extensionDatabase) {
     // A new scan's tree holds none of the nodes the history took out of the old one.
     // The files can still come back; the new tree learns of them at the next scan.

@@ -23,6 +23,7 @@
 #include "TrashKit/RemovalSheet.h"
 #include "scan/ScannedTree.h"
 #include "support/MainThreadRelay.h"
+#include "TrashKit/LauncherTiles.h"
 #include "TrashKit/TrashService.h"
 
 namespace tessel {
@@ -36,6 +37,8 @@ struct RemovalEnvironment {
     AppNotifications* notices = nullptr;
     std::string extensionDatabase;
     std::function<void(const QStringList&)> reveal;
+    // The desktop's launchers of apps, which go with an app that moves; none: nothing is touched.
+    std::shared_ptr<LauncherTiles> launchers;
     static constexpr int undoDepth = 10;
 };
 

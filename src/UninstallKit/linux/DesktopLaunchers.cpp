@@ -13,11 +13,12 @@
 // escaped as "\,".
 //
 // A launcher taken out is remembered with its list and the entries that
-// stood before it. It goes back right after the nearest of those still in
-// the list, or first if none is: so two taken from one list come back in
-// their order whichever is put back first, and a list the user changed
-// meanwhile keeps its changes. One already back (the user pinned it again)
-// is not doubled.
+// stood around it. It goes back right after the nearest one that stood
+// before it and is still in the list; failing that, right before the nearest
+// one that stood after it; failing both, last. So launchers taken from one
+// list, in one removal or several, come back in their order whichever is put
+// back first, and a list the user changed meanwhile keeps its changes. One
+// already back (the user pinned it again) is not doubled.
 
 #include "UninstallKit/DesktopLaunchers.h"
 
@@ -123,6 +124,15 @@ bool replaceFile(const std::string& path, const std::string& text) {
         return false;
     }
     return true;
+}
+
+// Where a launcher taken out goes back into `entries`: see the top of the file.
+std::vector<std::string>::iterator placeFor(const DesktopLaunchers::Taken& record, std::vector<std::string>& entries) {
+    for (auto before = record.before.rbegin(); before != record.before.rend(); ++before)
+        if (auto found = std::ranges::find(entries, *before); found != entries.end()) return found + 1;
+    for (const std::string& after : record.after)
+        if (auto found = std::ranges::find(entries, after); found != entries.end()) return found;
+    return entries.end();
 }
 
 } // namespace
@@ -232,11 +242,11 @@ std::string PlasmaLaunchers::desktopId(const std::string& entry) const {
 DesktopLaunchers::DesktopLaunchers(std::vector<std::unique_ptr<LauncherStore>> stores)
     : stores_(std::move(stores)), taken_(stores_.size()) {}
 
-DesktopLaunchers DesktopLaunchers::system(const std::string& configHome) {
+std::shared_ptr<DesktopLaunchers> DesktopLaunchers::system(const std::string& configHome) {
     std::vector<std::unique_ptr<LauncherStore>> stores;
     if (::access("/usr/bin/gsettings", X_OK) == 0) stores.push_back(std::make_unique<GnomeFavorites>("/usr/bin/gsettings"));
     stores.push_back(std::make_unique<PlasmaLaunchers>(configHome + "/plasma-org.kde.plasma.desktop-appletsrc"));
-    return DesktopLaunchers(std::move(stores));
+    return std::make_shared<DesktopLaunchers>(std::move(stores));
 }
 
 std::size_t DesktopLaunchers::removeApps(const std::vector<std::string>& desktopIds) {
@@ -252,7 +262,9 @@ std::size_t DesktopLaunchers::removeApps(const std::vector<std::string>& desktop
             for (std::size_t index = 0; index < entries.size(); ++index) {
                 const std::string id = stores_[store]->desktopId(entries[index]);
                 if (wanted.contains(id))
-                    taken[id].push_back({name, index, entries[index], {entries.begin(), entries.begin() + static_cast<std::ptrdiff_t>(index)}});
+                    taken[id].push_back({name, index, entries[index],
+                                         {entries.begin(), entries.begin() + static_cast<std::ptrdiff_t>(index)},
+                                         {entries.begin() + static_cast<std::ptrdiff_t>(index) + 1, entries.end()}});
                 else kept.push_back(entries[index]);
             }
             entries = std::move(kept);
@@ -280,13 +292,7 @@ void DesktopLaunchers::restoreApps(const std::vector<std::string>& desktopIds) {
         for (const Taken& record : records) {
             std::vector<std::string>& entries = (*lists)[record.list];
             if (std::ranges::find(entries, record.entry) != entries.end()) continue;
-            auto place = entries.begin();
-            for (auto before = record.before.rbegin(); before != record.before.rend(); ++before)
-                if (auto found = std::ranges::find(entries, *before); found != entries.end()) {
-                    place = found + 1;
-                    break;
-                }
-            entries.insert(place, record.entry);
+            entries.insert(placeFor(record, entries), record.entry);
         }
         if (!stores_[store]->write(*lists)) continue;
         for (const std::string& id : desktopIds) taken_[store].erase(id);

@@ -32,7 +32,7 @@ protected:
     QThreadPool worker;
     AppNotifications notices;
     ScannedTree tree;
-    RemovalEnvironment environment{{home, std::nullopt, Platform::linuxOS, {}}, &files, &bin, &worker, &notices, "", {}};
+    RemovalEnvironment environment{{home, std::nullopt, Platform::linuxOS, {}}, &files, &bin, &worker, &notices, "", {}, {}};
 
     // Scans the home into the tree.
     void scanHome() { tree.replace(DiskScanner::scan(home)); }

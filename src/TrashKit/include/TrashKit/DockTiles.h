@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "DiskScanKit/FileManager.h"
+#include "TrashKit/LauncherTiles.h"
 #include "TrashKit/PropertyList.h"
 
 namespace tessel {
@@ -39,7 +40,7 @@ private:
     std::string path_;
 };
 
-class DockTiles {
+class DockTiles final : public LauncherTiles {
 public:
     struct Taken {
         std::string section;
@@ -57,10 +58,10 @@ public:
     DockTiles(DockPreferences& preferences, std::function<void()> restart);
 
     // Takes out the tiles of the apps among `moved` (from, to), keeping them for `restore`.
-    void remove(const std::vector<std::pair<std::string, std::string>>& moved);
+    void remove(const std::vector<std::pair<std::string, std::string>>& moved) override;
     void removeApps(const std::vector<std::string>& apps);
     // Puts the kept tiles of these apps back where they stood.
-    void restore(const std::vector<std::string>& apps);
+    void restore(const std::vector<std::string>& apps) override;
     // Tiles of apps that are no longer there, apart from those on disks not connected.
     std::vector<Orphan> orphans(const FileManager& fileManager);
     void remove(const std::vector<Orphan>& orphans);

@@ -16,7 +16,7 @@
 
 namespace tessel {
 
-class DockTiles;
+class LauncherTiles;
 
 struct TrashReceipt {
     std::string originalPath; // as the tool named it
@@ -62,7 +62,7 @@ public:
     static constexpr const char* folderUnreachable =
         "The folder it came from can't be entered. The item is still in the Trash.";
 
-    TrashService(const FileManager& fileManager, TrashBin& bin, int undoDepth, DockTiles* dock = nullptr,
+    TrashService(const FileManager& fileManager, TrashBin& bin, int undoDepth, LauncherTiles* launchers = nullptr,
                  std::string extensionDatabase = "/Library/SystemExtensions/db.plist");
 
     // Not thread-safe: one operation at a time, off the main thread.
@@ -81,7 +81,7 @@ private:
     const FileManager& fileManager_;
     TrashBin& bin_;
     std::size_t undoDepth_;
-    DockTiles* dock_;
+    LauncherTiles* launchers_;
     std::string extensionDatabase_;
     std::vector<std::vector<TrashReceipt>> undoStack_;
 };

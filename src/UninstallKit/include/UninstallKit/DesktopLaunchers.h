@@ -64,8 +64,10 @@ public:
         std::string list;
         std::size_t index = 0;
         std::string entry;
-        // The entries that stood before it: it goes back after the nearest of them still there.
+        // The entries that stood before it and after it: it goes back after the nearest
+        // of the first still there, else before the nearest of the second.
         std::vector<std::string> before;
+        std::vector<std::string> after;
     };
     struct Orphan {
         std::string list;
@@ -75,7 +77,7 @@ public:
 
     explicit DesktopLaunchers(std::vector<std::unique_ptr<LauncherStore>> stores);
     // The stores of this session's desktop: GNOME's through gsettings, KDE's file under `configHome`.
-    static DesktopLaunchers system(const std::string& configHome);
+    static std::shared_ptr<DesktopLaunchers> system(const std::string& configHome);
 
     // Takes out the launchers of these desktop IDs, keeping them for `restore`. Returns how many went.
     std::size_t removeApps(const std::vector<std::string>& desktopIds);
