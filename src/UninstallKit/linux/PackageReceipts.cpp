@@ -1,9 +1,10 @@
 // A receipt's contents. Each listed path is looked at with lstat under the
 // machine's root, never followed, so a link counts as itself. ENOENT and
 // ENOTDIR mean the path is gone; EACCES means a folder on the way can't be
-// searched by this user, so nothing is claimed. A folder that another
-// package lists too holds more than this package's files, so it goes to
-// `shared` and not to `existing`. A diverted file is looked for where the
+// searched by this user, so nothing is claimed. A path that another
+// package lists too, most often a folder such as /usr/share or the /bin
+// link, is not this package's alone, so it goes to `shared` and not to
+// `existing`. A diverted file is looked for where the
 // diversion put it, which is where the path index keeps it.
 
 #include "UninstallKit/PackageReceipts.h"
@@ -83,7 +84,7 @@ PackageContents contents(const std::string& root, const std::string& name, const
             (errno == EACCES ? contents.unchecked : contents.missing).push_back(path);
             continue;
         }
-        if (S_ISDIR(info.st_mode) && owners.owners(path).size() > 1) contents.shared.push_back(path);
+        if (owners.owners(path).size() > 1) contents.shared.push_back(path);
         else contents.existing.push_back(path);
     }
     return contents;

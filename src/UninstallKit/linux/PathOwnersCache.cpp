@@ -10,6 +10,7 @@
 #include <functional>
 
 #include "Base/SmallFile.h"
+#include "UninstallKit/DpkgDatabase.h"
 #include "UninstallKit/PathOwners.h"
 
 namespace tessel {
@@ -38,6 +39,8 @@ void writeReplacing(const std::string& path, const std::string& bytes) {
 } // namespace
 
 PathOwners PathOwners::cached(const std::string& root, const std::string& cacheFolder) {
+    // A database in a layout this code can't read is refused, copy or not.
+    DpkgDatabase::checkFormat(dpkgAdminFolder(root));
     const std::string stampNow = stamp(root);
     const std::string path = cacheFolder + "/package-paths-" + std::to_string(std::hash<std::string>{}(stampNow.substr(0, stampNow.find('\n')))) + ".index";
     SmallFileRead read = readSmallFile(path, std::int64_t{1} << 31);

@@ -31,7 +31,8 @@ struct PackageContents {
     // Paths in folders this user may not look into: whether they are there
     // cannot be told.
     std::vector<std::string> unchecked;
-    // Folders another package lists too: not this package's alone.
+    // Paths another package lists too, folders most often: not this
+    // package's alone.
     std::vector<std::string> shared;
 };
 
