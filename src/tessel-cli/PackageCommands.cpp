@@ -67,11 +67,10 @@ int runOwner(const std::vector<std::string>& words) {
         if (arguments.has("json")) {
             nlohmann::ordered_json item;
             putName(item, "path", path);
+            // A crafted database may hold names that are not UTF-8.
             if (owners.empty()) item["package"] = nullptr;
-            else item["package"] = std::string(owners.front());
-            nlohmann::ordered_json all = nlohmann::ordered_json::array();
-            for (std::string_view owner : owners) all.push_back(std::string(owner));
-            item["packages"] = std::move(all);
+            else putName(item, "package", owners.front());
+            putNames(item, "packages", std::vector<std::string>(owners.begin(), owners.end()));
             item["app"] = nullptr;
             list.push_back(std::move(item));
             continue;
