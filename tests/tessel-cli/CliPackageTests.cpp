@@ -174,3 +174,14 @@ TEST(CliPackages, OwnersAgreeWithThePackageManagerOnThisMachine) {
     }
     EXPECT_EQ(compared, 300);
 }
+
+TEST(CliPackages, PackageNamesThatAreNotUtf8KeepTheirBytes) {
+    DpkgMachine machine(true);
+    machine.install({{"Package: caf\xe9\nStatus: install ok installed\nVersion: 1", "caf\xe9", {"/usr/bin/x"}}});
+    TempFolder home;
+    const Outcome run = runTessel({"owner", "--json", "--root", machine.root(), "/usr/bin/x"}, As::usual, home.path());
+    ASSERT_EQ(run.status, 0) << run.err;
+    const json owner = json::parse(run.out)["owners"][0];
+    EXPECT_EQ(owner["package"], "caf\xef\xbf\xbd");
+    EXPECT_EQ(owner["packageBytes"], "Y2Fm6Q==");
+}
