@@ -16,11 +16,26 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 export XDG_CACHE_HOME=$work/cache
 
-# Regular files that no diversion touches and that need no quoting.
-dpkg-query -W -f='${db:Status-Abbrev}|${binary:Package}\n' | awk -F'|' '$1 ~ /^ii/ {print $2}' |
-  sed 's|^|/var/lib/dpkg/info/|; s|$|.list|' | xargs cat | grep -v -F -x -f /var/lib/dpkg/diversions |
-  grep -v '[][*?\\ '"'"']' | while read -r path; do [ -f "$path" ] && [ ! -L "$path" ] && echo "$path"; done |
-  shuf -n "$count" --random-source=<(yes) >"$work/paths"
+# Regular files that no diversion touches and that need no quoting, picked
+# with a fixed seed so that every run asks the same paths.
+dpkg-query -W -f='${db:Status-Abbrev}|${binary:Package}\n' >"$work/packages"
+python3 - "$work/packages" "$count" >"$work/paths" <<'PY'
+import os, random, stat, sys
+diverted = set(open("/var/lib/dpkg/diversions").read().split("\n")) if os.path.exists("/var/lib/dpkg/diversions") else set()
+files = []
+for line in open(sys.argv[1]):
+    state, _, package = line.rstrip("\n").partition("|")
+    if not state.startswith("ii"): continue
+    try: listed = open(f"/var/lib/dpkg/info/{package}.list", errors="surrogateescape").read().split("\n")
+    except OSError: continue
+    for path in listed:
+        if not path.startswith("/") or path in diverted or any(c in path for c in "[]*?\\' "): continue
+        try:
+            if stat.S_ISREG(os.lstat(path).st_mode): files.append(path)
+        except OSError: pass
+random.Random(13).shuffle(files)
+print("\n".join(files[: int(sys.argv[2])]))
+PY
 mapfile -t paths <"$work/paths"
 echo "${#paths[@]} packaged files"
 
