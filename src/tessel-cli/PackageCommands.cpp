@@ -147,7 +147,7 @@ int runReceipt(const std::vector<std::string>& words) {
                 contents.existing.size(), contents.missing.size());
     if (!contents.unchecked.empty())
         std::printf(", %zu in folders this user may not look into", contents.unchecked.size());
-    if (!contents.shared.empty()) std::printf(", %zu folders shared with other packages", contents.shared.size());
+    if (!contents.shared.empty()) std::printf(", %zu shared with other packages", contents.shared.size());
     std::printf("%s\n", contents.listed ? "" : "; its file list could not be read");
     printPaths(contents.state == "rc" ? "Configuration files left" : "Still on disk", contents.existing);
     printPaths("Gone", contents.missing);

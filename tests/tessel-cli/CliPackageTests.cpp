@@ -114,7 +114,7 @@ TEST(CliPackages, ReceiptOfAPackageOnADescribedMachine) {
     const Outcome text = runTessel({"receipt", "--root", machine.root(), "bash"}, As::usual, home.path());
     ASSERT_EQ(text.status, 0) << text.err;
     EXPECT_EQ(text.out.substr(0, text.out.find('\n')),
-              "bash (ii): 5 paths still on disk, 1 gone, 1 folders shared with other packages");
+              "bash (ii): 5 paths still on disk, 1 gone, 1 shared with other packages");
 
     expectOneErrorLine(runTessel({"receipt", "--root", machine.root(), "nosuch"}, As::usual, home.path()), 1, "nosuch");
 }
