@@ -40,5 +40,8 @@ int runReport(const std::vector<std::string>& words);
 int runDuplicates(const std::vector<std::string>& words);
 int runVolumes(const std::vector<std::string>& words);
 int runApps(const std::vector<std::string>& words);
+int runOwner(const std::vector<std::string>& words);
+int runReceipts(const std::vector<std::string>& words);
+int runReceipt(const std::vector<std::string>& words);
 
 } // namespace tessel::cli

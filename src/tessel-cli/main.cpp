@@ -240,6 +240,52 @@ const std::vector<Command>& commands() {
          "                         ($HOME, $XDG_DATA_HOME) are read as they are\n"
              + std::string(namesInJsonHelp),
          runApps},
+        {"owner", "Tell which package installed a path",
+         "usage: tessel owner [--json] [--root DIR] PATH...\n"
+         "\n"
+         "Tells for each PATH which packages of the package database (dpkg) list it.\n"
+         "A relative PATH is taken from the current folder; links in it are not\n"
+         "followed. Where /bin, /sbin and the /lib folders are links into /usr, a\n"
+         "path under either finds what the packages list under the other; a file a\n"
+         "diversion moved aside belongs to its package where it was moved to. The\n"
+         "index of every listed path is kept in $XDG_CACHE_HOME/Tessel and rebuilt\n"
+         "when the database changes. Exit status 1 when some PATH has no package.\n"
+         "\n"
+         "  --json                 print {\"owners\": [{\"path\", \"package\", \"packages\", \"app\"}]};\n"
+         "                         package is the first owner or null, packages all of\n"
+         "                         them, app is null\n"
+         "  --root DIR             read the package database of the machine whose \"/\"\n"
+         "                         is DIR: DIR/var/lib/dpkg\n"
+             + std::string(namesInJsonHelp),
+         runOwner},
+        {"receipts", "List the installed packages and when each came",
+         "usage: tessel receipts [--json] [--root DIR]\n"
+         "\n"
+         "Lists the packages of the package database (dpkg) that are installed, or\n"
+         "removed with their configuration files left (state rc): the state letters,\n"
+         "the name, the version, when its file list was written (its installation or\n"
+         "last upgrade), and whether it is part of the base system (Priority required\n"
+         "or important, or Essential).\n"
+         "\n"
+         "  --json                 print {\"receipts\": [{\"package\", \"version\", \"installed\",\n"
+         "                         \"isSystem\", \"state\"}]}; installed is ISO 8601 or null\n"
+         "  --root DIR             read DIR/var/lib/dpkg instead of /var/lib/dpkg\n"
+             + std::string(namesInJsonHelp),
+         runReceipts},
+        {"receipt", "Show what one package put on the disk and what is left",
+         "usage: tessel receipt [--json] [--root DIR] PACKAGE\n"
+         "\n"
+         "Checks each path PACKAGE lists: still on disk, gone, or in a folder this\n"
+         "user may not look into, so not checked. Folders another package lists too\n"
+         "are shown apart, as shared: they are not this package's alone. For a\n"
+         "package removed with its configuration left (rc), its configuration files\n"
+         "are checked. Nothing is changed.\n"
+         "\n"
+         "  --json                 print {\"package\", \"state\", \"listed\", \"existing\", \"missing\",\n"
+         "                         \"unchecked\", \"shared\"}; each a list of paths\n"
+         "  --root DIR             read DIR/var/lib/dpkg, and look for the paths under DIR\n"
+             + std::string(namesInJsonHelp),
+         runReceipt},
     };
     return list;
 }

@@ -31,13 +31,14 @@ std::string drain(int fd) {
     return text;
 }
 
-// The environment, with the home folder and the data, configuration and
-// state folders below it replaced, so that the home describes them all.
+// The environment, with the home folder and the data, configuration, state
+// and cache folders below it replaced, so that the home describes them all.
 std::vector<std::string> environmentWithHome(const std::string& home) {
     const std::vector<std::pair<std::string, std::string>> replaced{{"HOME=", ""},
                                                                     {"XDG_DATA_HOME=", "/.local/share"},
                                                                     {"XDG_CONFIG_HOME=", "/.config"},
-                                                                    {"XDG_STATE_HOME=", "/.local/state"}};
+                                                                    {"XDG_STATE_HOME=", "/.local/state"},
+                                                                    {"XDG_CACHE_HOME=", "/.cache"}};
     std::vector<std::string> variables;
     for (char** entry = environ; *entry != nullptr; ++entry) {
         const std::string variable = *entry;

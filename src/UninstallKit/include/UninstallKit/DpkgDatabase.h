@@ -1,0 +1,82 @@
+#pragma once
+// The Debian package manager's own records, read from its admin folder
+// (/var/lib/dpkg under the machine's root): the packages of `status`, the
+// files each one installed (info/NAME.list, or info/NAME:ARCH.list for a
+// package that may be installed for several architectures at once), and
+// the diversions that moved one package's file aside for another's.
+//
+// Every file is read as foreign: it may be a pipe, a link or far too big,
+// and each such case is a failure with a sentence that names the path.
+
+#include <cstdint>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tessel {
+
+// The admin folder could not be read as a package database.
+class DpkgError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+struct DpkgPackage {
+    std::string name;
+    std::string version;
+    std::string architecture;
+    std::string multiArch;
+    std::string priority;
+    bool essential = false;
+    // The three words of "Status": what is wanted (install, hold, deinstall,
+    // purge), an error flag (ok, reinstreq) and the state (installed,
+    // config-files, half-installed...).
+    std::string want;
+    std::string flag;
+    std::string state;
+    std::vector<std::string> conffiles; // paths only, their checksums dropped
+
+    // "NAME:ARCH" for a Multi-Arch "same" package, else NAME: how its files
+    // in info/ are named.
+    std::string listName() const;
+    // The two letters a package listing shows: "ii" installed, "rc" removed
+    // with its configuration files left, "hi" held...
+    std::string stateLetters() const;
+    // Part of the base system: Priority required or important, or Essential.
+    bool isSystem() const;
+    // Files on disk, as opposed to a record of something gone or not yet there.
+    bool hasFiles() const { return state != "not-installed" && state != "config-files"; }
+};
+
+struct DpkgDiversion {
+    std::string from;     // where the diverted package's file is listed
+    std::string to;       // where it is really put
+    std::string divertedBy; // the package that made room for its own file, ":" for the administrator
+};
+
+// Where a package database lies for the machine whose "/" is `root`.
+std::string dpkgAdminFolder(std::string_view root);
+
+namespace DpkgDatabase {
+
+// The "status" file's text read into packages, in its order. Malformed
+// stanzas (no Package field) are passed over; an unreadable file throws.
+std::vector<DpkgPackage> parseStatus(std::string_view text);
+std::vector<DpkgPackage> readStatus(const std::string& adminFolder);
+// Throws unless info/format is missing or says 1, the only layout understood.
+void checkFormat(const std::string& adminFolder);
+std::vector<DpkgDiversion> parseDiversions(std::string_view text);
+// None when there is no diversions file; throws when it cannot be read.
+std::vector<DpkgDiversion> readDiversions(const std::string& adminFolder);
+// The paths a package lists, one a line, as written; absent when it has no
+// list or the list cannot be read, with the reason in `failure`.
+std::optional<std::string> readFileList(const std::string& adminFolder, const DpkgPackage& package,
+                                        std::string* failure = nullptr);
+// Its modification time, in nanoseconds since 1970: when it was installed.
+std::optional<std::int64_t> fileListTime(const std::string& adminFolder, const DpkgPackage& package);
+
+} // namespace DpkgDatabase
+
+} // namespace tessel

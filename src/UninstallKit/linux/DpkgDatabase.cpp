@@ -1,0 +1,232 @@
+// Reading the package manager's records. "status" is a list of stanzas
+// separated by blank lines; each stanza holds "Field: value" lines, a line
+// that starts with a space or a tab continuing the field before it. Field
+// names are matched without regard to case, as the package manager does.
+// Only the fields this system uses are kept. "Conffiles" holds one
+// configuration file a line, " PATH CHECKSUM", with a word such as
+// "obsolete" after it at times; a path may hold spaces, so the line is
+// taken apart from its end.
+//
+// "diversions" holds three lines per diversion: the path as packages list
+// it, where the file is really put, and the package that diverted it.
+
+#include "UninstallKit/DpkgDatabase.h"
+
+#include <sys/stat.h>
+
+#include "Base/SmallFile.h"
+
+namespace tessel {
+
+namespace {
+
+constexpr std::int64_t statusLimit = std::int64_t{1} << 30;
+constexpr std::int64_t listLimit = std::int64_t{256} << 20;
+constexpr std::int64_t diversionsLimit = std::int64_t{64} << 20;
+
+std::string_view trimmed(std::string_view text) {
+    while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
+    while (!text.empty() && (text.back() == ' ' || text.back() == '\t' || text.back() == '\r')) text.remove_suffix(1);
+    return text;
+}
+
+bool sameName(std::string_view a, std::string_view b) {
+    if (a.size() != b.size()) return false;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        const char x = (a[i] >= 'A' && a[i] <= 'Z') ? static_cast<char>(a[i] + 32) : a[i];
+        const char y = (b[i] >= 'A' && b[i] <= 'Z') ? static_cast<char>(b[i] + 32) : b[i];
+        if (x != y) return false;
+    }
+    return true;
+}
+
+std::vector<std::string_view> words(std::string_view text) {
+    std::vector<std::string_view> found;
+    std::size_t at = 0;
+    while (at < text.size()) {
+        while (at < text.size() && (text[at] == ' ' || text[at] == '\t')) ++at;
+        const std::size_t start = at;
+        while (at < text.size() && text[at] != ' ' && text[at] != '\t') ++at;
+        if (at > start) found.push_back(text.substr(start, at - start));
+    }
+    return found;
+}
+
+// " /etc/foo.conf 0123abcd [obsolete]" → "/etc/foo.conf".
+std::optional<std::string> conffilePath(std::string_view line) {
+    line = trimmed(line);
+    for (std::string_view flag : {"obsolete", "remove-on-upgrade"}) {
+        if (line.size() > flag.size() && line.ends_with(flag) && line[line.size() - flag.size() - 1] == ' ')
+            line = trimmed(line.substr(0, line.size() - flag.size()));
+    }
+    const std::size_t space = line.rfind(' ');
+    if (space == std::string_view::npos) return std::nullopt;
+    const std::string_view path = trimmed(line.substr(0, space));
+    if (path.empty() || path.front() != '/') return std::nullopt;
+    return std::string(path);
+}
+
+void keepField(DpkgPackage& package, std::string_view name, std::string_view value,
+               const std::vector<std::string_view>& continuation) {
+    if (sameName(name, "Package")) package.name = std::string(value);
+    else if (sameName(name, "Version")) package.version = std::string(value);
+    else if (sameName(name, "Architecture")) package.architecture = std::string(value);
+    else if (sameName(name, "Multi-Arch")) package.multiArch = std::string(value);
+    else if (sameName(name, "Priority")) package.priority = std::string(value);
+    else if (sameName(name, "Essential")) package.essential = sameName(value, "yes");
+    else if (sameName(name, "Status")) {
+        const std::vector<std::string_view> parts = words(value);
+        if (parts.size() == 3) {
+            package.want = std::string(parts[0]);
+            package.flag = std::string(parts[1]);
+            package.state = std::string(parts[2]);
+        }
+    } else if (sameName(name, "Conffiles")) {
+        for (std::string_view line : continuation)
+            if (std::optional<std::string> path = conffilePath(line)) package.conffiles.push_back(std::move(*path));
+    }
+}
+
+std::string readWhole(const std::string& path, std::int64_t limit) {
+    SmallFileRead read = readSmallFile(path, limit);
+    if (!read.text) throw DpkgError(read.failure);
+    return std::move(*read.text);
+}
+
+bool exists(const std::string& path) {
+    struct stat info {};
+    return lstat(path.c_str(), &info) == 0;
+}
+
+} // namespace
+
+std::string DpkgPackage::listName() const {
+    if (multiArch == "same" && !architecture.empty()) return name + ":" + architecture;
+    return name;
+}
+
+std::string DpkgPackage::stateLetters() const {
+    auto letter = [](const std::string& word, std::initializer_list<std::pair<const char*, char>> table) {
+        for (const auto& [spelling, code] : table)
+            if (word == spelling) return code;
+        return '?';
+    };
+    std::string letters;
+    letters += letter(want, {{"unknown", 'u'}, {"install", 'i'}, {"hold", 'h'}, {"deinstall", 'r'}, {"purge", 'p'}});
+    letters += letter(state, {{"not-installed", 'n'}, {"config-files", 'c'}, {"half-installed", 'H'},
+                              {"unpacked", 'U'}, {"half-configured", 'F'}, {"triggers-awaited", 'W'},
+                              {"triggers-pending", 't'}, {"installed", 'i'}});
+    if (flag == "reinstreq") letters += 'R';
+    return letters;
+}
+
+bool DpkgPackage::isSystem() const { return essential || priority == "required" || priority == "important"; }
+
+std::string dpkgAdminFolder(std::string_view root) {
+    std::string folder(root);
+    while (!folder.empty() && folder.back() == '/') folder.pop_back();
+    return folder + "/var/lib/dpkg";
+}
+
+namespace DpkgDatabase {
+
+std::vector<DpkgPackage> parseStatus(std::string_view text) {
+    std::vector<DpkgPackage> packages;
+    DpkgPackage current;
+    std::string_view fieldName;
+    std::string_view fieldValue;
+    std::vector<std::string_view> continuation;
+    auto endField = [&] {
+        if (!fieldName.empty()) keepField(current, fieldName, fieldValue, continuation);
+        fieldName = {};
+        continuation.clear();
+    };
+    auto endStanza = [&] {
+        endField();
+        if (!current.name.empty()) packages.push_back(std::move(current));
+        current = DpkgPackage{};
+    };
+    std::size_t at = 0;
+    while (at <= text.size()) {
+        std::size_t end = text.find('\n', at);
+        if (end == std::string_view::npos) end = text.size();
+        const std::string_view line = text.substr(at, end - at);
+        at = end + 1;
+        if (trimmed(line).empty()) {
+            endStanza();
+            continue;
+        }
+        if (line.front() == ' ' || line.front() == '\t') {
+            if (!fieldName.empty()) continuation.push_back(line);
+            continue;
+        }
+        endField();
+        const std::size_t colon = line.find(':');
+        if (colon == std::string_view::npos || colon == 0) continue;
+        fieldName = line.substr(0, colon);
+        fieldValue = trimmed(line.substr(colon + 1));
+    }
+    endStanza();
+    return packages;
+}
+
+std::vector<DpkgPackage> readStatus(const std::string& adminFolder) {
+    return parseStatus(readWhole(adminFolder + "/status", statusLimit));
+}
+
+void checkFormat(const std::string& adminFolder) {
+    const std::string path = adminFolder + "/info/format";
+    if (!exists(path)) return;
+    const std::string text(trimmed(readWhole(path, 4096)));
+    std::string_view first = text;
+    if (const std::size_t newline = first.find('\n'); newline != std::string_view::npos) first = first.substr(0, newline);
+    if (trimmed(first) != "1")
+        throw DpkgError(path + " says the database is in format \"" + std::string(trimmed(first).substr(0, 40)) +
+                        "\"; only format 1 can be read");
+}
+
+std::vector<DpkgDiversion> parseDiversions(std::string_view text) {
+    std::vector<std::string_view> lines;
+    std::size_t at = 0;
+    while (at < text.size()) {
+        std::size_t end = text.find('\n', at);
+        if (end == std::string_view::npos) end = text.size();
+        lines.push_back(text.substr(at, end - at));
+        at = end + 1;
+    }
+    std::vector<DpkgDiversion> diversions;
+    for (std::size_t i = 0; i + 2 < lines.size(); i += 3) {
+        if (lines[i].empty() || lines[i + 1].empty() || lines[i + 2].empty()) continue;
+        diversions.push_back({std::string(lines[i]), std::string(lines[i + 1]), std::string(lines[i + 2])});
+    }
+    return diversions;
+}
+
+std::vector<DpkgDiversion> readDiversions(const std::string& adminFolder) {
+    const std::string path = adminFolder + "/diversions";
+    if (!exists(path)) return {};
+    return parseDiversions(readWhole(path, diversionsLimit));
+}
+
+std::optional<std::string> readFileList(const std::string& adminFolder, const DpkgPackage& package,
+                                        std::string* failure) {
+    // A name from a damaged or crafted status file must not lead out of info/.
+    if (package.listName().find('/') != std::string::npos || package.name.starts_with('.')) {
+        if (failure) *failure = "the package name \"" + package.name + "\" cannot name a file list";
+        return std::nullopt;
+    }
+    SmallFileRead read = readSmallFile(adminFolder + "/info/" + package.listName() + ".list", listLimit);
+    if (!read.text && failure) *failure = read.failure;
+    return std::move(read.text);
+}
+
+std::optional<std::int64_t> fileListTime(const std::string& adminFolder, const DpkgPackage& package) {
+    if (package.listName().find('/') != std::string::npos || package.name.starts_with('.')) return std::nullopt;
+    struct stat info {};
+    if (lstat((adminFolder + "/info/" + package.listName() + ".list").c_str(), &info) != 0) return std::nullopt;
+    return std::int64_t{info.st_mtim.tv_sec} * 1'000'000'000 + info.st_mtim.tv_nsec;
+}
+
+} // namespace DpkgDatabase
+
+} // namespace tessel

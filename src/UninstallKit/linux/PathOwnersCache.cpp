@@ -1,0 +1,59 @@
+// The path index's copy on disk. It is named for the root it describes, so
+// a test machine's index never stands for this machine's, and it is
+// written to a temporary name and renamed over the old one, so a reader
+// sees either copy whole. Any failure here only costs a rebuild.
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <functional>
+
+#include "Base/SmallFile.h"
+#include "UninstallKit/DpkgDatabase.h"
+#include "UninstallKit/PathOwners.h"
+
+namespace tessel {
+
+namespace {
+
+void makeFolders(const std::string& folder) {
+    for (std::size_t at = 1; at <= folder.size(); ++at)
+        if (at == folder.size() || folder[at] == '/') mkdir(folder.substr(0, at).c_str(), 0700);
+}
+
+void writeReplacing(const std::string& path, const std::string& bytes) {
+    const std::string temporary = path + ".new" + std::to_string(getpid());
+    const int fd = open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600);
+    if (fd < 0) return;
+    std::size_t written = 0;
+    while (written < bytes.size()) {
+        const ssize_t wrote = write(fd, bytes.data() + written, bytes.size() - written);
+        if (wrote <= 0) break;
+        written += static_cast<std::size_t>(wrote);
+    }
+    const bool whole = written == bytes.size() && close(fd) == 0;
+    if (!whole || rename(temporary.c_str(), path.c_str()) != 0) unlink(temporary.c_str());
+}
+
+} // namespace
+
+PathOwners PathOwners::cached(const std::string& root, const std::string& cacheFolder) {
+    // A database in a layout this code can't read is refused, copy or not.
+    DpkgDatabase::checkFormat(dpkgAdminFolder(root));
+    const std::string stampNow = stamp(root);
+    const std::string path = cacheFolder + "/package-paths-" + std::to_string(std::hash<std::string>{}(stampNow.substr(0, stampNow.find('\n')))) + ".index";
+    SmallFileRead read = readSmallFile(path, std::int64_t{1} << 31);
+    if (read.text)
+        if (std::optional<PathOwners> index = deserialized(*read.text, stampNow)) return std::move(*index);
+    PathOwners index = build(root);
+    // The database may have changed while it was read; then the copy would
+    // carry a stamp it doesn't match, so it is not written.
+    if (stamp(root) == stampNow) {
+        makeFolders(cacheFolder);
+        writeReplacing(path, index.serialized(stampNow));
+    }
+    return index;
+}
+
+} // namespace tessel

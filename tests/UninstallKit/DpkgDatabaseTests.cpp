@@ -1,0 +1,110 @@
+// Reading the package manager's records: its stanzas, its states, and files
+// that are not what they should be.
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include "DpkgMachine.h"
+#include "UninstallKit/DpkgDatabase.h"
+
+using namespace tessel;
+using namespace tessel::test;
+
+TEST(DpkgStatus, StanzasFieldsAndContinuationLines) {
+    const std::vector<DpkgPackage> packages = DpkgDatabase::parseStatus(
+        "Package: bash\n"
+        "Essential: yes\n"
+        "status: install ok installed\n"
+        "Priority: required\n"
+        "Version: 5.2.15-2+b2\n"
+        "Description: a shell\n"
+        " Package: not-a-package\n"
+        " .\n"
+        "\n\n\n"
+        "Version: 1.0\n"
+        "Description: a stanza with no package is passed over\n"
+        "\n"
+        "Package: libfoo1\n"
+        "Status: deinstall ok config-files\n"
+        "Multi-Arch: same\n"
+        "Architecture: amd64\n"
+        "Conffiles:\n"
+        " /etc/foo.conf 0123456789abcdef0123456789abcdef\n"
+        " /etc/foo bar.conf 0123456789abcdef0123456789abcdef obsolete\n"
+        " /etc/gone.conf newconffile remove-on-upgrade\n"
+        "Version: 1:2.0-1\n"
+        "\n"
+        "Package: held\r\n"
+        "Status: hold reinstreq half-installed\r\n"
+        "Priority: optional");
+    ASSERT_EQ(packages.size(), 3u);
+    const DpkgPackage& bash = packages[0];
+    EXPECT_EQ(bash.name, "bash");
+    EXPECT_EQ(bash.version, "5.2.15-2+b2");
+    EXPECT_TRUE(bash.essential);
+    EXPECT_TRUE(bash.isSystem());
+    EXPECT_EQ(bash.stateLetters(), "ii");
+    EXPECT_EQ(bash.listName(), "bash");
+    EXPECT_TRUE(bash.hasFiles());
+
+    const DpkgPackage& library = packages[1];
+    EXPECT_EQ(library.listName(), "libfoo1:amd64");
+    EXPECT_EQ(library.stateLetters(), "rc");
+    EXPECT_FALSE(library.hasFiles());
+    EXPECT_FALSE(library.isSystem());
+    EXPECT_EQ(library.version, "1:2.0-1") << "a field after Conffiles' lines still counts";
+    EXPECT_EQ(library.conffiles, (std::vector<std::string>{"/etc/foo.conf", "/etc/foo bar.conf", "/etc/gone.conf"}));
+
+    EXPECT_EQ(packages[2].name, "held") << "carriage returns are not part of a value";
+    EXPECT_EQ(packages[2].stateLetters(), "hHR");
+    EXPECT_FALSE(packages[2].isSystem());
+}
+
+TEST(DpkgDiversions, ReadInThreesWithAnUnfinishedTripleLeftOut) {
+    const std::vector<DpkgDiversion> diversions =
+        DpkgDatabase::parseDiversions("/usr/bin/a\n/usr/bin/a.real\nwrapper\n/bin/sh\n/bin/sh.distrib\n:\n/x\n/y\n");
+    ASSERT_EQ(diversions.size(), 2u);
+    EXPECT_EQ(diversions[0].to, "/usr/bin/a.real");
+    EXPECT_EQ(diversions[0].divertedBy, "wrapper");
+    EXPECT_EQ(diversions[1].divertedBy, ":");
+}
+
+TEST(DpkgFiles, UnknownFormatsAndHostileFilesAreClearErrors) {
+    DpkgMachine machine(true);
+    machine.install({{"Package: a\nStatus: install ok installed", "a", {"/usr/bin/a"}}});
+    EXPECT_NO_THROW(DpkgDatabase::checkFormat(machine.admin()));
+    EXPECT_EQ(DpkgDatabase::readStatus(machine.admin()).size(), 1u);
+
+    writeText(machine.admin() + "/info/format", "2\n");
+    try {
+        DpkgDatabase::checkFormat(machine.admin());
+        ADD_FAILURE() << "format 2 was accepted";
+    } catch (const DpkgError& error) {
+        EXPECT_NE(std::string(error.what()).find("only format 1"), std::string::npos) << error.what();
+        EXPECT_NE(std::string(error.what()).find(machine.admin() + "/info/format"), std::string::npos) << error.what();
+    }
+
+    // A pipe in place of status would block a plain open until someone writes.
+    ASSERT_EQ(unlink((machine.admin() + "/status").c_str()), 0);
+    ASSERT_EQ(mkfifo((machine.admin() + "/status").c_str(), 0644), 0);
+    EXPECT_THROW(DpkgDatabase::readStatus(machine.admin()), DpkgError);
+    ASSERT_EQ(unlink((machine.admin() + "/status").c_str()), 0);
+    try {
+        DpkgDatabase::readStatus(machine.admin());
+        ADD_FAILURE() << "a missing status was read";
+    } catch (const DpkgError& error) {
+        EXPECT_NE(std::string(error.what()).find(machine.admin() + "/status"), std::string::npos) << error.what();
+    }
+
+    // A list that is a link, and a name that would climb out of info/.
+    makeSymlink("/etc/passwd", machine.admin() + "/info/b.list");
+    DpkgPackage linked;
+    linked.name = "b";
+    std::string failure;
+    EXPECT_FALSE(DpkgDatabase::readFileList(machine.admin(), linked, &failure));
+    EXPECT_NE(failure.find("not a regular file"), std::string::npos) << failure;
+    DpkgPackage climbing;
+    climbing.name = "../../../outside";
+    writeText(machine / "var/outside.list", "/usr/bin/a\n");
+    EXPECT_FALSE(DpkgDatabase::readFileList(machine.admin(), climbing));
+}
