@@ -16,6 +16,7 @@
 #include "DiskScanKit/Paths.h"
 #include "DiskScanKit/ByteFormat.h"
 #include "UninstallKit/AppImages.h"
+#include "UninstallKit/DpkgDatabase.h"
 #include "UninstallKit/FoundApps.h"
 
 namespace tessel::cli {
@@ -84,7 +85,16 @@ int runApps(const std::vector<std::string>& words) {
     const char* runtime = std::getenv("XDG_RUNTIME_DIR");
     const RunningPrograms running =
         RunningPrograms::read(machine.onDisk("/proc"), runtime != nullptr && runtime[0] == '/' ? std::optional<std::string>(runtime) : std::nullopt);
-    const FoundAppListing listing = FoundApps::gather(machine, AppImages::systemUnsquashfs(), running);
+    // Without a package database (another distribution, a described machine without one) apps still list.
+    std::optional<PathOwners> owners;
+    FoundApps::Packages packages;
+    try {
+        owners = PathOwners::cached(systemRoot, Paths::xdgFolder("XDG_CACHE_HOME", Paths::homeFolder(), ".cache") + "/Tessel");
+        packages = {&*owners, PackageReceipts::list(systemRoot)};
+    } catch (const DpkgError&) {
+        packages = {};
+    }
+    const FoundAppListing listing = FoundApps::gather(machine, AppImages::systemUnsquashfs(), running, packages);
     if (arguments.has("json")) {
         nlohmann::ordered_json list = nlohmann::ordered_json::array();
         for (const FoundApp& app : listing.apps) list.push_back(appItem(app));

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "DescribedLinux.h"
+#include "DpkgMachine.h"
 #include "UninstallKit/FoundApps.h"
 
 namespace tessel {
@@ -80,6 +81,34 @@ TEST_F(DescribedApps, AnAppRunsByItsProgramItsSandboxOrItsUnit) {
     EXPECT_FALSE(named(listing, "Idle").isRunning);
     running.launchedApps.insert("org.example.Idle");
     EXPECT_TRUE(named(FoundApps::gather(machine, std::nullopt, running), "Idle").isRunning);
+}
+
+TEST_F(DescribedApps, AnEntryWhosePackageListsItsProgramIsThatPackagesApp) {
+    test::DpkgMachine dpkg(false);
+    machine.root = dpkg.root();
+    program("/usr/bin/viewer");
+    program("/usr/bin/loose");
+    app("/usr/share/applications/viewer.desktop", "Viewer");
+    app("/usr/share/applications/loose.desktop", "Loose", "Exec=loose\n");
+    write("/usr/share/viewer/data", std::string(100'000, 'd'));
+    write("/usr/share/common/shared", std::string(400'000, 's'));
+    dpkg.install({{"Package: viewer\nStatus: install ok installed\nPriority: important\nVersion: 2.0-1", "viewer",
+                   {"/usr", "/usr/bin", "/usr/bin/viewer", "/usr/share/viewer/data", "/usr/share/common/shared"}},
+                  {"Package: common\nStatus: install ok installed\nPriority: optional\nVersion: 1", "common",
+                   {"/usr", "/usr/share/common/shared"}}});
+    const PathOwners owners = PathOwners::build(machine.root);
+    const FoundAppListing listing =
+        FoundApps::gather(machine, std::nullopt, RunningPrograms{}, {&owners, PackageReceipts::list(machine.root)});
+    const FoundApp& viewer = named(listing, "Viewer");
+    EXPECT_EQ(viewer.app.source, "dpkg");
+    EXPECT_EQ(viewer.app.package, "viewer");
+    EXPECT_EQ(viewer.app.version, "2.0-1");
+    EXPECT_TRUE(viewer.app.isSystemApp) << "Priority important";
+    EXPECT_GE(viewer.bytes.value_or(0), 100'000);
+    EXPECT_LT(viewer.bytes.value_or(0), 400'000) << "a file another package lists too is not the app's alone";
+    const FoundApp& loose = named(listing, "Loose");
+    EXPECT_EQ(loose.app.source, "other") << "no package lists its program";
+    EXPECT_EQ(loose.bytes, std::nullopt);
 }
 
 } // namespace

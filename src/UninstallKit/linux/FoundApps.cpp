@@ -7,9 +7,14 @@
 // AppImage in the usual folders that no entry runs is an app too, named by
 // the entry inside it, else by its file name.
 //
+// An entry whose program a package of the package database (dpkg) lists is
+// that package's app: it takes the package's version, and is the system's
+// own when the package is (Priority required or important, or Essential).
+//
 // Sizes are those of what is the app's alone: a Flatpak's deployment, a
 // snap's image in /var/lib/snapd/snaps (its mounted folder where the image
-// is missing), an AppImage's file. The runtimes apps share are nobody's.
+// is missing), an AppImage's file, the files a package lists that no other
+// package lists too. The runtimes and libraries apps share are nobody's.
 //
 // An app runs when a process runs its program (compared as real paths, as
 // /proc gives them), when a Flatpak sandbox of its ID is alive, or when a
@@ -17,9 +22,12 @@
 
 #include "UninstallKit/FoundApps.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <map>
+#include <set>
 
 #include "DiskScanKit/DiskScanner.h"
 #include "UninstallKit/AppCatalog.h"
@@ -65,10 +73,48 @@ InstalledApp appOfImage(const AppImage& image, const DesktopMachine& machine) {
     return app;
 }
 
+// The files `package` alone lists that are on the disk, in allocated bytes.
+std::int64_t packageBytes(const std::string& root, const std::string& package, const PathOwners& owners) {
+    const PackageContents contents = PackageReceipts::contents(root, package, owners);
+    const std::set<std::string> shared(contents.shared.begin(), contents.shared.end());
+    std::int64_t bytes = 0;
+    for (const std::string& path : contents.existing) {
+        struct stat info {};
+        if (shared.contains(path) || ::lstat((root == "/" ? path : root + path).c_str(), &info) != 0 || !S_ISREG(info.st_mode))
+            continue;
+        bytes += static_cast<std::int64_t>(info.st_blocks) * 512;
+    }
+    return bytes;
+}
+
+// Gives `entry` what the package that lists its program says of it.
+void completeFromPackage(FoundApp& entry, const DesktopMachine& machine, const Packages& packages) {
+    if (packages.owners == nullptr || !entry.app.programPath || entry.app.source != "other") return;
+    std::vector<std::string_view> owners = packages.owners->owners(*entry.app.programPath);
+    if (owners.empty()) {
+        // A program reached through links the packages don't list (alternatives) is the file it leads to.
+        if (const std::optional<std::string> real = machine.followLinks(*entry.app.programPath))
+            owners = packages.owners->owners(*real);
+    }
+    if (owners.empty()) return;
+    const std::string package(owners.front());
+    const auto receipt = std::ranges::find(packages.receipts, package, &PackageReceipt::package);
+    if (receipt == packages.receipts.end()) return;
+    entry.app.source = "dpkg";
+    entry.app.package = package;
+    entry.app.isSystemApp = receipt->isSystem;
+    if (!entry.app.version) entry.app.version = receipt->version;
+    try {
+        entry.bytes = packageBytes(machine.root, package, *packages.owners);
+    } catch (const std::exception&) {
+        // A package whose list can't be read has no size we can tell.
+    }
+}
+
 } // namespace
 
 FoundAppListing gather(const DesktopMachine& machine, const std::optional<std::string>& unsquashfs,
-                       const RunningPrograms& running) {
+                       const RunningPrograms& running, const Packages& packages) {
     DesktopAppListing listing = AppCatalog::installedApps(machine);
     std::map<std::string, FlatpakApp> flatpaks;
     for (FlatpakApp& app : SandboxedApps::flatpaks(machine.root, machine.dataHome)) flatpaks.try_emplace(app.id, std::move(app));
@@ -105,6 +151,7 @@ FoundAppListing gather(const DesktopMachine& machine, const std::optional<std::s
         entry.isRunning = entry.isRunning || (app.package && running.runsApp(*app.package)) ||
                           (app.bundleIdentifier && running.runsApp(*app.bundleIdentifier));
         entry.app = std::move(app);
+        completeFromPackage(entry, machine, packages);
         found.apps.push_back(std::move(entry));
     }
     for (std::size_t i = 0; i < images.size(); ++i) {

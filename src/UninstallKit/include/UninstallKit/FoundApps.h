@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "UninstallKit/DesktopApps.h"
+#include "UninstallKit/PackageReceipts.h"
 #include "UninstallKit/RunningPrograms.h"
 
 namespace tessel {
@@ -29,9 +30,16 @@ struct FoundAppListing {
 
 namespace FoundApps {
 
-// `unsquashfs` reads AppImages (none: they are listed undescribed); `running` says what runs.
+// What the package database knows: who owns a path, and each package's record.
+struct Packages {
+    const PathOwners* owners = nullptr;
+    std::vector<PackageReceipt> receipts;
+};
+
+// `unsquashfs` reads AppImages (none: they are listed undescribed); `running` says what runs;
+// `packages` gives the apps the package manager installed their package's version, size and standing.
 FoundAppListing gather(const DesktopMachine& machine, const std::optional<std::string>& unsquashfs,
-                       const RunningPrograms& running);
+                       const RunningPrograms& running, const Packages& packages = {});
 
 } // namespace FoundApps
 
