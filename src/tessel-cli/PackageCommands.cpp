@@ -12,6 +12,8 @@
 #include "TerminalText.h"
 #include "DiskScanKit/Paths.h"
 #include "DiskScanKit/ScanReport.h"
+#include "UninstallKit/AppCatalog.h"
+#include "UninstallKit/AppOwners.h"
 #include "UninstallKit/DpkgDatabase.h"
 #include "UninstallKit/PackageReceipts.h"
 #include "UninstallKit/PathOwners.h"
@@ -58,12 +60,15 @@ int runOwner(const std::vector<std::string>& words) {
         printError("the package database could not be read: " + printable(error.what()));
         return exitFailure;
     }
+    const DesktopMachine machine = DesktopMachine::fromEnvironment(root);
+    const AppOwners apps(AppCatalog::installedApps(machine).apps, &*index, machine);
     bool allOwned = true;
     nlohmann::ordered_json list = nlohmann::ordered_json::array();
     for (const std::string& typed : arguments.positionals) {
         const std::string path = Paths::absolute(typed);
         const std::vector<std::string_view> owners = index->owners(path);
-        allOwned = allOwned && !owners.empty();
+        const std::optional<InstalledApp> app = apps.appContaining(path);
+        allOwned = allOwned && (!owners.empty() || app);
         if (arguments.has("json")) {
             nlohmann::ordered_json item;
             putName(item, "path", path);
@@ -71,13 +76,16 @@ int runOwner(const std::vector<std::string>& words) {
             if (owners.empty()) item["package"] = nullptr;
             else putName(item, "package", owners.front());
             putNames(item, "packages", std::vector<std::string>(owners.begin(), owners.end()));
-            item["app"] = nullptr;
+            if (app) putName(item, "app", app->name);
+            else item["app"] = nullptr;
             list.push_back(std::move(item));
             continue;
         }
         std::string names;
         for (std::string_view owner : owners) names += (names.empty() ? "" : ", ") + printable(owner);
-        std::printf("%s: %s\n", printable(path).c_str(), owners.empty() ? "no package" : names.c_str());
+        if (owners.empty()) names = "no package";
+        if (app) names += " (the app " + printable(app->name) + ")";
+        std::printf("%s: %s\n", printable(path).c_str(), names.c_str());
     }
     if (arguments.has("json")) printJson({{"owners", std::move(list)}});
     return allOwned ? exitSuccess : exitFailure;

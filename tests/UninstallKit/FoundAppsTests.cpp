@@ -6,6 +6,7 @@
 
 #include "DescribedLinux.h"
 #include "DpkgMachine.h"
+#include "UninstallKit/AppOwners.h"
 #include "UninstallKit/FoundApps.h"
 
 namespace tessel {
@@ -109,6 +110,35 @@ TEST_F(DescribedApps, AnEntryWhosePackageListsItsProgramIsThatPackagesApp) {
     const FoundApp& loose = named(listing, "Loose");
     EXPECT_EQ(loose.app.source, "other") << "no package lists its program";
     EXPECT_EQ(loose.bytes, std::nullopt);
+}
+
+TEST_F(DescribedApps, APathBelongsToTheAppWhosePackageListsItOrWhoseFolderHoldsIt) {
+    test::DpkgMachine dpkg(false);
+    machine.root = dpkg.root();
+    program("/usr/bin/viewer");
+    app("/usr/share/applications/viewer.desktop", "Viewer");
+    dpkg.install({{"Package: viewer\nStatus: install ok installed\nPriority: optional\nVersion: 2", "viewer",
+                   {"/usr", "/usr/bin", "/usr/bin/viewer", "/usr/share/viewer/help.html"}},
+                  {"Package: base\nStatus: install ok installed\nPriority: required\nVersion: 1", "base", {"/usr", "/usr/bin"}}});
+    program("/opt/suite/tool/bin/tool");
+    app("/usr/share/applications/tool.desktop", "Tool", "Exec=/opt/suite/tool/bin/tool\n");
+    app("/usr/share/applications/org.example.Maps.desktop", "Maps",
+        "Exec=/usr/bin/flatpak run org.example.Maps\nX-Flatpak=org.example.Maps\n");
+    app("/usr/share/applications/notes_notes.desktop", "Notes", "Exec=/snap/bin/notes\nX-SnapInstanceName=notes\n");
+    const PathOwners owners = PathOwners::build(machine.root);
+    const AppOwners apps(AppCatalog::installedApps(machine).apps, &owners, machine);
+
+    auto nameAt = [&](const std::string& path) { return apps.appContaining(path).value_or(InstalledApp{}).name; };
+    EXPECT_EQ(nameAt("/usr/share/viewer/help.html"), "Viewer") << "listed by the package of its program";
+    EXPECT_EQ(nameAt("/usr/bin/../share/viewer/help.html"), "Viewer");
+    EXPECT_EQ(nameAt("/opt/suite/tool/lib/x.so"), "Tool");
+    EXPECT_EQ(nameAt("/opt/suite"), "Tool") << "unpacked by hand: the folder below /opt";
+    EXPECT_EQ(nameAt("/var/lib/flatpak/app/org.example.Maps/x86_64/stable/active/files/bin/maps"), "Maps");
+    EXPECT_EQ(nameAt(machine.dataHome + "/flatpak/app/org.example.Maps"), "Maps");
+    EXPECT_EQ(nameAt("/snap/notes/12/bin/notes"), "Notes");
+    EXPECT_EQ(apps.appContaining("/opt/other/file"), std::nullopt);
+    EXPECT_EQ(apps.appContaining("/usr/bin"), std::nullopt) << "a folder other packages list too";
+    EXPECT_EQ(apps.appContaining("/var/lib/flatpak/app/org.example.MapsPro/x"), std::nullopt) << "whole names only";
 }
 
 } // namespace

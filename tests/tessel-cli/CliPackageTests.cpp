@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <map>
 #include <random>
@@ -46,6 +47,10 @@ bool hasDpkg() { return access("/usr/bin/dpkg", X_OK) == 0 && access("/usr/bin/d
 TEST(CliPackages, OwnersOnADescribedMachine) {
     DpkgMachine machine(true);
     installSampleSystem(machine);
+    // The app whose program the package "tool" lists, as a desktop entry shows it.
+    chmod((machine / "usr/bin/tool.real").c_str(), 0755);
+    std::filesystem::create_directories(machine / "usr/share/applications");
+    writeText(machine / "usr/share/applications/tool.desktop", "[Desktop Entry]\nType=Application\nName=Tool\nExec=/usr/bin/tool.real\n");
     TempFolder home;
     const Outcome run = runTessel({"owner", "--json", "--root", machine.root(), "/usr/bin/bash", "/bin/bash",
                                    "/usr/bin/tool.real", "/usr/bin/nothing", "/usr/lib/../bin/bash"},
@@ -56,6 +61,8 @@ TEST(CliPackages, OwnersOnADescribedMachine) {
     EXPECT_EQ(owners[0]["package"], "bash");
     EXPECT_EQ(owners[1]["package"], "bash");
     EXPECT_EQ(owners[2]["package"], "tool");
+    EXPECT_EQ(owners[2]["app"], "Tool");
+    EXPECT_TRUE(owners[0]["app"].is_null()) << "bash has no desktop entry";
     EXPECT_TRUE(owners[3]["package"].is_null());
     EXPECT_EQ(owners[3]["packages"], json::array());
     EXPECT_TRUE(owners[3]["app"].is_null());
