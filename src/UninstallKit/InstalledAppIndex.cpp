@@ -4,8 +4,9 @@
 // folded name. A bundle is then looked into: the names in
 // Contents/Library/LaunchServices are identifiers of its privileged helpers
 // (a ".plist" by its stem), and every bundle inside it (a helper app, an
-// extension, a framework, a plug-in) has its own identifier. Those not
-// already some app's own go into `carried`, with the app that holds them.
+// extension, a framework, a plug-in) has its own identifier. On Linux the
+// app's package says what it carries (CarriedNames). Those not already some
+// app's own go into `carried`, with the app that holds them.
 //
 // A name's owner is found by walking up its identifier, longest first, and
 // asking at each step the apps' own identifiers, then the carried ones; the
@@ -99,8 +100,7 @@ InstalledAppIndex::InstalledAppIndex(std::vector<InstalledApp> found) : apps(std
         byName[ReverseDns::fold(app.name)].push_back(app);
     }
     for (const InstalledApp& app : apps) {
-        if (app.source != "bundle") continue;
-        for (const std::string& identifier : carriedIdentifiers(app.bundlePath)) {
+        for (const std::string& identifier : app.source == "bundle" ? carriedIdentifiers(app.bundlePath) : app.carries) {
             const std::string key = lowered(identifier);
             if (byIdentifier.contains(key) || !carried.emplace(key, Carrier{app, identifier}).second) continue;
             if (std::optional<std::string> vendor = ReverseDns::vendor(key)) carriedVendors.insert(*vendor);

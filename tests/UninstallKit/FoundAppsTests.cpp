@@ -7,6 +7,8 @@
 #include "DescribedLinux.h"
 #include "DpkgMachine.h"
 #include "UninstallKit/AppOwners.h"
+#include "UninstallKit/CarriedNames.h"
+#include "UninstallKit/InstalledAppIndex.h"
 #include "UninstallKit/FoundApps.h"
 
 namespace tessel {
@@ -139,6 +141,48 @@ TEST_F(DescribedApps, APathBelongsToTheAppWhosePackageListsItOrWhoseFolderHoldsI
     EXPECT_EQ(apps.appContaining("/opt/other/file"), std::nullopt);
     EXPECT_EQ(apps.appContaining("/usr/bin"), std::nullopt) << "a folder other packages list too";
     EXPECT_EQ(apps.appContaining("/var/lib/flatpak/app/org.example.MapsPro/x"), std::nullopt) << "whole names only";
+}
+
+TEST(CarriedNamesOfPaths, EntriesServicesUnitsAndAutostartByTheirFolders) {
+    EXPECT_EQ(CarriedNames::fromPaths({"/usr/share/applications/org.example.Viewer.desktop",
+                                       "/usr/share/applications/org.example.Viewer.Settings.desktop",
+                                       "/usr/share/dbus-1/services/org.example.Viewer.SearchProvider.service",
+                                       "/usr/lib/systemd/user/viewer-indexer.service", "/lib/systemd/user/viewer-indexer.timer",
+                                       "/etc/xdg/autostart/viewer-tray.desktop", "/usr/share/doc/viewer/README.service",
+                                       "/usr/bin/viewer"},
+                                      "org.example.Viewer.desktop"),
+              (std::vector<std::string>{"org.example.Viewer.SearchProvider", "org.example.Viewer.Settings", "viewer-indexer",
+                                        "viewer-tray"}));
+}
+
+TEST_F(DescribedApps, WhatAnAppsPackageCarriesIsClaimedForIt) {
+    test::DpkgMachine dpkg(false);
+    machine.root = dpkg.root();
+    program("/usr/bin/viewer");
+    app("/usr/share/applications/org.example.Viewer.desktop", "Viewer");
+    dpkg.install({{"Package: viewer\nStatus: install ok installed\nPriority: optional\nVersion: 2", "viewer",
+                   {"/usr/bin/viewer", "/usr/share/applications/org.example.Viewer.desktop",
+                    "/usr/share/dbus-1/services/org.example.ViewerSearch.service"}}});
+    const std::string deploy = "/var/lib/flatpak/app/org.example.Maps/x86_64/stable/c0ffee";
+    write(deploy + "/metadata", "[Application]\nname=org.example.Maps\n");
+    write(deploy + "/export/share/dbus-1/services/org.example.Maps.Provider.service", "");
+    test::makeSymlink("x86_64/stable", local("/var/lib/flatpak/app/org.example.Maps/current"));
+    test::makeSymlink("c0ffee", local("/var/lib/flatpak/app/org.example.Maps/x86_64/stable/active"));
+    app("/usr/share/applications/org.example.Maps.desktop", "Maps",
+        "Exec=/usr/bin/flatpak run org.example.Maps\nX-Flatpak=org.example.Maps\n");
+
+    const PathOwners owners = PathOwners::build(machine.root);
+    std::vector<InstalledApp> apps = AppCatalog::installedApps(machine).apps;
+    CarriedNames::fill(apps, &owners, machine);
+    const InstalledAppIndex index(apps);
+    const std::optional<InstalledAppIndex::Claim> search = index.claim("org.example.ViewerSearch");
+    ASSERT_TRUE(search);
+    EXPECT_EQ(search->app.name, "Viewer");
+    EXPECT_TRUE(search->isCarried);
+    const std::optional<InstalledAppIndex::Claim> provider = index.claim("org.example.Maps.Provider.cache");
+    ASSERT_TRUE(provider) << "a Flatpak's exports, and what is named below them";
+    EXPECT_EQ(provider->app.name, "Maps");
+    EXPECT_FALSE(index.claim("org.example.Other"));
 }
 
 } // namespace

@@ -29,6 +29,10 @@ struct InstalledApp {
     bool isShown = true; // false for NoDisplay=true: it exists but stays out of menus
     // The Flatpak ID or the snap name of an app those keep, as its entry names it.
     std::optional<std::string> package;
+    // On Linux, the names its package carries besides its own desktop ID
+    // (D-Bus services, user units, other entries); on the Mac the index reads
+    // them out of the bundle.
+    std::vector<std::string> carries;
 
     // The lower-cased vendor of the identifier ("com.foo" of "com.Foo.App"), or none.
     std::optional<std::string> developerPrefix() const;
