@@ -71,17 +71,15 @@ int runApps(const std::vector<std::string>& words) {
     const Arguments arguments = parseArguments(words, appsOptions);
     if (!arguments.positionals.empty())
         throw UsageError("apps takes no path, not \"" + arguments.positionals.front() + "\"");
-    std::string systemRoot = "/";
-    if (std::optional<std::string> root = arguments.value("root")) {
-        if (root->empty()) throw UsageError("--root wants the folder that stands for \"/\"");
-        systemRoot = Paths::absolute(*root);
+    const std::string root = systemRoot(arguments);
+    if (arguments.value("root")) {
         struct stat info {};
-        if (stat(systemRoot.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
-            printError("--root " + printable(systemRoot) + " is not a folder");
+        if (stat(root.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
+            printError("--root " + printable(root) + " is not a folder");
             return exitFailure;
         }
     }
-    const DesktopMachine machine = DesktopMachine::fromEnvironment(systemRoot);
+    const DesktopMachine machine = DesktopMachine::fromEnvironment(root);
     const char* runtime = std::getenv("XDG_RUNTIME_DIR");
     const RunningPrograms running =
         RunningPrograms::read(machine.onDisk("/proc"), runtime != nullptr && runtime[0] == '/' ? std::optional<std::string>(runtime) : std::nullopt);
@@ -89,8 +87,8 @@ int runApps(const std::vector<std::string>& words) {
     std::optional<PathOwners> owners;
     FoundApps::Packages packages;
     try {
-        owners = PathOwners::cached(systemRoot, Paths::xdgFolder("XDG_CACHE_HOME", Paths::homeFolder(), ".cache") + "/Tessel");
-        packages = {&*owners, PackageReceipts::list(systemRoot)};
+        owners = PathOwners::cached(root, cacheFolder());
+        packages = {&*owners, PackageReceipts::list(root)};
     } catch (const DpkgError&) {
         packages = {};
     }

@@ -3,6 +3,8 @@
 #include <charconv>
 #include <cmath>
 
+#include "DiskScanKit/Paths.h"
+
 namespace tessel::cli {
 
 std::optional<std::string> Arguments::value(const std::string& option) const {
@@ -72,5 +74,14 @@ Arguments parseArguments(const std::vector<std::string>& words, const std::vecto
     }
     return arguments;
 }
+
+std::string systemRoot(const Arguments& arguments) {
+    const std::optional<std::string> root = arguments.value("root");
+    if (!root) return "/";
+    if (root->empty()) throw UsageError("--root wants the folder that stands for \"/\"");
+    return Paths::absolute(*root);
+}
+
+std::string cacheFolder() { return Paths::xdgFolder("XDG_CACHE_HOME", Paths::homeFolder(), ".cache") + "/Tessel"; }
 
 } // namespace tessel::cli

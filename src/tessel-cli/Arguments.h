@@ -36,4 +36,9 @@ struct Arguments {
 // "--name value", "--name=value" and "--" are understood; "--help" is always a flag.
 Arguments parseArguments(const std::vector<std::string>& words, const std::vector<OptionSpec>& specs);
 
+// The folder that stands for "/" (--root DIR, made absolute), else "/".
+std::string systemRoot(const Arguments& arguments);
+// Where the tool keeps what it can work out again: $XDG_CACHE_HOME/Tessel.
+std::string cacheFolder();
+
 } // namespace tessel::cli

@@ -24,17 +24,6 @@ namespace {
 
 const std::vector<OptionSpec> packageOptions{{"json", false}, {"root", true}};
 
-std::string systemRoot(const Arguments& arguments) {
-    std::optional<std::string> root = arguments.value("root");
-    if (!root) return "/";
-    if (root->empty()) throw UsageError("--root wants the folder that stands for \"/\"");
-    return Paths::absolute(*root);
-}
-
-std::string cacheFolder() {
-    return Paths::xdgFolder("XDG_CACHE_HOME", Paths::homeFolder(), ".cache") + "/Tessel";
-}
-
 std::optional<std::string> dateOf(const std::optional<std::int64_t>& nanoseconds) {
     if (!nanoseconds) return std::nullopt;
     const auto since = std::chrono::duration_cast<std::chrono::system_clock::duration>(std::chrono::nanoseconds(*nanoseconds));

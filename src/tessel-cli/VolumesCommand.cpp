@@ -56,12 +56,7 @@ int runVolumes(const std::vector<std::string>& words) {
     const Arguments arguments = parseArguments(words, volumesOptions);
     if (!arguments.positionals.empty())
         throw UsageError("volumes takes no path, not \"" + arguments.positionals.front() + "\"");
-    std::string systemRoot = "/";
-    if (std::optional<std::string> root = arguments.value("root")) {
-        if (root->empty()) throw UsageError("--root wants the folder that stands for \"/\"");
-        systemRoot = Paths::absolute(*root);
-    }
-    const DiskVolumeListing listing = DiskVolumes::list(systemRoot, Paths::homeFolder());
+    const DiskVolumeListing listing = DiskVolumes::list(systemRoot(arguments), Paths::homeFolder());
     if (!listing.failure.empty()) {
         printError("the mount table could not be read: " + printable(listing.failure));
         return exitFailure;
