@@ -13,6 +13,7 @@
 // anything of its own. Where a top-level entry is a link (often so), the
 // same name under usr/share/applications is read instead.
 
+#include "Base/Lines.h"
 #include "UninstallKit/AppImages.h"
 
 #include <fcntl.h>
@@ -82,17 +83,12 @@ void describe(AppImage& app, const std::string& unsquashfs, std::uint64_t offset
         CommandRunner::output(unsquashfs, {"-o", std::to_string(offset), "-lc", app.path}, imageReading);
     if (!listing) return;
     std::optional<std::string> entry, metainfo;
-    std::size_t start = 0;
-    while (start < listing->size()) {
-        std::size_t end = listing->find('\n', start);
-        if (end == std::string::npos) end = listing->size();
-        std::string_view line(listing->data() + start, end - start);
-        start = end + 1;
-        if (!line.starts_with(listedPrefix)) continue;
+    forEachLine(*listing, [&](std::string_view line) {
+        if (!line.starts_with(listedPrefix)) return;
         line.remove_prefix(listedPrefix.size());
         if (!entry && line.ends_with(".desktop") && line.find('/') == std::string_view::npos) entry = std::string(line);
         if (!metainfo && line.starts_with("usr/share/metainfo/") && line.ends_with(".xml")) metainfo = std::string(line);
-    }
+    });
     if (entry) {
         app.desktopId = *entry;
         app.desktopEntry = catFile(unsquashfs, app.path, offset, *entry);

@@ -9,6 +9,7 @@
 // A dpkg package lists them under /usr/share, /usr/lib (or /lib) and /etc; a
 // Flatpak exports them under its deployment's export/share.
 
+#include "Base/Lines.h"
 #include "UninstallKit/CarriedNames.h"
 
 #include <algorithm>
@@ -94,13 +95,9 @@ void fill(std::vector<InstalledApp>& apps, const PathOwners* owners, const Deskt
             if (package == packages.end()) continue;
             const std::optional<std::string> list = DpkgDatabase::readFileList(admin, package->second);
             if (!list) continue;
-            std::size_t start = 0;
-            while (start < list->size()) {
-                std::size_t end = list->find('\n', start);
-                if (end == std::string::npos) end = list->size();
-                if (end > start) paths.emplace_back(list->substr(start, end - start));
-                start = end + 1;
-            }
+            forEachLine(*list, [&](std::string_view line) {
+                if (!line.empty()) paths.emplace_back(line);
+            });
         }
         app.carries = fromPaths(paths, app.desktopId);
     }

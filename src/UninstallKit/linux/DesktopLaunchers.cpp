@@ -32,6 +32,7 @@
 #include <set>
 #include <utility>
 
+#include "Base/Lines.h"
 #include "Base/SmallFile.h"
 #include "UninstallKit/CommandRunner.h"
 
@@ -45,13 +46,7 @@ constexpr std::string_view gnomeList = "favorite-apps";
 
 std::vector<std::string_view> lines(const std::string& text) {
     std::vector<std::string_view> found;
-    std::size_t start = 0;
-    while (start < text.size()) {
-        std::size_t end = text.find('\n', start);
-        if (end == std::string::npos) end = text.size();
-        found.emplace_back(text.data() + start, end - start);
-        start = end + 1;
-    }
+    forEachLine(text, [&](std::string_view line) { found.push_back(line); });
     return found;
 }
 

@@ -28,6 +28,7 @@
 #include <memory>
 #include <vector>
 
+#include "Base/Lines.h"
 #include "Base/SmallFile.h"
 
 namespace tessel {
@@ -85,16 +86,12 @@ std::optional<std::string> flatpakInstanceApp(const std::string& infoPath) {
     const SmallFileRead info = readSmallFile(infoPath, cgroupFileLimit);
     if (!info.text) return std::nullopt;
     bool inApplication = false;
-    std::size_t start = 0;
-    while (start < info.text->size()) {
-        std::size_t end = info.text->find('\n', start);
-        if (end == std::string::npos) end = info.text->size();
-        const std::string_view line(info.text->data() + start, end - start);
-        start = end + 1;
+    std::optional<std::string> name;
+    forEachLine(*info.text, [&](std::string_view line) {
         if (line.starts_with('[')) inApplication = line == "[Application]";
-        else if (inApplication && line.starts_with("name=")) return std::string(line.substr(5));
-    }
-    return std::nullopt;
+        else if (inApplication && !name && line.starts_with("name=")) name = std::string(line.substr(5));
+    });
+    return name;
 }
 
 // Whether the sandbox of an instance still runs; an instance that doesn't say counts as running.
@@ -149,16 +146,11 @@ RunningPrograms RunningPrograms::read(const std::string& proc, const std::option
         const SmallFileRead cgroup = readSmallFile(process + "/cgroup", cgroupFileLimit);
         if (!cgroup.text) continue;
         // One line a hierarchy, "ID:CONTROLLERS:PATH"; the unit is the path's last part.
-        std::size_t start = 0;
-        while (start < cgroup.text->size()) {
-            std::size_t end = cgroup.text->find('\n', start);
-            if (end == std::string::npos) end = cgroup.text->size();
-            const std::string_view line(cgroup.text->data() + start, end - start);
-            start = end + 1;
+        forEachLine(*cgroup.text, [&](std::string_view line) {
             const std::size_t slash = line.rfind('/');
-            if (slash == std::string_view::npos) continue;
+            if (slash == std::string_view::npos) return;
             if (std::optional<std::string> app = appOfUnit(line.substr(slash + 1))) running.launchedApps.insert(std::move(*app));
-        }
+        });
     }
     if (runtimeFolder)
         for (const std::string& name : entriesOf(*runtimeFolder + "/.flatpak")) {

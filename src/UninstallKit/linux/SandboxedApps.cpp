@@ -25,6 +25,7 @@
 #include <filesystem>
 #include <pugixml.hpp>
 
+#include "Base/Lines.h"
 #include "Base/SmallFile.h"
 
 namespace tessel::SandboxedApps {
@@ -58,17 +59,13 @@ std::optional<std::string> linkTarget(const std::string& path) {
 // The value of `key` in the [Application] group of a Flatpak key file.
 std::optional<std::string> applicationValue(const std::string& text, std::string_view key) {
     bool inApplication = false;
-    std::size_t start = 0;
-    while (start < text.size()) {
-        std::size_t end = text.find('\n', start);
-        if (end == std::string::npos) end = text.size();
-        const std::string_view line(text.data() + start, end - start);
-        start = end + 1;
+    std::optional<std::string> value;
+    forEachLine(text, [&](std::string_view line) {
         if (line.starts_with('[')) inApplication = line == "[Application]";
-        else if (inApplication && line.size() > key.size() && line.starts_with(key) && line[key.size()] == '=')
-            return std::string(line.substr(key.size() + 1));
-    }
-    return std::nullopt;
+        else if (inApplication && !value && line.size() > key.size() && line.starts_with(key) && line[key.size()] == '=')
+            value = std::string(line.substr(key.size() + 1));
+    });
+    return value;
 }
 
 std::optional<std::string> versionOfDeployment(const std::string& deploy, const std::string& id) {
@@ -101,22 +98,19 @@ void addInstallation(const std::string& installation, bool perUser, std::vector<
 
 // A top-level scalar of a snap.yaml: `key: value`, `key: 'value'` or `key: "value"`.
 std::optional<std::string> yamlScalar(const std::string& text, std::string_view key) {
-    std::size_t start = 0;
-    while (start < text.size()) {
-        std::size_t end = text.find('\n', start);
-        if (end == std::string::npos) end = text.size();
-        std::string_view line(text.data() + start, end - start);
-        start = end + 1;
-        if (!line.starts_with(key) || line.size() <= key.size() || line[key.size()] != ':') continue;
+    std::optional<std::string> value;
+    bool found = false;
+    forEachLine(text, [&](std::string_view line) {
+        if (found || !line.starts_with(key) || line.size() <= key.size() || line[key.size()] != ':') return;
+        found = true;
         line.remove_prefix(key.size() + 1);
         while (!line.empty() && (line.front() == ' ' || line.front() == '\t')) line.remove_prefix(1);
         while (!line.empty() && (line.back() == ' ' || line.back() == '\r')) line.remove_suffix(1);
         if (line.size() >= 2 && (line.front() == '\'' || line.front() == '"') && line.back() == line.front())
             line = line.substr(1, line.size() - 2);
-        if (line.empty()) return std::nullopt;
-        return std::string(line);
-    }
-    return std::nullopt;
+        if (!line.empty()) value = std::string(line);
+    });
+    return value;
 }
 
 } // namespace
