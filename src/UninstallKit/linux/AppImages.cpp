@@ -13,7 +13,6 @@
 // anything of its own. Where a top-level entry is a link (often so), the
 // same name under usr/share/applications is read instead.
 
-#include "Base/Lines.h"
 #include "UninstallKit/AppImages.h"
 
 #include <fcntl.h>
@@ -27,6 +26,7 @@
 #include <set>
 #include <utility>
 
+#include "Base/Lines.h"
 #include "DiskScanKit/Paths.h"
 #include "UninstallKit/CommandRunner.h"
 #include "UninstallKit/SandboxedApps.h"

@@ -9,7 +9,6 @@
 // A dpkg package lists them under /usr/share, /usr/lib (or /lib) and /etc; a
 // Flatpak exports them under its deployment's export/share.
 
-#include "Base/Lines.h"
 #include "UninstallKit/CarriedNames.h"
 
 #include <algorithm>
@@ -17,6 +16,7 @@
 #include <map>
 #include <set>
 
+#include "Base/Lines.h"
 #include "UninstallKit/DpkgDatabase.h"
 #include "UninstallKit/SandboxedApps.h"
 
