@@ -11,7 +11,7 @@ std::vector<GuideStep> stepsFor(Platform platform) {
          "A quick look around, in six steps. Tessel never removes anything without asking, and what it removes goes to the Trash, where it can be put back."},
         {GuideTarget::scan, "sparkle.magnifyingglass", "Start with a scan",
          mac ? "Press Scan to map this Mac. Tessel only reads sizes, here on the Mac: nothing is uploaded and nothing is changed."
-             : "Press Scan to map this computer. Tessel only reads sizes, here on this computer: nothing is uploaded and nothing is changed."},
+             : "Press Scan to map this computer. Tessel only reads sizes, and what it learns stays here: nothing is uploaded and nothing is changed."},
         {GuideTarget::optimize, "wand.and.stars", "Optimize in one press",
          "Red when there is junk to clear or apps idling in memory, amber while junk waits for open apps, green when all is clear. It shows what it will do first, and never touches an app that is working."},
         {GuideTarget::source, "internaldrive.fill", "Choose what to map",
