@@ -36,6 +36,7 @@
 #include <array>
 #include <map>
 #include <queue>
+#include <set>
 #include <string>
 
 #include "DiskScanKit/CheckedSize.h"
@@ -78,14 +79,29 @@ bool isApplication(const FileNode& node, Platform platform) {
     return folder == "/snap" || endsWith(folder, "/flatpak/app");
 }
 
-std::vector<MapItem> apps(FileNode* root, Platform platform) {
+std::vector<MapItem> apps(FileNode* root, Platform platform, const std::vector<KnownApp>& known) {
     std::vector<MapItem> found;
+    // Known apps first: where one's home is also found by its place, it keeps its name.
+    std::set<const FileNode*> taken;
+    for (const KnownApp& app : known) {
+        FileNode* largest = nullptr;
+        for (const std::string& home : app.homes)
+            if (FileNode* node = FileNode::atPath(*root, home); node != nullptr && node != root && node->totalBytes() > 0 &&
+                                                              (largest == nullptr || node->totalBytes() > largest->totalBytes()))
+                largest = node;
+        if (largest == nullptr || !taken.insert(largest).second) continue;
+        MapItem item = MapItem::fromNode(largest);
+        item.kind = MapItem::Kind::app();
+        item.name = app.name;
+        found.push_back(std::move(item));
+    }
     std::vector<FileNode*> stack{root};
     while (!stack.empty()) {
         FileNode* node = stack.back();
         stack.pop_back();
         for (FileNode* child : node->children()) {
             if (child->totalBytes() <= 0) continue;
+            if (taken.contains(child)) continue;
             if (isApplication(*child, platform)) {
                 MapItem item = MapItem::fromNode(child);
                 item.kind = MapItem::Kind::app();

@@ -150,6 +150,28 @@ TEST_F(MapLensApps, AScanOfTheSnapOrFlatpakFolderItselfFindsItsApps) {
     EXPECT_EQ(namesOf(MapLens::apps(flatpak, Platform::linuxOS)), (std::vector<std::string>{"org.gimp.GIMP"}));
 }
 
+TEST_F(MapLensApps, KnownAppsStandByTheirLargestHomeUnderTheirOwnName) {
+    FileNode* disk = rootAt("/");
+    FileNode* usr = folder(disk, "usr");
+    folder(folder(usr, "lib"), "chromium", 290);
+    folder(folder(usr, "share"), "chromium", 7);
+    folder(folder(disk, "opt"), "editor", 60);
+    folder(folder(folder(folder(folder(disk, "var"), "lib"), "flatpak"), "app"), "org.gimp.GIMP", 40);
+    const std::vector<MapLens::KnownApp> known{
+        {"Chromium Web Browser", {"/usr/share/chromium", "/usr/lib/chromium"}},
+        {"Editor", {"/opt/editor"}},
+        {"GNU Image Manipulation Program", {"/var/lib/flatpak/app/org.gimp.GIMP"}},
+        {"Not Here", {"/opt/gone"}},
+    };
+    const std::vector<MapItem> apps = MapLens::apps(disk, Platform::linuxOS, known);
+    EXPECT_EQ(namesOf(apps), (std::vector<std::string>{"Chromium Web Browser", "Editor", "GNU Image Manipulation Program"}))
+        << "system areas hold known apps too; a known app found by its place keeps its name and is not listed twice";
+    EXPECT_EQ(apps.front().bytes, 290);
+    EXPECT_EQ(apps.front().node->path(), "/usr/lib/chromium");
+    EXPECT_EQ(namesOf(MapLens::apps(usr, Platform::linuxOS, known)), (std::vector<std::string>{"Chromium Web Browser"}))
+        << "only homes below the place shown";
+}
+
 TEST_F(MapLensFolders, SplitsTheLargestUntilTheTargetStandsNoneInsideAnother) {
     FileNode* a = folder(root, "a");
     folder(a, "x", 60);

@@ -6,6 +6,7 @@
 
 #include "DescribedLinux.h"
 #include "DpkgMachine.h"
+#include "UninstallKit/AppHomes.h"
 #include "UninstallKit/AppOwners.h"
 #include "UninstallKit/CarriedNames.h"
 #include "UninstallKit/InstalledAppIndex.h"
@@ -141,6 +142,31 @@ TEST_F(DescribedApps, APathBelongsToTheAppWhosePackageListsItOrWhoseFolderHoldsI
     EXPECT_EQ(apps.appContaining("/opt/other/file"), std::nullopt);
     EXPECT_EQ(apps.appContaining("/usr/bin"), std::nullopt) << "a folder other packages list too";
     EXPECT_EQ(apps.appContaining("/var/lib/flatpak/app/org.example.MapsPro/x"), std::nullopt) << "whole names only";
+}
+
+TEST_F(DescribedApps, AnAppsHomesAreItsOwnFolderOrTheTopmostFoldersOnlyItsPackageLists) {
+    test::DpkgMachine dpkg(false);
+    machine.root = dpkg.root();
+    program("/usr/bin/viewer");
+    app("/usr/share/applications/viewer.desktop", "Viewer");
+    program("/opt/editor/bin/editor");
+    app("/usr/share/applications/editor.desktop", "Editor", "Exec=/opt/editor/bin/editor\n");
+    program("/usr/bin/plain");
+    app("/usr/share/applications/plain.desktop", "Plain", "Exec=plain\n");
+    dpkg.install({{"Package: viewer\nStatus: install ok installed\nPriority: optional\nVersion: 2", "viewer",
+                   {"/usr", "/usr/bin", "/usr/bin/viewer", "/usr/share", "/usr/share/viewer", "/usr/share/viewer/img",
+                    "/usr/share/viewer/img/a.png", "/usr/share/viewer/help.html", "/usr/share/doc/viewer",
+                    "/usr/share/doc/viewer/copyright"}},
+                  {"Package: base\nStatus: install ok installed\nPriority: required\nVersion: 1", "base",
+                   {"/usr", "/usr/bin", "/usr/share", "/usr/share/doc"}}});
+    const PathOwners owners = PathOwners::build(machine.root);
+    const std::vector<AppHome> homes = AppHomes::of(AppCatalog::installedApps(machine).apps, &owners, machine);
+    ASSERT_EQ(homes.size(), 2u) << "Plain has neither a folder of its own nor a package";
+    EXPECT_EQ(homes[0].name, "Editor");
+    EXPECT_EQ(homes[0].paths, std::vector<std::string>{"/opt/editor"});
+    EXPECT_EQ(homes[1].name, "Viewer");
+    EXPECT_EQ(homes[1].paths, (std::vector<std::string>{"/usr/share/doc/viewer", "/usr/share/viewer"}))
+        << "folders below them and folders other packages list are not homes";
 }
 
 TEST(CarriedNamesOfPaths, EntriesServicesUnitsAndAutostartByTheirFolders) {

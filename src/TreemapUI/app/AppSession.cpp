@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QGuiApplication>
+#include <QtConcurrent>
 
 #include <utility>
 
@@ -12,11 +13,34 @@
 #include "DiskScanKit/ScanWords.h"
 #include "scan/ScanSummary.h"
 #include "support/QtText.h"
+#include "support/ThreadName.h"
 #include "TrashKit/SystemExtensionsInside.h"
+#include "UninstallKit/AppHomes.h"
 #include "UninstallKit/AppLaunchers.h"
 #include "UninstallKit/DesktopApps.h"
+#include "UninstallKit/DpkgDatabase.h"
 
 namespace tessel {
+
+namespace {
+
+// The apps of this machine with the folders wholly theirs: built from the
+// package index kept in the cache, where there is a package database.
+std::vector<MapLens::KnownApp> installedAppHomes(const std::string& home) {
+    const DesktopMachine machine = DesktopMachine::fromEnvironment("/");
+    std::optional<PathOwners> owners;
+    try {
+        owners = PathOwners::cached("/", Paths::xdgFolder("XDG_CACHE_HOME", home, ".cache") + "/Tessel");
+    } catch (const DpkgError&) {
+        owners.reset();
+    }
+    std::vector<MapLens::KnownApp> known;
+    for (AppHome& app : AppHomes::of(AppCatalog::installedApps(machine).apps, owners ? &*owners : nullptr, machine))
+        known.push_back({std::move(app.name), std::move(app.paths)});
+    return known;
+}
+
+} // namespace
 
 AppSession::Dependencies AppSession::Dependencies::system(QSettings* settings, std::string initialPath) {
     Dependencies dependencies;
@@ -34,6 +58,7 @@ AppSession::Dependencies AppSession::Dependencies::system(QSettings* settings, s
     dependencies.launchers = std::make_shared<AppLaunchers>(
         DesktopLaunchers::system(Paths::xdgFolder("XDG_CONFIG_HOME", dependencies.home, ".config")),
         [] { return AppCatalog::installedApps(DesktopMachine::fromEnvironment("/")).apps; });
+    dependencies.knownApps = [home = dependencies.home] { return installedAppHomes(home); };
     return dependencies;
 }
 
@@ -100,6 +125,12 @@ void AppSession::removeMapSelection() {
 }
 
 void AppSession::launch() {
+    if (dependencies_.knownApps)
+        (void)QtConcurrent::run(QThreadPool::globalInstance(), [relay = relay_, self = this, known = dependencies_.knownApps] {
+            nameThisThread("Tessel.apps");
+            std::vector<MapLens::KnownApp> apps = known();
+            relay->post([self, apps = std::move(apps)]() mutable { self->spaceMap_.setKnownApps(std::move(apps)); });
+        });
     if (dependencies_.accessStatus) permissions_.receive(dependencies_.accessStatus());
     if (permissions_.scanWaits()) scan_.holdForAccess();
     overview_.refreshHealth();

@@ -65,6 +65,8 @@ public:
         Desktop desktop;
         // The launchers the desktop pins for apps; none leaves them alone.
         std::shared_ptr<LauncherTiles> launchers;
+        // The installed apps and their homes, for the map's Apps lens; read once, in the background.
+        std::function<std::vector<MapLens::KnownApp>()> knownApps;
         static Dependencies system(QSettings* settings, std::string initialPath);
     };
 

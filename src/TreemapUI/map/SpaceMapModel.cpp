@@ -257,10 +257,10 @@ void SpaceMapModel::loadItems() {
         emit workingChanged();
     }
     SpaceMapModel* self = this;
-    tree_.read([relay = relay_, self, generation, key, lens, focus](FileNode&) {
+    tree_.read([relay = relay_, self, generation, key, lens, focus, known = knownApps_](FileNode&) {
         std::vector<MapItem> items;
         switch (lens) {
-        case Lens::apps: items = MapLens::apps(focus); break;
+        case Lens::apps: items = MapLens::apps(focus, currentPlatform(), *known); break;
         case Lens::folders: items = MapLens::folders(focus, folderLensTarget); break;
         case Lens::types: items = MapLens::types(focus); break;
         case Lens::all: break;
@@ -273,6 +273,12 @@ void SpaceMapModel::loadItems() {
             self->publish(std::move(items));
         });
     });
+}
+
+void SpaceMapModel::setKnownApps(std::vector<MapLens::KnownApp> apps) {
+    knownApps_ = std::make_shared<const std::vector<MapLens::KnownApp>>(std::move(apps));
+    std::erase_if(cache_, [](const auto& entry) { return entry.first.find("|apps|") != std::string::npos; });
+    if (place_ && place_->lens == Lens::apps && !place_->group) loadItems();
 }
 
 void SpaceMapModel::publish(std::vector<MapItem> items) {

@@ -154,6 +154,9 @@ public:
 
     static std::string_view lensTitle(Lens lens);
 
+    // The installed apps the Apps lens shows by their homes (folders wholly theirs), once they are known.
+    void setKnownApps(std::vector<MapLens::KnownApp> apps);
+
 signals:
     void rootChanged();
     void itemsChanged();
@@ -176,6 +179,7 @@ private:
 
     void goTo(Place place, bool remember);
     void loadItems();
+    std::shared_ptr<const std::vector<MapLens::KnownApp>> knownApps_ = std::make_shared<const std::vector<MapLens::KnownApp>>();
     void publish(std::vector<MapItem> items);
     std::string cacheKey() const;
     bool isAttached(const FileNode* node) const;

@@ -183,6 +183,18 @@ TEST_F(SpaceMapModelLens, AnAnswerForALensLeftBehindIsDropped) {
     EXPECT_EQ(namesOf(model.items()), (std::vector<std::string>{"Apps", "Videos"}));
 }
 
+TEST_F(SpaceMapModelLens, AppsKnownLaterJoinTheAppsLensUnderTheirNames) {
+    folder(root, "Tool.app", 40);
+    folder(folder(root, "opt"), "editor", 60);
+    start();
+    model.setLens(SpaceMapModel::Lens::apps);
+    settle();
+    EXPECT_EQ(namesOf(model.items()), (std::vector<std::string>{"Tool.app"}));
+    model.setKnownApps({{"Editor", {root->path() + "/opt/editor"}}});
+    settle();
+    EXPECT_EQ(namesOf(model.items()), (std::vector<std::string>{"Editor", "Tool.app"})) << "the lens is worked out again";
+}
+
 TEST_F(SpaceMapModelTreeChanged, TheFocusFallsBackToTheNearestPlaceStanding) {
     FileNode* k = folder(root, "k", 5);
     FileNode* a = folder(k, "a");

@@ -25,8 +25,16 @@ bool isNotForApps(std::string_view name);
 // the ".app" bundle: on Linux a Flatpak app's folder, a snap, or an AppImage file.
 bool isApplication(const FileNode& node, Platform platform = currentPlatform());
 
-// Every application below `root`, largest first; applications are not entered.
-std::vector<MapItem> apps(FileNode* root, Platform platform = currentPlatform());
+// An installed app known by name, and the folders or files that are wholly its own.
+struct KnownApp {
+    std::string name;
+    std::vector<std::string> homes;
+};
+// The apps found in the tree below `root`: bundles, AppImages, Flatpak and snap
+// folders by their place, and each of the `known` apps whose home lies below
+// `root`, by its largest home there and under its own name; largest first, and
+// applications are not entered.
+std::vector<MapItem> apps(FileNode* root, Platform platform = currentPlatform(), const std::vector<KnownApp>& known = {});
 // The biggest folders below `root`, wherever they sit: the largest folder is
 // split into its own folders again and again until `target` folders stand or
 // nothing is left to split. None of them holds another.

@@ -1,0 +1,30 @@
+#pragma once
+// The places on disk that are wholly an app's: the folder a Flatpak, a snap
+// or an app unpacked by hand lives in, an AppImage's file, and the folders
+// only a dpkg app's package lists (/usr/lib/chromium, /usr/share/chromium).
+// The map's Apps lens shows each app by them.
+
+#include <string>
+#include <vector>
+
+#include "UninstallKit/DesktopApps.h"
+#include "UninstallKit/PathOwners.h"
+
+namespace tessel {
+
+struct AppHome {
+    std::string name;
+    std::vector<std::string> paths;
+};
+
+namespace AppHomes {
+
+// The topmost folders among `listed` (a package's file list) that no other
+// package lists, under their real names (a merged /usr applied).
+std::vector<std::string> ownFolders(const std::vector<std::string>& listed, const PathOwners& owners);
+// Every app of `apps` with a home; `owners` may be none.
+std::vector<AppHome> of(const std::vector<InstalledApp>& apps, const PathOwners* owners, const DesktopMachine& machine);
+
+} // namespace AppHomes
+
+} // namespace tessel
