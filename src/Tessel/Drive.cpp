@@ -288,6 +288,14 @@ int screenshots(TesselApp& app, const QString& folder, bool inFixture) {
             settle(200);
             saved += save(window, QStringLiteral("%1/map-%2-%3.png").arg(folder, style, theme)) ? 1 : 0;
         }
+        // The Apps lens, as cards, once the installed apps' homes are known.
+        app.session().spaceMap()->setStyle("cards");
+        app.session().spaceMap()->setLens(SpaceMapModel::Lens::apps);
+        waitUntil([&] { return !app.session().spaceMap()->isWorking(); }, 10000);
+        settle(300);
+        saved += save(window, QStringLiteral("%1/map-apps-%2.png").arg(folder, theme)) ? 1 : 0;
+        app.session().spaceMap()->setLens(SpaceMapModel::Lens::all);
+        settle(100);
         // Words typed in the map's search field: every style at the top, then the list after a step.
         searchTheMap(app);
         for (const char* style : {"cards", "treemap", "list"}) {

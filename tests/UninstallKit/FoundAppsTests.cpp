@@ -157,6 +157,9 @@ TEST_F(DescribedApps, AnAppsHomesAreItsOwnFolderOrTheTopmostFoldersOnlyItsPackag
                    {"/usr", "/usr/bin", "/usr/bin/viewer", "/usr/share", "/usr/share/viewer", "/usr/share/viewer/img",
                     "/usr/share/viewer/img/a.png", "/usr/share/viewer/help.html", "/usr/share/doc/viewer",
                     "/usr/share/doc/viewer/copyright"}},
+                  {"Package: viewer-data\nSource: viewer (2)\nStatus: install ok installed\nPriority: optional\nVersion: 2",
+                   "viewer-data", {"/usr", "/usr/share", "/usr/share/viewer", "/usr/share/viewer/img", "/usr/share/viewer/img/b.png",
+                                   "/usr/share/viewer-extra", "/usr/share/viewer-extra/x"}},
                   {"Package: base\nStatus: install ok installed\nPriority: required\nVersion: 1", "base",
                    {"/usr", "/usr/bin", "/usr/share", "/usr/share/doc"}}});
     const PathOwners owners = PathOwners::build(machine.root);
@@ -165,8 +168,9 @@ TEST_F(DescribedApps, AnAppsHomesAreItsOwnFolderOrTheTopmostFoldersOnlyItsPackag
     EXPECT_EQ(homes[0].name, "Editor");
     EXPECT_EQ(homes[0].paths, std::vector<std::string>{"/opt/editor"});
     EXPECT_EQ(homes[1].name, "Viewer");
-    EXPECT_EQ(homes[1].paths, (std::vector<std::string>{"/usr/share/doc/viewer", "/usr/share/viewer"}))
-        << "folders below them and folders other packages list are not homes";
+    EXPECT_EQ(homes[1].paths, (std::vector<std::string>{"/usr/share/doc/viewer", "/usr/share/viewer", "/usr/share/viewer-extra"}))
+        << "a folder the app's packages share (one source) is its home; folders below it, and folders other "
+           "packages list, are not";
 }
 
 TEST(CarriedNamesOfPaths, EntriesServicesUnitsAndAutostartByTheirFolders) {

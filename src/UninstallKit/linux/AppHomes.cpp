@@ -1,9 +1,12 @@
 // Where each app lives whole.
 //
 // An app that keeps to a folder of its own is found by AppOwners' rules. A
-// dpkg app's files are spread over /usr; what is its alone are the folders
-// no other package lists, and of those only the topmost count, so that
-// /usr/lib/chromium stands for everything below it. A path is a folder when
+// dpkg app's files are spread over /usr, and often over several packages
+// built from one source (chromium and chromium-common share
+// /usr/lib/chromium). What is the app's alone are the folders that only
+// packages of that source list, found in all of their lists, and of those
+// only the topmost count, so that /usr/lib/chromium stands for everything
+// below it. A path is a folder when
 // the list holds a path below it (lists name folders before their contents).
 
 #include "UninstallKit/AppHomes.h"
@@ -17,18 +20,32 @@
 
 namespace tessel::AppHomes {
 
-std::vector<std::string> ownFolders(const std::vector<std::string>& listed, const PathOwners& owners) {
+std::vector<std::string> ownFolders(const std::vector<std::string>& listed, const PathOwners& owners,
+                                    const std::set<std::string>& family) {
     std::vector<std::string> paths;
     for (const std::string& path : listed)
         if (path.size() > 1 && path.front() == '/') paths.push_back(owners.canonical(path));
     std::ranges::sort(paths);
     paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
     std::vector<std::string> folders;
-    for (std::size_t i = 0; i + 1 < paths.size(); ++i) {
-        const std::string& path = paths[i];
-        const bool isFolder = paths[i + 1].size() > path.size() && paths[i + 1].starts_with(path) && paths[i + 1][path.size()] == '/';
-        if (!isFolder || owners.owners(path).size() != 1) continue;
-        if (!folders.empty() && path.starts_with(folders.back()) && path[folders.back().size()] == '/') continue;
+    std::set<std::string> taken;
+    // Sorted, a folder comes before what is in it, but "x-y" may come between "x" and "x/z".
+    auto holdsSomething = [&](const std::string& path) {
+        const auto next = std::ranges::lower_bound(paths, path + "/");
+        return next != paths.end() && next->starts_with(path + "/");
+    };
+    auto insideTaken = [&](std::string_view path) {
+        for (std::size_t slash = path.rfind('/'); slash != std::string_view::npos && slash > 0; slash = path.rfind('/', slash - 1))
+            if (taken.contains(std::string(path.substr(0, slash)))) return true;
+        return false;
+    };
+    for (const std::string& path : paths) {
+        if (!holdsSomething(path) || insideTaken(path)) continue;
+        const std::vector<std::string_view> listedBy = owners.owners(path);
+        if (listedBy.empty() ||
+            !std::ranges::all_of(listedBy, [&](std::string_view package) { return family.contains(std::string(package)); }))
+            continue;
+        taken.insert(path);
         folders.push_back(path);
     }
     return folders;
@@ -37,9 +54,13 @@ std::vector<std::string> ownFolders(const std::vector<std::string>& listed, cons
 std::vector<AppHome> of(const std::vector<InstalledApp>& apps, const PathOwners* owners, const DesktopMachine& machine) {
     const AppOwners places(apps, owners, machine);
     std::map<std::string, DpkgPackage> packages;
+    std::map<std::string, std::set<std::string>> bySource; // source → the packages built from it
     const std::string admin = dpkgAdminFolder(machine.root);
     if (owners != nullptr) try {
-            for (DpkgPackage& package : DpkgDatabase::readStatus(admin)) packages.try_emplace(package.listName(), std::move(package));
+            for (DpkgPackage& package : DpkgDatabase::readStatus(admin)) {
+                bySource[package.sourceName()].insert(package.listName());
+                packages.try_emplace(package.listName(), std::move(package));
+            }
         } catch (const DpkgError&) {
             packages.clear();
         }
@@ -51,12 +72,16 @@ std::vector<AppHome> of(const std::vector<InstalledApp>& apps, const PathOwners*
         if (home.paths.empty() && owners != nullptr && app.programPath) {
             const std::vector<std::string_view> listing = owners->owners(*app.programPath);
             const auto package = listing.size() == 1 ? packages.find(std::string(listing.front())) : packages.end();
-            if (package != packages.end())
-                if (const std::optional<std::string> list = DpkgDatabase::readFileList(admin, package->second)) {
-                    std::vector<std::string> listed;
-                    forEachLine(*list, [&](std::string_view line) { listed.emplace_back(line); });
-                    home.paths = ownFolders(listed, *owners);
-                }
+            if (package != packages.end()) {
+                // What every package of its source lists: vim's program is in vim, its runtime in vim-runtime.
+                const std::set<std::string>& family = bySource[package->second.sourceName()];
+                std::vector<std::string> listed;
+                for (const std::string& member : family)
+                    if (const auto found = packages.find(member); found != packages.end())
+                        if (const std::optional<std::string> list = DpkgDatabase::readFileList(admin, found->second))
+                            forEachLine(*list, [&](std::string_view line) { listed.emplace_back(line); });
+                home.paths = ownFolders(listed, *owners, family);
+            }
         }
         if (!home.paths.empty()) homes.push_back(std::move(home));
     }

@@ -73,6 +73,8 @@ void keepField(DpkgPackage& package, std::string_view name, std::string_view val
     else if (sameName(name, "Architecture")) package.architecture = std::string(value);
     else if (sameName(name, "Multi-Arch")) package.multiArch = std::string(value);
     else if (sameName(name, "Priority")) package.priority = std::string(value);
+    // "Source: chromium" or "Source: chromium (120.0-1)": the name alone.
+    else if (sameName(name, "Source")) package.source = std::string(value.substr(0, value.find(' ')));
     else if (sameName(name, "Essential")) package.essential = sameName(value, "yes");
     else if (sameName(name, "Status")) {
         const std::vector<std::string_view> parts = words(value);

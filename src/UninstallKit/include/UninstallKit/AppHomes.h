@@ -4,6 +4,7 @@
 // only a dpkg app's package lists (/usr/lib/chromium, /usr/share/chromium).
 // The map's Apps lens shows each app by them.
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -19,9 +20,10 @@ struct AppHome {
 
 namespace AppHomes {
 
-// The topmost folders among `listed` (a package's file list) that no other
-// package lists, under their real names (a merged /usr applied).
-std::vector<std::string> ownFolders(const std::vector<std::string>& listed, const PathOwners& owners);
+// The topmost folders among `listed` (a package's file list) that only
+// packages of `family` list, under their real names (a merged /usr applied).
+std::vector<std::string> ownFolders(const std::vector<std::string>& listed, const PathOwners& owners,
+                                    const std::set<std::string>& family);
 // Every app of `apps` with a home; `owners` may be none.
 std::vector<AppHome> of(const std::vector<InstalledApp>& apps, const PathOwners* owners, const DesktopMachine& machine);
 

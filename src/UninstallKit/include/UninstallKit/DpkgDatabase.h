@@ -29,6 +29,8 @@ struct DpkgPackage {
     std::string architecture;
     std::string multiArch;
     std::string priority;
+    // The source package it was built from; empty when it is its own name.
+    std::string source;
     bool essential = false;
     // The three words of "Status": what is wanted (install, hold, deinstall,
     // purge), an error flag (ok, reinstreq) and the state (installed,
@@ -46,6 +48,8 @@ struct DpkgPackage {
     std::string stateLetters() const;
     // Part of the base system: Priority required or important, or Essential.
     bool isSystem() const;
+    // The source package: packages built from one source make up one thing (chromium and chromium-common).
+    const std::string& sourceName() const { return source.empty() ? name : source; }
     // Files on disk, as opposed to a record of something gone or not yet there.
     bool hasFiles() const { return state != "not-installed" && state != "config-files"; }
 };
