@@ -1,5 +1,8 @@
 #include "DiskScanKit/Paths.h"
 
+#include <cctype>
+#include <optional>
+
 #include <pwd.h>
 #include <unistd.h>
 
@@ -94,5 +97,50 @@ std::string xdgFolder(const char* variable, std::string_view home, std::string_v
     if (const char* value = std::getenv(variable); value != nullptr && value[0] == '/') return value;
     return join(home, fallback);
 }
+
+namespace {
+
+std::string lowered(std::string_view text) {
+    std::string lower(text);
+    for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return lower;
+}
+
+std::optional<std::string> percentDecoded(std::string_view text) {
+    const auto hex = [](char c) -> int {
+        if (c >= '0' && c <= '9') return c - '0';
+        if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+        if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+        return -1;
+    };
+    std::string decoded;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '%') {
+            decoded += text[i];
+            continue;
+        }
+        const int high = i + 2 < text.size() ? hex(text[i + 1]) : -1;
+        const int low = high >= 0 ? hex(text[i + 2]) : -1;
+        if (low < 0 || (high == 0 && low == 0)) return std::nullopt; // malformed, or a NUL no path holds
+        decoded += static_cast<char>(high * 16 + low);
+        i += 2;
+    }
+    return decoded;
+}
+
+} // namespace
+
+std::string fromFileUrl(std::string_view url) {
+    if (!lowered(url.substr(0, 7)).starts_with("file://")) return {};
+    std::string_view rest = url.substr(7);
+    const std::size_t slash = rest.find('/');
+    if (slash == std::string_view::npos) return {};
+    const std::string host = lowered(rest.substr(0, slash));
+    if (!host.empty() && host != "localhost") return {};
+    rest = rest.substr(slash);
+    rest = rest.substr(0, rest.find_first_of("?#"));
+    return percentDecoded(rest).value_or(std::string());
+}
+
 
 } // namespace tessel::Paths

@@ -60,41 +60,6 @@ std::string lowered(std::string_view text) {
     return lower;
 }
 
-std::optional<std::string> percentDecoded(std::string_view text) {
-    const auto hex = [](char c) -> int {
-        if (c >= '0' && c <= '9') return c - '0';
-        if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-        if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-        return -1;
-    };
-    std::string decoded;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != '%') {
-            decoded += text[i];
-            continue;
-        }
-        const int high = i + 2 < text.size() ? hex(text[i + 1]) : -1;
-        const int low = high >= 0 ? hex(text[i + 2]) : -1;
-        if (low < 0 || (high == 0 && low == 0)) return std::nullopt; // malformed, or a NUL no path holds
-        decoded += static_cast<char>(high * 16 + low);
-        i += 2;
-    }
-    return decoded;
-}
-
-// "file:///Applications/Mail.app/" or "file://localhost/..."; empty for any other URL.
-std::string pathOfFileUrl(std::string_view url) {
-    if (!lowered(url.substr(0, 7)).starts_with("file://")) return {};
-    std::string_view rest = url.substr(7);
-    const std::size_t slash = rest.find('/');
-    if (slash == std::string_view::npos) return {};
-    const std::string host = lowered(rest.substr(0, slash));
-    if (!host.empty() && host != "localhost") return {};
-    rest = rest.substr(slash);
-    rest = rest.substr(0, rest.find_first_of("?#"));
-    return percentDecoded(rest).value_or(std::string());
-}
-
 // Disks that come and go: a tile of an app on one that isn't connected is no orphan.
 bool onDetachableDisk(std::string_view key) {
 #if defined(__linux__)
@@ -340,7 +305,7 @@ std::string DockTiles::path(const PropertyList& tile) {
     const std::int64_t kind = type ? type->asInteger().value_or(-1) : -1;
     const bool isUrl = type ? kind == 15 : lowered(location->substr(0, 5)) == "file:";
     std::string plain;
-    if (isUrl) plain = pathOfFileUrl(*location);
+    if (isUrl) plain = Paths::fromFileUrl(*location);
     else if (!type || kind == 0) plain = *location;
     if (plain.empty() || plain.front() != '/') return {};
     return Paths::standardized(plain);

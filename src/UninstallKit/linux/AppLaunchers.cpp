@@ -15,16 +15,9 @@
 #include <algorithm>
 #include <set>
 
+#include "DiskScanKit/Paths.h"
+
 namespace tessel {
-
-namespace {
-
-bool isAtOrInside(const std::string& candidate, const std::string& path) {
-    return candidate == path || (candidate.size() > path.size() && candidate.starts_with(path) &&
-                                 (path.ends_with('/') || candidate[path.size()] == '/'));
-}
-
-} // namespace
 
 AppLaunchers::AppLaunchers(std::shared_ptr<DesktopLaunchers> launchers, std::function<std::vector<InstalledApp>()> apps)
     : launchers_(std::move(launchers)), apps_(std::move(apps)) {}
@@ -33,8 +26,8 @@ std::vector<std::string> AppLaunchers::desktopIdsAt(const std::string& path, con
     std::set<std::string> ids;
     for (const InstalledApp& app : apps) {
         if (app.desktopId.empty()) continue;
-        const bool here = isAtOrInside(app.entryPath, path) || isAtOrInside(app.bundlePath, path) ||
-                          (app.programPath && isAtOrInside(*app.programPath, path));
+        const bool here = Paths::isWithin(app.entryPath, path) || Paths::isWithin(app.bundlePath, path) ||
+                          (app.programPath && Paths::isWithin(*app.programPath, path));
         if (here) ids.insert(app.desktopId);
     }
     if (path.ends_with(".desktop") && path.find("/applications/") != std::string::npos)

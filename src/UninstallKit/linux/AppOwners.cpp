@@ -19,13 +19,9 @@ namespace tessel {
 
 namespace {
 
-bool isAtOrInside(std::string_view path, std::string_view folder) {
-    return path == folder || (path.size() > folder.size() && path.starts_with(folder) && path[folder.size()] == '/');
-}
-
 // The first folder below `top` on the way to `path`: /opt/tool of /opt/tool/bin/tool.
 std::optional<std::string> folderBelow(std::string_view path, std::string_view top) {
-    if (!isAtOrInside(path, top) || path.size() <= top.size() + 1) return std::nullopt;
+    if (!Paths::isWithin(path, top) || path.size() <= top.size() + 1) return std::nullopt;
     const std::size_t end = path.find('/', top.size() + 1);
     if (end == std::string_view::npos) return std::nullopt; // a program right in /opt is no app folder
     return std::string(path.substr(0, end));
@@ -65,7 +61,7 @@ std::optional<InstalledApp> AppOwners::appContaining(std::string_view path) cons
         if (!packages.empty()) return std::nullopt;
     }
     for (const auto& [home, index] : homes_)
-        if (isAtOrInside(standard, home)) return apps_[index];
+        if (Paths::isWithin(standard, home)) return apps_[index];
     return std::nullopt;
 }
 

@@ -34,6 +34,7 @@
 
 #include "Base/Lines.h"
 #include "Base/SmallFile.h"
+#include "DiskScanKit/Paths.h"
 #include "UninstallKit/CommandRunner.h"
 
 namespace tessel {
@@ -74,20 +75,6 @@ std::string joinList(const std::vector<std::string>& entries) {
         for (char c : entry) value += c == ',' ? std::string("\\,") : std::string(1, c);
     }
     return value;
-}
-
-std::string percentDecoded(std::string_view text) {
-    std::string plain;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == '%' && i + 2 < text.size() && std::isxdigit(static_cast<unsigned char>(text[i + 1])) &&
-            std::isxdigit(static_cast<unsigned char>(text[i + 2]))) {
-            plain += static_cast<char>(std::stoi(std::string(text.substr(i + 1, 2)), nullptr, 16));
-            i += 2;
-        } else {
-            plain += text[i];
-        }
-    }
-    return plain;
 }
 
 // The applet groups of task managers, and for each the group its launchers line sits in.
@@ -227,10 +214,8 @@ bool PlasmaLaunchers::write(const Lists& lists) {
 
 std::string PlasmaLaunchers::desktopId(const std::string& entry) const {
     if (entry.starts_with("applications:")) return entry.substr(13);
-    if (entry.starts_with("file://") && entry.ends_with(".desktop")) {
-        const std::string path = percentDecoded(std::string_view(entry).substr(7));
-        return path.substr(path.rfind('/') + 1);
-    }
+    if (entry.ends_with(".desktop"))
+        if (const std::string path = Paths::fromFileUrl(entry); !path.empty()) return path.substr(path.rfind('/') + 1);
     return {};
 }
 

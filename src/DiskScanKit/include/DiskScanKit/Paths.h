@@ -26,5 +26,8 @@ std::string homeFolder();
 // holds an absolute path (the standard ignores a relative one), else `home`
 // followed by `fallback`: xdgFolder("XDG_CONFIG_HOME", home, ".config").
 std::string xdgFolder(const char* variable, std::string_view home, std::string_view fallback);
+// The path a local file URL names, decoded byte for byte ("file:///a%20b",
+// "file://localhost/a"); empty for any other URL or a malformed one.
+std::string fromFileUrl(std::string_view url);
 
 } // namespace tessel::Paths
