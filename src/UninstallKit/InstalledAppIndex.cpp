@@ -22,11 +22,11 @@
 
 #include "UninstallKit/InstalledAppIndex.h"
 
-#include <dirent.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 
+#include "Base/FolderNames.h"
 #include "DiskScanKit/Paths.h"
 #include "UninstallKit/AppCatalog.h"
 #include "UninstallKit/ReverseDns.h"
@@ -45,19 +45,6 @@ std::string lowered(std::string_view text) {
     return result;
 }
 
-std::vector<std::string> namesIn(const std::string& folder) {
-    std::vector<std::string> names;
-    if (DIR* listing = opendir(folder.c_str())) {
-        while (const dirent* item = readdir(listing)) {
-            const std::string name = item->d_name;
-            if (name != "." && name != "..") names.push_back(name);
-        }
-        closedir(listing);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
 bool isCarriedBundle(std::string_view name) {
     const std::size_t dot = name.rfind('.');
     if (dot == std::string_view::npos || dot == 0) return false;
@@ -68,7 +55,7 @@ bool isCarriedBundle(std::string_view name) {
 }
 
 void collectBundles(const std::string& folder, int depth, int& budget, std::vector<std::string>& identifiers) {
-    for (const std::string& name : namesIn(folder)) {
+    for (const std::string& name : folderNames(folder)) {
         if (--budget < 0) return;
         const std::string path = folder + "/" + name;
         struct stat info {};
@@ -84,7 +71,7 @@ void collectBundles(const std::string& folder, int depth, int& budget, std::vect
 
 std::vector<std::string> InstalledAppIndex::carriedIdentifiers(const std::string& bundlePath) {
     std::vector<std::string> identifiers;
-    for (std::string name : namesIn(bundlePath + "/Contents/Library/LaunchServices")) {
+    for (std::string name : folderNames(bundlePath + "/Contents/Library/LaunchServices")) {
         if (name.ends_with(".plist")) name.resize(name.size() - 6);
         if (!name.empty()) identifiers.push_back(name);
     }

@@ -22,10 +22,10 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
-#include <filesystem>
 #include <set>
 #include <utility>
 
+#include "Base/FolderNames.h"
 #include "Base/Lines.h"
 #include "DiskScanKit/Paths.h"
 #include "UninstallKit/CommandRunner.h"
@@ -35,7 +35,6 @@ namespace tessel::AppImages {
 
 namespace {
 
-namespace fs = std::filesystem;
 constexpr CommandRunner::Limits imageReading{.timeout = std::chrono::seconds(5), .outputBytes = 4 << 20};
 constexpr std::string_view listedPrefix = "squashfs-root/";
 
@@ -126,12 +125,7 @@ std::vector<AppImage> find(const std::vector<std::string>& folders, const std::o
     std::vector<AppImage> found;
     std::set<std::pair<dev_t, ino_t>> seen;
     for (const std::string& folder : folders) {
-        std::vector<std::string> names;
-        std::error_code error;
-        for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
-            names.push_back(entry->path().filename().string());
-        std::ranges::sort(names);
-        for (const std::string& name : names) {
+        for (const std::string& name : folderNames(folder)) {
             const std::string path = Paths::join(folder, name);
             const std::optional<OpenedFile> file = openedFile(path);
             if (!file) continue;

@@ -20,16 +20,16 @@
 
 #include "UninstallKit/RunningPrograms.h"
 
-#include <dirent.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
-#include <memory>
 #include <vector>
 
+#include "Base/FolderNames.h"
 #include "Base/Lines.h"
 #include "Base/SmallFile.h"
+#include "linux/KeyFile.h"
 
 namespace tessel {
 
@@ -39,17 +39,6 @@ constexpr std::int64_t cgroupFileLimit = 64 * 1024;
 
 bool isNumber(std::string_view text) {
     return !text.empty() && std::ranges::all_of(text, [](char c) { return std::isdigit(static_cast<unsigned char>(c)) != 0; });
-}
-
-std::vector<std::string> entriesOf(const std::string& folder) {
-    std::vector<std::string> names;
-    const std::unique_ptr<DIR, int (*)(DIR*)> listing(opendir(folder.c_str()), closedir);
-    if (!listing) return names;
-    while (const dirent* entry = readdir(listing.get())) {
-        const std::string_view name = entry->d_name;
-        if (name != "." && name != "..") names.emplace_back(name);
-    }
-    return names;
 }
 
 std::optional<std::string> linkTarget(const std::string& path) {
@@ -85,13 +74,7 @@ std::string unescapeUnit(std::string_view text) {
 std::optional<std::string> flatpakInstanceApp(const std::string& infoPath) {
     const SmallFileRead info = readSmallFile(infoPath, cgroupFileLimit);
     if (!info.text) return std::nullopt;
-    bool inApplication = false;
-    std::optional<std::string> name;
-    forEachLine(*info.text, [&](std::string_view line) {
-        if (line.starts_with('[')) inApplication = line == "[Application]";
-        else if (inApplication && !name && line.starts_with("name=")) name = std::string(line.substr(5));
-    });
-    return name;
+    return keyFileValue(*info.text, "Application", "name");
 }
 
 // Whether the sandbox of an instance still runs; an instance that doesn't say counts as running.
@@ -139,7 +122,7 @@ std::optional<std::string> RunningPrograms::appOfUnit(std::string_view unit) {
 
 RunningPrograms RunningPrograms::read(const std::string& proc, const std::optional<std::string>& runtimeFolder) {
     RunningPrograms running;
-    for (const std::string& entry : entriesOf(proc)) {
+    for (const std::string& entry : folderNames(proc)) {
         if (!isNumber(entry)) continue;
         const std::string process = proc + "/" + entry;
         if (std::optional<std::string> program = linkTarget(process + "/exe")) running.executables.insert(std::move(*program));
@@ -153,7 +136,7 @@ RunningPrograms RunningPrograms::read(const std::string& proc, const std::option
         });
     }
     if (runtimeFolder)
-        for (const std::string& name : entriesOf(*runtimeFolder + "/.flatpak")) {
+        for (const std::string& name : folderNames(*runtimeFolder + "/.flatpak")) {
             const std::string instance = *runtimeFolder + "/.flatpak/" + name;
             if (!instanceRuns(instance, proc)) continue;
             if (std::optional<std::string> app = flatpakInstanceApp(instance + "/info")) running.flatpakApps.insert(std::move(*app));

@@ -25,8 +25,10 @@
 #include <filesystem>
 #include <pugixml.hpp>
 
+#include "Base/FolderNames.h"
 #include "Base/Lines.h"
 #include "Base/SmallFile.h"
+#include "linux/KeyFile.h"
 
 namespace tessel::SandboxedApps {
 
@@ -40,32 +42,11 @@ bool isFolder(const std::string& path) {
     return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
-std::vector<std::string> folderNames(const std::string& path) {
-    std::vector<std::string> names;
-    std::error_code error;
-    for (fs::directory_iterator entry(path, error), end; !error && entry != end; entry.increment(error))
-        names.push_back(entry->path().filename().string());
-    std::ranges::sort(names);
-    return names;
-}
-
 std::optional<std::string> linkTarget(const std::string& path) {
     std::error_code error;
     const fs::path target = fs::read_symlink(path, error);
     if (error) return std::nullopt;
     return target.string();
-}
-
-// The value of `key` in the [Application] group of a Flatpak key file.
-std::optional<std::string> applicationValue(const std::string& text, std::string_view key) {
-    bool inApplication = false;
-    std::optional<std::string> value;
-    forEachLine(text, [&](std::string_view line) {
-        if (line.starts_with('[')) inApplication = line == "[Application]";
-        else if (inApplication && !value && line.size() > key.size() && line.starts_with(key) && line[key.size()] == '=')
-            value = std::string(line.substr(key.size() + 1));
-    });
-    return value;
 }
 
 std::optional<std::string> versionOfDeployment(const std::string& deploy, const std::string& id) {
@@ -90,7 +71,7 @@ void addInstallation(const std::string& installation, bool perUser, std::vector<
         if (!active || active->find('/') != std::string::npos) continue;
         const std::string deploy = branchFolder + "/" + *active;
         const SmallFileRead metadata = readSmallFile(deploy + "/metadata", metadataLimit);
-        if (!metadata.text || applicationValue(*metadata.text, "name") != id) continue;
+        if (!metadata.text || keyFileValue(*metadata.text, "Application", "name") != id) continue;
         apps.push_back({id, current->substr(0, slash), current->substr(slash + 1), versionOfDeployment(deploy, id), perUser,
                         deploy});
     }
