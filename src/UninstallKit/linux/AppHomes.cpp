@@ -12,9 +12,9 @@
 #include "UninstallKit/AppHomes.h"
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 
-#include "Base/Lines.h"
 #include "UninstallKit/AppOwners.h"
 #include "UninstallKit/DpkgDatabase.h"
 
@@ -23,8 +23,7 @@ namespace tessel::AppHomes {
 std::vector<std::string> ownFolders(const std::vector<std::string>& listed, const PathOwners& owners,
                                     const std::set<std::string>& family) {
     std::vector<std::string> paths;
-    for (const std::string& path : listed)
-        if (path.size() > 1 && path.front() == '/') paths.push_back(owners.canonical(path));
+    for (const std::string& path : listed) paths.push_back(owners.canonical(path));
     std::ranges::sort(paths);
     paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
     std::vector<std::string> folders;
@@ -54,16 +53,14 @@ std::vector<std::string> ownFolders(const std::vector<std::string>& listed, cons
 std::vector<AppHome> of(const std::vector<InstalledApp>& apps, const PathOwners* owners, const DesktopMachine& machine) {
     const AppOwners places(apps, owners, machine);
     std::map<std::string, DpkgPackage> packages;
-    std::map<std::string, std::set<std::string>> bySource; // source → the packages built from it
     const std::string admin = dpkgAdminFolder(machine.root);
     if (owners != nullptr) try {
-            for (DpkgPackage& package : DpkgDatabase::readStatus(admin)) {
-                bySource[package.sourceName()].insert(package.listName());
-                packages.try_emplace(package.listName(), std::move(package));
-            }
+            packages = DpkgDatabase::byListName(DpkgDatabase::readStatus(admin));
         } catch (const DpkgError&) {
             packages.clear();
         }
+    std::map<std::string, std::set<std::string>> bySource; // source → the packages built from it
+    for (const auto& [name, package] : packages) bySource[package.sourceName()].insert(name);
     std::vector<AppHome> homes;
     for (const InstalledApp& app : apps) {
         AppHome home{app.name, {}};
@@ -79,7 +76,7 @@ std::vector<AppHome> of(const std::vector<InstalledApp>& apps, const PathOwners*
                 for (const std::string& member : family)
                     if (const auto found = packages.find(member); found != packages.end())
                         if (const std::optional<std::string> list = DpkgDatabase::readFileList(admin, found->second))
-                            forEachLine(*list, [&](std::string_view line) { listed.emplace_back(line); });
+                            std::ranges::move(DpkgDatabase::listedPaths(*list), std::back_inserter(listed));
                 home.paths = ownFolders(listed, *owners, family);
             }
         }

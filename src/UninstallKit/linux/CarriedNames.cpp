@@ -16,7 +16,6 @@
 #include <map>
 #include <set>
 
-#include "Base/Lines.h"
 #include "UninstallKit/DpkgDatabase.h"
 #include "UninstallKit/SandboxedApps.h"
 
@@ -75,7 +74,7 @@ void fill(std::vector<InstalledApp>& apps, const PathOwners* owners, const Deskt
     std::map<std::string, DpkgPackage> packages;
     const std::string admin = dpkgAdminFolder(machine.root);
     if (owners != nullptr) try {
-            for (DpkgPackage& package : DpkgDatabase::readStatus(admin)) packages.try_emplace(package.listName(), std::move(package));
+            packages = DpkgDatabase::byListName(DpkgDatabase::readStatus(admin));
         } catch (const DpkgError&) {
             packages.clear();
         }
@@ -95,9 +94,7 @@ void fill(std::vector<InstalledApp>& apps, const PathOwners* owners, const Deskt
             if (package == packages.end()) continue;
             const std::optional<std::string> list = DpkgDatabase::readFileList(admin, package->second);
             if (!list) continue;
-            forEachLine(*list, [&](std::string_view line) {
-                if (!line.empty()) paths.emplace_back(line);
-            });
+            paths = DpkgDatabase::listedPaths(*list);
         }
         app.carries = fromPaths(paths, app.desktopId);
     }

@@ -14,6 +14,7 @@
 
 #include <sys/stat.h>
 
+#include "Base/Lines.h"
 #include "Base/SmallFile.h"
 
 namespace tessel {
@@ -227,6 +228,20 @@ std::optional<std::int64_t> fileListTime(const std::string& adminFolder, const D
     struct stat info {};
     if (lstat((adminFolder + "/info/" + package.listName() + ".list").c_str(), &info) != 0) return std::nullopt;
     return std::int64_t{info.st_mtim.tv_sec} * 1'000'000'000 + info.st_mtim.tv_nsec;
+}
+
+std::vector<std::string> listedPaths(std::string_view listText) {
+    std::vector<std::string> paths;
+    forEachLine(listText, [&](std::string_view line) {
+        if (!line.empty() && line.front() == '/' && line != "/.") paths.emplace_back(line);
+    });
+    return paths;
+}
+
+std::map<std::string, DpkgPackage> byListName(std::vector<DpkgPackage> packages) {
+    std::map<std::string, DpkgPackage> named;
+    for (DpkgPackage& package : packages) named.try_emplace(package.listName(), std::move(package));
+    return named;
 }
 
 } // namespace DpkgDatabase

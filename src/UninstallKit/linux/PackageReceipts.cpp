@@ -19,20 +19,6 @@ namespace tessel {
 
 namespace {
 
-std::vector<std::string> listedPaths(std::string_view text) {
-    std::vector<std::string> paths;
-    std::size_t at = 0;
-    while (at < text.size()) {
-        std::size_t end = text.find('\n', at);
-        if (end == std::string_view::npos) end = text.size();
-        const std::string_view line = text.substr(at, end - at);
-        at = end + 1;
-        if (line.empty() || line.front() != '/' || line == "/.") continue;
-        paths.emplace_back(line);
-    }
-    return paths;
-}
-
 std::string withoutTrailingSlashes(const std::string& root) {
     std::string folder = root;
     while (!folder.empty() && folder.back() == '/') folder.pop_back();
@@ -70,7 +56,7 @@ PackageContents contents(const std::string& root, const std::string& name, const
     if (package->hasFiles()) {
         if (std::optional<std::string> list = DpkgDatabase::readFileList(admin, *package)) {
             contents.listed = true;
-            paths = listedPaths(*list);
+            paths = DpkgDatabase::listedPaths(*list);
         }
     } else {
         contents.listed = true;

@@ -25,6 +25,7 @@
 #include <deque>
 #include <unordered_map>
 
+#include "Base/Lines.h"
 #include "UninstallKit/DpkgDatabase.h"
 
 namespace tessel {
@@ -37,18 +38,6 @@ std::string trimmedRoot(std::string_view root) {
     std::string folder(root);
     while (!folder.empty() && folder.back() == '/') folder.pop_back();
     return folder;
-}
-
-std::vector<std::string_view> lines(std::string_view text) {
-    std::vector<std::string_view> found;
-    std::size_t at = 0;
-    while (at < text.size()) {
-        std::size_t end = text.find('\n', at);
-        if (end == std::string_view::npos) end = text.size();
-        if (end > at) found.push_back(text.substr(at, end - at));
-        at = end + 1;
-    }
-    return found;
 }
 
 std::string timeAndSize(const std::string& path) {
@@ -147,12 +136,12 @@ PathOwners PathOwners::build(const std::string& root) {
         const auto number = static_cast<std::uint32_t>(index.packages_.size());
         index.packages_.push_back(package.listName());
         lists.push_back(std::move(*list));
-        for (std::string_view path : lines(lists.back())) {
-            if (path.empty() || path.front() != '/') continue;
+        forEachLine(lists.back(), [&](std::string_view path) {
+            if (path.empty() || path.front() != '/') return;
             std::string rewritten = index.canonical(path);
             if (rewritten != path) pairs.emplace_back(moved.emplace_back(std::move(rewritten)), number);
             else pairs.emplace_back(path, number);
-        }
+        });
     }
 
     for (const DpkgDiversion& diversion : diversions)

@@ -20,7 +20,8 @@ struct AppHome {
 
 namespace AppHomes {
 
-// The topmost folders among `listed` (a package's file list) that only
+// The topmost folders among `listed` (the absolute paths of a package's file
+// list, as DpkgDatabase::listedPaths gives them) that only
 // packages of `family` list, under their real names (a merged /usr applied).
 std::vector<std::string> ownFolders(const std::vector<std::string>& listed, const PathOwners& owners,
                                     const std::set<std::string>& family);

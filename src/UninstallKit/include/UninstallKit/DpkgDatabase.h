@@ -9,6 +9,7 @@
 // and each such case is a failure with a sentence that names the path.
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -78,6 +79,10 @@ std::vector<DpkgDiversion> readDiversions(const std::string& adminFolder);
 // list or the list cannot be read, with the reason in `failure`.
 std::optional<std::string> readFileList(const std::string& adminFolder, const DpkgPackage& package,
                                         std::string* failure = nullptr);
+// The paths of a file list's text: the absolute ones, "/." (the root itself) left out.
+std::vector<std::string> listedPaths(std::string_view listText);
+// Packages by the name their file list goes by: NAME, or NAME:ARCH for Multi-Arch "same".
+std::map<std::string, DpkgPackage> byListName(std::vector<DpkgPackage> packages);
 // Its modification time, in nanoseconds since 1970: when it was installed.
 std::optional<std::int64_t> fileListTime(const std::string& adminFolder, const DpkgPackage& package);
 
