@@ -71,6 +71,10 @@ TEST(PlasmaTaskManagers, TaskManagerLaunchersGoAndComeBackAndTheRestOfTheFileSta
     EXPECT_EQ(read(path), appletsFile) << "each back at its place, whatever the order of the undo";
     EXPECT_EQ(launchers.removeApps({"org.gimp.GIMP.desktop"}), 0u);
     EXPECT_EQ(read(path), appletsFile);
+    // An applets file that is a pipe is never waited on, and nothing is written in its place.
+    const std::string pipe = config / "pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_EQ(plasmaOnly(pipe).removeApps({"firefox.desktop"}), 0u);
 }
 
 TEST(PlasmaTaskManagers, OrphansAreTheLaunchersOfAppsNoLongerInstalled) {
