@@ -635,16 +635,6 @@ TEST(CandidatePaths, AChosenFolderInsideAnExcludedPlaceIsLookedInto) {
               (Paths{"/home/me/.cache/corpus/a.bin", "/home/me/.cache/corpus/deeper/c.bin"}));
 }
 
-TEST(CandidatePaths, PathsOfARealScanNameRealFiles) {
-    TempFolder folder;
-    makeFolder(folder / "sub");
-    writeFile(folder / "sub/big", 2 * MB);
-    writeFile(folder / "small", 1000);
-    const ScanResult scan = DiskScanner::scan(folder.path());
-    const Paths paths = DuplicateFinder::candidatePaths(*scan.root, MB, "/nonexistent-home");
-    EXPECT_EQ(paths, Paths{folder / "sub/big"});
-}
-
 TEST(CandidatePaths, EveryNameOfAHardLinkedFileReachesTheFinder) {
     TempFolder folder;
     makeFolder(folder / "a");
