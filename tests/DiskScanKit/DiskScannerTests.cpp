@@ -10,19 +10,10 @@
 
 #include "DiskScanKit/DiskScanner.h"
 #include "Fixture.h"
+#include "ScanOptionsFixture.h"
 
 using namespace tessel;
 using namespace tessel::test;
-
-namespace {
-
-ScanOptions plainOptions() {
-    ScanOptions options;
-    options.workerCount = 2;
-    return options;
-}
-
-} // namespace
 
 // A tree with everything that has tripped disk scanners up: hard links across
 // folders, sparse files, empty folders, links of every kind, a FIFO, names
@@ -89,8 +80,7 @@ TEST_F(HostileTree, HardLinkCountsOnceAndIsReported) {
 }
 
 TEST_F(HostileTree, SparseFileCountsWhatItOccupies) {
-    ScanOptions options = plainOptions();
-    options.fileNodeThreshold = 0;
+    ScanOptions options = plainOptions(0);
     ScanResult result = DiskScanner::scan(folder_->path(), options);
     FileNode* sparse = findNode(*result.root, "b/sparse");
     ASSERT_NE(sparse, nullptr);
@@ -99,8 +89,7 @@ TEST_F(HostileTree, SparseFileCountsWhatItOccupies) {
 }
 
 TEST_F(HostileTree, NamesAreKeptByteForByteAndPathsReachTheBottom) {
-    ScanOptions options = plainOptions();
-    options.fileNodeThreshold = 0;
+    ScanOptions options = plainOptions(0);
     ScanResult result = DiskScanner::scan(folder_->path(), options);
     EXPECT_NE(findNode(*result.root, "with space/line\nbreak"), nullptr);
     EXPECT_NE(findNode(*result.root, "with space/\xff\xfe not utf8"), nullptr);
@@ -120,8 +109,7 @@ TEST_F(HostileTree, NamesAreKeptByteForByteAndPathsReachTheBottom) {
 }
 
 TEST_F(HostileTree, WithoutRetainedNamesOnlyFoldersKeepTheirNames) {
-    ScanOptions options = plainOptions();
-    options.fileNodeThreshold = 0;
+    ScanOptions options = plainOptions(0);
     options.retainFileNames = false;
     ScanResult result = DiskScanner::scan(folder_->path(), options);
     FileNode* a = findNode(*result.root, "a");

@@ -15,18 +15,12 @@
 #include "DiskScanKit/DiskScanner.h"
 #include "Fixture.h"
 #include "LoopVolume.h"
+#include "ScanOptionsFixture.h"
 
 using namespace tessel;
 using namespace tessel::test;
 
 namespace {
-
-ScanOptions plainOptions() {
-    ScanOptions options;
-    options.workerCount = 2;
-    options.fileNodeThreshold = 0;
-    return options;
-}
 
 // mkfs.btrfs refuses less than about 110 MB.
 LoopRecipe btrfs() { return {"mkfs.btrfs", {"-q", "-f"}, "btrfs-progs", 128 * 1048576}; }
@@ -78,7 +72,7 @@ protected:
 } // namespace
 
 TEST_F(DefaultBtrfsLayout, EverySubvolumeIsScannedOnceAndNothingElse) {
-    const ScanResult result = DiskScanner::scan(root, plainOptions());
+    const ScanResult result = DiskScanner::scan(root, plainOptions(0));
     EXPECT_EQ(result.bytes,
               allocatedOf(root + "/etc/config") + allocatedOf(root + "/var/lib/machines/image") +
                   allocatedOf(root + "/home/me/photo"));
@@ -99,8 +93,8 @@ TEST_F(DefaultBtrfsLayout, EverySubvolumeIsScannedOnceAndNothingElse) {
 }
 
 TEST_F(DefaultBtrfsLayout, ASubvolumeScannedAloneHoldsItsOwnAndItsNestedOnes) {
-    EXPECT_EQ(DiskScanner::scan(root + "/home", plainOptions()).bytes, allocatedOf(root + "/home/me/photo"));
-    EXPECT_EQ(DiskScanner::scan(root + "/var", plainOptions()).bytes, allocatedOf(root + "/var/lib/machines/image"));
+    EXPECT_EQ(DiskScanner::scan(root + "/home", plainOptions(0)).bytes, allocatedOf(root + "/home/me/photo"));
+    EXPECT_EQ(DiskScanner::scan(root + "/var", plainOptions(0)).bytes, allocatedOf(root + "/var/lib/machines/image"));
 }
 
 TEST(DiskTopTrash, PerUserTrashesAtADisksTopAreLeftOutUnlessAskedFor) {
@@ -126,7 +120,7 @@ TEST(DiskTopTrash, PerUserTrashesAtADisksTopAreLeftOutUnlessAskedFor) {
         allocatedOf(disk + "/.Trash-1000x/c") + allocatedOf(disk + "/docs/.Trash-1000/d") + allocatedOf(disk + "/kept");
     const std::int64_t trashed = allocatedOf(disk + "/.Trash-1000/files/a") + allocatedOf(disk + "/.Trash/1000/b");
 
-    ScanOptions options = plainOptions();
+    ScanOptions options = plainOptions(0);
     const ScanResult top = DiskScanner::scan(disk, options);
     EXPECT_EQ(top.bytes, kept);
     EXPECT_EQ(findNode(*top.root, ".Trash-1000"), nullptr);

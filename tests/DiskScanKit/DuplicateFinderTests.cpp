@@ -196,30 +196,20 @@ TEST_F(DuplicateFinding, AFileOneByteBelowTheMinimumIsNeverACandidate) {
     EXPECT_EQ(result.filesExamined, 2);
 }
 
-TEST_F(DuplicateFinding, AFileRewrittenBeforeHashingIsSkippedAndCountedUnreadable) {
-    const std::string bytes = contents(100000, 12);
-    const std::string first = file("a/data", bytes);
-    const std::string second = file("b/data", bytes);
-    bool changed = false;
-    const DuplicateReport result = find({first, second}, [&](const DuplicateScanProgress& now) {
-        if (now.phase == Phase::hashing && !changed) changed = rewriteInPlace(second);
-    });
-    ASSERT_TRUE(changed);
-    EXPECT_TRUE(result.groups.empty());
-    EXPECT_EQ(result.unreadable, 1);
-}
-
-TEST_F(DuplicateFinding, AFileRewrittenBeforeSamplingIsSkippedAndCountedUnreadable) {
-    const std::string bytes = contents(20000, 25);
-    const std::string first = file("a/data", bytes);
-    const std::string second = file("b/data", bytes);
-    bool changed = false;
-    const DuplicateReport result = find({first, second}, [&](const DuplicateScanProgress& now) {
-        if (now.phase == Phase::sampling && !changed) changed = rewriteInPlace(second);
-    });
-    ASSERT_TRUE(changed);
-    EXPECT_TRUE(result.groups.empty());
-    EXPECT_EQ(result.unreadable, 1);
+TEST_F(DuplicateFinding, AFileRewrittenBeforeSamplingOrHashingIsSkippedAndCountedUnreadable) {
+    // Small enough to be settled by sampling, and large enough to be hashed.
+    for (const auto& [phase, size] : {std::pair{Phase::sampling, std::size_t{20000}}, std::pair{Phase::hashing, std::size_t{100000}}}) {
+        const std::string bytes = contents(size, 12);
+        const std::string first = file("a/data", bytes);
+        const std::string second = file("b/data", bytes);
+        bool changed = false;
+        const DuplicateReport result = find({first, second}, [&](const DuplicateScanProgress& now) {
+            if (now.phase == phase && !changed) changed = rewriteInPlace(second);
+        });
+        ASSERT_TRUE(changed) << size;
+        EXPECT_TRUE(result.groups.empty()) << size;
+        EXPECT_EQ(result.unreadable, 1) << size;
+    }
 }
 
 TEST_F(DuplicateFinding, AFileSwappedForAnEqualOneIsStillSkipped) {
@@ -580,22 +570,15 @@ TEST_F(WholeFileStage, ABucketTooLargeToCompareSideBySideIsHashedIntoItsPairs) {
     EXPECT_EQ(idsOf(result).size(), 33u);
 }
 
-TEST_F(WholeFileStage, AFileTouchedDuringTheStageIsSkippedAndCountedUnreadable) {
+TEST_F(WholeFileStage, AFileTouchedOrGrownDuringTheStageIsSkippedAndCountedUnreadable) {
     const std::string bytes = contents(3 * mebibyte, 34);
     const Paths paths{file("a/x", bytes), file("b/x", bytes)};
-    const DuplicateReport result = changedDuringTheStage(paths, paths[1], touch);
-    ASSERT_TRUE(changed);
-    EXPECT_TRUE(result.groups.empty());
-    EXPECT_EQ(result.unreadable, 1);
-}
-
-TEST_F(WholeFileStage, AFileThatGrowsDuringTheStageIsSkippedAndCountedUnreadable) {
-    const std::string bytes = contents(3 * mebibyte, 35);
-    const Paths paths{file("a/x", bytes), file("b/x", bytes)};
-    const DuplicateReport result = changedDuringTheStage(paths, paths[1], grow);
-    ASSERT_TRUE(changed);
-    EXPECT_TRUE(result.groups.empty());
-    EXPECT_EQ(result.unreadable, 1);
+    for (bool (*change)(const std::string&) : {touch, grow}) {
+        const DuplicateReport result = changedDuringTheStage(paths, paths[1], change);
+        ASSERT_TRUE(changed);
+        EXPECT_TRUE(result.groups.empty());
+        EXPECT_EQ(result.unreadable, 1);
+    }
 }
 
 TEST_F(WholeFileStage, AFileRewrittenWithItsTimePutBackIsSkippedAndCountedUnreadable) {
@@ -650,16 +633,6 @@ TEST(CandidatePaths, AChosenFolderInsideAnExcludedPlaceIsLookedInto) {
     tree.file(tree.folder(tree.root, "deeper"), "c.bin", 2 * MB);
     EXPECT_EQ(candidates(*tree.root, "/home/me"),
               (Paths{"/home/me/.cache/corpus/a.bin", "/home/me/.cache/corpus/deeper/c.bin"}));
-}
-
-TEST(CandidatePaths, PathsOfARealScanNameRealFiles) {
-    TempFolder folder;
-    makeFolder(folder / "sub");
-    writeFile(folder / "sub/big", 2 * MB);
-    writeFile(folder / "small", 1000);
-    const ScanResult scan = DiskScanner::scan(folder.path());
-    const Paths paths = DuplicateFinder::candidatePaths(*scan.root, MB, "/nonexistent-home");
-    EXPECT_EQ(paths, Paths{folder / "sub/big"});
 }
 
 TEST(CandidatePaths, EveryNameOfAHardLinkedFileReachesTheFinder) {

@@ -98,33 +98,27 @@ TEST(KeeperStartingPoint, HomeFolderIsSkipped) {
     EXPECT_EQ(placeOf("/var/lib/alice/Documents/Work/a.pdf", "/var/lib/alice"), Place::organised);
 }
 
-TEST(KeeperStartingPoint, UsersOrHomeAndAnyNameAreSkipped) {
-    EXPECT_EQ(startOf({"users", "someone", "documents", "a"}), 2u);
-    EXPECT_EQ(startOf({"users", "shared", "documents", "a"}), 2u);
-    EXPECT_EQ(startOf({"home", "ana", "documents", "a"}), 2u);
+TEST(KeeperStartingPoint, HomesDisksAndHomesOnDisksAreSkippedButNeverTheFileName) {
+    const std::vector<std::pair<Paths, std::size_t>> cases{
+        {{"users", "someone", "documents", "a"}, 2},
+        {{"users", "shared", "documents", "a"}, 2},
+        {{"home", "ana", "documents", "a"}, 2},
+        {{"volumes", "backup", "documents", "a"}, 2},
+        {{"mnt", "data", "documents", "a"}, 2},
+        {{"media", "me", "stick", "documents", "a"}, 3},
+        {{"run", "media", "me", "stick", "documents", "a"}, 4},
+        {{"volumes", "old mac", "users", "me", "documents", "a"}, 4},
+        {{"media", "me", "backup", "home", "me", "documents", "a"}, 5},
+        {{"users", "me"}, 0},
+        {{"volumes", "disk", "a"}, 2},
+        {{"media", "me", "a"}, 0},
+    };
+    for (const auto& [components, start] : cases) EXPECT_EQ(startOf(components), start) << testing::PrintToString(components);
+    EXPECT_EQ(startOf({"home", "notes"}, {}), 0u);
     EXPECT_EQ(placeOf("/Users/Shared/Documents/a.pdf"), Place::standardFolder);
-}
-
-TEST(KeeperStartingPoint, DisksAreSkipped) {
-    EXPECT_EQ(startOf({"volumes", "backup", "documents", "a"}), 2u);
-    EXPECT_EQ(startOf({"mnt", "data", "documents", "a"}), 2u);
-    EXPECT_EQ(startOf({"media", "me", "stick", "documents", "a"}), 3u);
-    EXPECT_EQ(startOf({"run", "media", "me", "stick", "documents", "a"}), 4u);
     EXPECT_EQ(placeOf("/Volumes/Backup/Documents/a.pdf"), Place::standardFolder);
     EXPECT_EQ(placeOf("/media/me/Stick/Pictures/Trip/a.jpg"), Place::organised);
-}
-
-TEST(KeeperStartingPoint, HomeOnADiskIsSkippedAfterTheDisk) {
-    EXPECT_EQ(startOf({"volumes", "old mac", "users", "me", "documents", "a"}), 4u);
-    EXPECT_EQ(startOf({"media", "me", "backup", "home", "me", "documents", "a"}), 5u);
     EXPECT_EQ(placeOf("/Volumes/Old Mac/Users/me/Documents/Taxes/a.pdf"), Place::organised);
-}
-
-TEST(KeeperStartingPoint, PrefixNeverTakesTheFileName) {
-    EXPECT_EQ(startOf({"users", "me"}), 0u);
-    EXPECT_EQ(startOf({"home", "notes"}, {}), 0u);
-    EXPECT_EQ(startOf({"volumes", "disk", "a"}), 2u);
-    EXPECT_EQ(startOf({"media", "me", "a"}), 0u);
 }
 
 TEST(KeeperStartingPoint, NoKnownPrefixStartsAtTheRoot) {

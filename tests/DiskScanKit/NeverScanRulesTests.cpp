@@ -22,10 +22,10 @@ bool onMac(const std::string& path, const std::string& home = "/Users/me") {
 
 } // namespace
 
-TEST(ManagedFolderNames, HoldEighteenDistinctNamesOfStoresProgramsKeep) {
+TEST(ManagedFolderNames, AreDistinctNamesOfStoresProgramsKeep) {
     const auto& names = NeverScanRules::managedFolderNames();
     const std::set<std::string_view> distinct(names.begin(), names.end());
-    EXPECT_EQ(distinct.size(), 18u);
+    EXPECT_EQ(distinct.size(), names.size());
     for (std::string_view name : {".git", "node_modules", ".Trash", ".Trashes", "lost+found", "VirtualBox VMs",
                                   ".DocumentRevisions-V100", "site-packages", "Parallels"})
         EXPECT_TRUE(distinct.contains(name)) << name;

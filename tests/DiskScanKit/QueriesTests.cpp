@@ -65,8 +65,7 @@ TEST(LargestNodes, KeepsOnlyTheBestWhenFull) {
     EXPECT_EQ(selection.offered(), 50);
 }
 
-TEST(Packages, ExtensionsAreTheFiftyThree) {
-    EXPECT_EQ(Packages::extensions().size(), 53u);
+TEST(Packages, KnownByExtensionInAnyCase) {
     EXPECT_TRUE(Packages::isPackage("Xcode.APP"));
     EXPECT_TRUE(Packages::isPackage("Old Mac.backup"));
     EXPECT_FALSE(Packages::isPackage("backup")) << "no extension at all";
