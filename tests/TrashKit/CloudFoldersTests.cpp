@@ -5,12 +5,12 @@
 
 #include <sys/stat.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
 
 #include "FifoRelease.h"
+#include "ScopedEnvironment.h"
 #include "TrashKit/CloudFolders.h"
 #include "TrashKit/TrashService.h"
 #include "TrashTestSupport.h"
@@ -63,25 +63,6 @@ protected:
             lines.push_back(std::string(client) + " " + (home / client) + " (usual)");
         return lines;
     }
-};
-
-// Sets environment variables for one test and puts the old values back.
-class ScopedEnvironment {
-public:
-    void set(const char* name, const std::string& value) {
-        const char* old = std::getenv(name);
-        saved_.emplace_back(name, old != nullptr ? std::optional<std::string>(old) : std::nullopt);
-        setenv(name, value.c_str(), 1);
-    }
-    ~ScopedEnvironment() {
-        for (auto it = saved_.rbegin(); it != saved_.rend(); ++it) {
-            if (it->second) setenv(it->first, it->second->c_str(), 1);
-            else unsetenv(it->first);
-        }
-    }
-
-private:
-    std::vector<std::pair<const char*, std::optional<std::string>>> saved_;
 };
 
 } // namespace

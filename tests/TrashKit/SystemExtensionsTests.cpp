@@ -82,18 +82,14 @@ TEST_F(SystemExtensionsOfAnApp, OnlyAnAppCarriesAndCaseDoesNotMatter) {
     EXPECT_TRUE(SystemExtensionsInside::carried(temp / "Guard.bundle", files).empty());
 }
 
-TEST_F(SystemExtensionsOfAnApp, OnlyActivatedStatesCount) {
+TEST_F(SystemExtensionsOfAnApp, OnlyActivatedOnesCountMatchedByIdentifierOrOriginPath) {
+    EXPECT_TRUE(installed().empty()) << "no database, nothing installed";
     writeDatabase(entry("identifier", "com.example.alpha", "activated_enabled") +
                   entry("identifier", "com.example.beta", "terminated_waiting_to_uninstall"));
     EXPECT_EQ(installed(), std::vector<std::string>{alpha});
-}
-
-TEST_F(SystemExtensionsOfAnApp, OriginPathMatchesInStandardForm) {
     writeDatabase(entry("originPath", folder + "/./beta.systemextension/", "activated_waiting_for_user"));
-    EXPECT_EQ(installed(), std::vector<std::string>{beta});
+    EXPECT_EQ(installed(), std::vector<std::string>{beta}) << "the origin path in standard form";
 }
-
-TEST_F(SystemExtensionsOfAnApp, NoDatabaseMeansNothingIsInstalled) { EXPECT_TRUE(installed().empty()); }
 
 TEST_F(SystemExtensionsOfAnApp, AnUnreadableDatabaseCountsEveryCarriedExtension) {
     const std::vector<std::string> both{alpha, beta};
@@ -108,15 +104,12 @@ TEST_F(SystemExtensionsOfAnApp, AnUnreadableDatabaseCountsEveryCarriedExtension)
     }
 }
 
-TEST_F(SystemExtensionsOfAnApp, ExtensionsOfAnotherShapeAreNone) {
+TEST_F(SystemExtensionsOfAnApp, ExtensionsOfAnotherShapeOrAnAppCarryingNothingAreNone) {
     writeBytes(database, "<plist><dict><key>extensions</key><string>activated</string></dict></plist>");
     EXPECT_TRUE(installed().empty());
     // An array holding anything but dictionaries is not an array of extensions.
     writeDatabase(entry("identifier", "com.example.alpha", "activated_enabled") + "<integer>1</integer>");
     EXPECT_TRUE(installed().empty());
-}
-
-TEST_F(SystemExtensionsOfAnApp, AnAppCarryingNothingHasNothingInstalled) {
     writeBytes(database, "garbage");
     EXPECT_TRUE(SystemExtensionsInside::installed(temp / "Plain.app", database, files).empty());
 }

@@ -76,19 +76,16 @@ int orderOf(const char* left, const char* right) {
 
 } // namespace
 
-TEST(DebianVersionOrder, AgreesWithTheTableBothWays) {
+// The table is checked against dpkg where it is installed, so a wrong row
+// cannot make a wrong order pass.
+TEST(DebianVersionOrder, AgreesWithTheTableBothWaysAndWithThePackageManager) {
+    const bool haveDpkg = access("/usr/bin/dpkg", X_OK) == 0;
     for (const Case& each : cases) {
         EXPECT_EQ(orderOf(each.left, each.right), each.order) << each.left << " vs " << each.right;
         EXPECT_EQ(orderOf(each.right, each.left), -each.order) << each.right << " vs " << each.left;
-    }
-}
-
-TEST(DebianVersionOrder, AgreesWithThePackageManager) {
-    if (access("/usr/bin/dpkg", X_OK) != 0) GTEST_SKIP() << "no /usr/bin/dpkg here; the table stands alone";
-    for (const Case& each : cases) {
-        const int dpkgOrder = dpkgSays(each, "lt") ? -1 : dpkgSays(each, "gt") ? 1 : 0;
-        EXPECT_EQ(dpkgOrder, each.order) << "the table is wrong for " << each.left << " vs " << each.right;
-        EXPECT_EQ(orderOf(each.left, each.right), dpkgOrder) << each.left << " vs " << each.right;
+        if (!haveDpkg) continue;
+        EXPECT_EQ(dpkgSays(each, "lt") ? -1 : dpkgSays(each, "gt") ? 1 : 0, each.order)
+            << "the table is wrong for " << each.left << " vs " << each.right;
     }
 }
 

@@ -213,23 +213,5 @@ TEST(CliQueryErrors, UsageMistakesAreStatusTwoAndCaughtBeforeScanning) {
     }
 }
 
-TEST(CliQueryHelp, HelpNamesEveryOptionAndTheListingSize) {
-    const Outcome general = runTessel({"--help"});
-    EXPECT_EQ(general.status, 0);
-    for (const char* command : {"\n  largest ", "\n  search "})
-        EXPECT_NE(general.out.find(command), std::string::npos) << command;
-
-    const Outcome largest = runTessel({"largest", "--help"});
-    EXPECT_EQ(largest.status, 0);
-    for (const char* option : {"--limit", "--folders", "--json", "--threshold", "--workers", "--stall-timeout"})
-        EXPECT_NE(largest.out.find(option), std::string::npos) << option;
-
-    const Outcome search = runTessel({"search", "--help"});
-    EXPECT_EQ(search.status, 0);
-    for (const char* option : {"--min", "--max", "--kind", "--sort", "--limit", "--json", "--threshold"})
-        EXPECT_NE(search.out.find(option), std::string::npos) << option;
-    EXPECT_NE(search.out.find("can't be found by name"), std::string::npos) << search.out;
-}
-
 } // namespace
 } // namespace tessel::cli
