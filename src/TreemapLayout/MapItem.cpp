@@ -105,16 +105,17 @@ std::vector<MapItem> MapItem::contents(FileNode* folder) {
 }
 
 std::vector<MapItem> MapItem::contents() const {
-    switch (kind.tag) {
-    case Kind::Tag::more:
-        return memberItems;
-    case Kind::Tag::group: {
+    if (gathers()) {
         std::vector<MapItem> items;
         items.reserve(memberNodes.size());
         for (FileNode* member : memberNodes) items.push_back(fromNode(member));
         sortLargestFirst(items);
         return items;
     }
+    switch (kind.tag) {
+    case Kind::Tag::more:
+        return memberItems;
+    case Kind::Tag::group:
     case Kind::Tag::folder:
     case Kind::Tag::app:
     case Kind::Tag::package:

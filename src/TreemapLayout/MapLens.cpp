@@ -84,13 +84,25 @@ std::vector<MapItem> apps(FileNode* root, Platform platform, const std::vector<K
     // Known apps first: where one's home is also found by its place, it keeps its name.
     std::set<const FileNode*> taken;
     for (const KnownApp& app : known) {
-        FileNode* largest = nullptr;
+        std::vector<FileNode*> homes;
+        std::int64_t bytes = 0;
         for (const std::string& home : app.homes)
-            if (FileNode* node = FileNode::atPath(*root, home); node != nullptr && node != root && node->totalBytes() > 0 &&
-                                                              (largest == nullptr || node->totalBytes() > largest->totalBytes()))
-                largest = node;
-        if (largest == nullptr || !taken.insert(largest).second) continue;
-        MapItem item = MapItem::fromNode(largest);
+            if (FileNode* node = FileNode::atPath(*root, home);
+                node != nullptr && node != root && node->totalBytes() > 0 && !taken.contains(node)) {
+                homes.push_back(node);
+                bytes += node->totalBytes();
+            }
+        if (homes.empty()) continue;
+        taken.insert(homes.begin(), homes.end());
+        MapItem item;
+        if (homes.size() == 1) {
+            item = MapItem::fromNode(homes.front());
+        } else {
+            // Spread over several places: the app stands for them all, and opening it shows them.
+            item.id = "$app/" + app.name;
+            item.bytes = bytes;
+            item.memberNodes = std::move(homes);
+        }
         item.kind = MapItem::Kind::app();
         item.name = app.name;
         found.push_back(std::move(item));
@@ -208,7 +220,7 @@ bool Found::lights(const FileNode& node) const {
 bool Found::lights(const MapItem& item) const {
     using Tag = MapItem::Kind::Tag;
     if (item.node != nullptr) return lights(*item.node);
-    if (item.kind.tag == Tag::group)
+    if (item.gathers())
         return std::any_of(item.memberNodes.begin(), item.memberNodes.end(),
                            [this](const FileNode* member) { return lights(*member); });
     if (item.kind.tag == Tag::more)

@@ -150,7 +150,7 @@ TEST_F(MapLensApps, AScanOfTheSnapOrFlatpakFolderItselfFindsItsApps) {
     EXPECT_EQ(namesOf(MapLens::apps(flatpak, Platform::linuxOS)), (std::vector<std::string>{"org.gimp.GIMP"}));
 }
 
-TEST_F(MapLensApps, KnownAppsStandByTheirLargestHomeUnderTheirOwnName) {
+TEST_F(MapLensApps, KnownAppsStandByAllTheirHomesUnderTheirOwnName) {
     FileNode* disk = rootAt("/");
     FileNode* usr = folder(disk, "usr");
     folder(folder(usr, "lib"), "chromium", 290);
@@ -158,7 +158,7 @@ TEST_F(MapLensApps, KnownAppsStandByTheirLargestHomeUnderTheirOwnName) {
     folder(folder(disk, "opt"), "editor", 60);
     folder(folder(folder(folder(folder(disk, "var"), "lib"), "flatpak"), "app"), "org.gimp.GIMP", 40);
     const std::vector<MapLens::KnownApp> known{
-        {"Chromium Web Browser", {"/usr/share/chromium", "/usr/lib/chromium"}},
+        {"Chromium Web Browser", {"/usr/share/chromium", "/usr/lib/chromium", "/usr/bin/gone"}},
         {"Editor", {"/opt/editor"}},
         {"GNU Image Manipulation Program", {"/var/lib/flatpak/app/org.gimp.GIMP"}},
         {"Not Here", {"/opt/gone"}},
@@ -166,10 +166,17 @@ TEST_F(MapLensApps, KnownAppsStandByTheirLargestHomeUnderTheirOwnName) {
     const std::vector<MapItem> apps = MapLens::apps(disk, Platform::linuxOS, known);
     EXPECT_EQ(namesOf(apps), (std::vector<std::string>{"Chromium Web Browser", "Editor", "GNU Image Manipulation Program"}))
         << "system areas hold known apps too; a known app found by its place keeps its name and is not listed twice";
-    EXPECT_EQ(apps.front().bytes, 290);
-    EXPECT_EQ(apps.front().node->path(), "/usr/lib/chromium");
-    EXPECT_EQ(namesOf(MapLens::apps(usr, Platform::linuxOS, known)), (std::vector<std::string>{"Chromium Web Browser"}))
-        << "only homes below the place shown";
+    const MapItem& chromium = apps.front();
+    EXPECT_EQ(chromium.bytes, 297) << "every home counts";
+    EXPECT_TRUE(chromium.gathers());
+    std::vector<std::string> opened;
+    for (const MapItem& home : chromium.contents()) opened.push_back(home.node->path());
+    EXPECT_EQ(opened, (std::vector<std::string>{"/usr/lib/chromium", "/usr/share/chromium"}));
+    EXPECT_EQ(apps[1].node->path(), "/opt/editor") << "an app with one home is that home";
+
+    const std::vector<MapItem> belowUsrLib = MapLens::apps(FileNode::atPath(*disk, "/usr/lib"), Platform::linuxOS, known);
+    ASSERT_EQ(namesOf(belowUsrLib), (std::vector<std::string>{"Chromium Web Browser"})) << "only homes below the place shown";
+    EXPECT_EQ(belowUsrLib.front().bytes, 290);
 }
 
 TEST_F(MapLensFolders, SplitsTheLargestUntilTheTargetStandsNoneInsideAnother) {

@@ -144,7 +144,7 @@ TEST_F(DescribedApps, APathBelongsToTheAppWhosePackageListsItOrWhoseFolderHoldsI
     EXPECT_EQ(apps.appContaining("/var/lib/flatpak/app/org.example.MapsPro/x"), std::nullopt) << "whole names only";
 }
 
-TEST_F(DescribedApps, AnAppsHomesAreItsOwnFolderOrTheTopmostFoldersOnlyItsPackageLists) {
+TEST_F(DescribedApps, AnAppsHomesAreItsOwnFolderOrWhatOnlyItsPackagesList) {
     test::DpkgMachine dpkg(false);
     machine.root = dpkg.root();
     program("/usr/bin/viewer");
@@ -168,9 +168,10 @@ TEST_F(DescribedApps, AnAppsHomesAreItsOwnFolderOrTheTopmostFoldersOnlyItsPackag
     EXPECT_EQ(homes[0].name, "Editor");
     EXPECT_EQ(homes[0].paths, std::vector<std::string>{"/opt/editor"});
     EXPECT_EQ(homes[1].name, "Viewer");
-    EXPECT_EQ(homes[1].paths, (std::vector<std::string>{"/usr/share/doc/viewer", "/usr/share/viewer", "/usr/share/viewer-extra"}))
-        << "a folder the app's packages share (one source) is its home; folders below it, and folders other "
-           "packages list, are not";
+    EXPECT_EQ(homes[1].paths, (std::vector<std::string>{"/usr/bin/viewer", "/usr/share/doc/viewer", "/usr/share/viewer",
+                                                         "/usr/share/viewer-extra"}))
+        << "a folder the app's packages share (one source) is its home, and so is a file of theirs in a shared "
+           "folder; what lies below a home, and folders other packages list, are not";
 }
 
 TEST(CarriedNamesOfPaths, EntriesServicesUnitsAndAutostartByTheirFolders) {

@@ -128,7 +128,7 @@ double MapRow::share() const {
 
 bool MapRow::hasChildren() const {
     using Tag = MapItem::Kind::Tag;
-    if (item_.kind.tag == Tag::more || item_.kind.tag == Tag::group) return true;
+    if (item_.kind.tag == Tag::more || item_.gathers()) return true;
     return item_.isNavigable() && (!item_.node->children().empty() || item_.node->aggregatedFileBytes() > 0);
 }
 

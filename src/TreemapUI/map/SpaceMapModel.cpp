@@ -126,7 +126,7 @@ void SpaceMapModel::activate(const MapItem& item) {
     if (!place_) return;
     using Tag = MapItem::Kind::Tag;
     if (item.isNavigable()) show(item.node);
-    else if (item.kind.tag == Tag::group || item.kind.tag == Tag::more) goTo({place_->focus, place_->lens, item}, true);
+    else if (item.gathers() || item.kind.tag == Tag::more) goTo({place_->focus, place_->lens, item}, true);
 }
 
 void SpaceMapModel::activate(const QString& itemId) {

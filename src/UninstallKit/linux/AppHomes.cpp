@@ -6,8 +6,11 @@
 // /usr/lib/chromium). What is the app's alone are the folders that only
 // packages of that source list, found in all of their lists, and of those
 // only the topmost count, so that /usr/lib/chromium stands for everything
-// below it. A path is a folder when
-// the list holds a path below it (lists name folders before their contents).
+// below it; beside them, the files only that source lists that lie in shared
+// folders (/usr/bin/chromium), so that the app's places sum to its size with
+// nothing counted twice and no shared folder counted at all. A path is a
+// folder when the list holds a path below it (lists name folders before their
+// contents).
 
 #include "UninstallKit/AppHomes.h"
 
@@ -20,13 +23,13 @@
 
 namespace tessel::AppHomes {
 
-std::vector<std::string> ownFolders(const std::vector<std::string>& listed, const PathOwners& owners,
+std::vector<std::string> ownPlaces(const std::vector<std::string>& listed, const PathOwners& owners,
                                     const std::set<std::string>& family) {
     std::vector<std::string> paths;
     for (const std::string& path : listed) paths.push_back(owners.canonical(path));
     std::ranges::sort(paths);
     paths.erase(std::unique(paths.begin(), paths.end()), paths.end());
-    std::vector<std::string> folders;
+    std::vector<std::string> places;
     std::set<std::string> taken;
     // Sorted, a folder comes before what is in it, but "x-y" may come between "x" and "x/z".
     auto holdsSomething = [&](const std::string& path) {
@@ -39,15 +42,15 @@ std::vector<std::string> ownFolders(const std::vector<std::string>& listed, cons
         return false;
     };
     for (const std::string& path : paths) {
-        if (!holdsSomething(path) || insideTaken(path)) continue;
+        if (insideTaken(path)) continue;
         const std::vector<std::string_view> listedBy = owners.owners(path);
         if (listedBy.empty() ||
             !std::ranges::all_of(listedBy, [&](std::string_view package) { return family.contains(std::string(package)); }))
             continue;
-        taken.insert(path);
-        folders.push_back(path);
+        if (holdsSomething(path)) taken.insert(path);
+        places.push_back(path);
     }
-    return folders;
+    return places;
 }
 
 std::vector<AppHome> of(const std::vector<InstalledApp>& apps, const PathOwners* owners, const DesktopMachine& machine) {
@@ -77,7 +80,7 @@ std::vector<AppHome> of(const std::vector<InstalledApp>& apps, const PathOwners*
                     if (const auto found = packages.find(member); found != packages.end())
                         if (const std::optional<std::string> list = DpkgDatabase::readFileList(admin, found->second))
                             std::ranges::move(DpkgDatabase::listedPaths(*list), std::back_inserter(listed));
-                home.paths = ownFolders(listed, *owners, family);
+                home.paths = ownPlaces(listed, *owners, family);
             }
         }
         if (!home.paths.empty()) homes.push_back(std::move(home));

@@ -186,13 +186,17 @@ TEST_F(SpaceMapModelLens, AnAnswerForALensLeftBehindIsDropped) {
 TEST_F(SpaceMapModelLens, AppsKnownLaterJoinTheAppsLensUnderTheirNames) {
     folder(root, "Tool.app", 40);
     folder(folder(root, "opt"), "editor", 60);
+    folder(folder(root, "share"), "editor", 5);
     start();
     model.setLens(SpaceMapModel::Lens::apps);
     settle();
     EXPECT_EQ(namesOf(model.items()), (std::vector<std::string>{"Tool.app"}));
-    model.setKnownApps({{"Editor", {root->path() + "/opt/editor"}}});
+    model.setKnownApps({{"Editor", {root->path() + "/opt/editor", root->path() + "/share/editor"}}});
     settle();
     EXPECT_EQ(namesOf(model.items()), (std::vector<std::string>{"Editor", "Tool.app"})) << "the lens is worked out again";
+    model.activate(model.items().front());
+    settle();
+    EXPECT_EQ(model.items().size(), 2u) << "opening an app spread over two places shows both";
 }
 
 TEST_F(SpaceMapModelTreeChanged, TheFocusFallsBackToTheNearestPlaceStanding) {

@@ -67,6 +67,9 @@ struct MapItem {
     bool opens() const;
     // A folder one can go into.
     bool isNavigable() const { return node != nullptr && node->isDirectory(); }
+    // Whether it stands for several nodes of the tree, its members: a group of
+    // files, or an app spread over several places.
+    bool gathers() const { return kind.tag == Kind::Tag::group || (kind.tag == Kind::Tag::app && node == nullptr); }
     bool operator==(const MapItem& other) const { return id == other.id; }
 };
 

@@ -31,9 +31,10 @@ struct KnownApp {
     std::vector<std::string> homes;
 };
 // The apps found in the tree below `root`: bundles, AppImages, Flatpak and snap
-// folders by their place, and each of the `known` apps whose home lies below
-// `root`, by its largest home there and under its own name; largest first, and
-// applications are not entered.
+// folders by their place, and each of the `known` apps whose homes lie below
+// `root`, under its own name and by all its homes there (one item holding
+// them, where there are several); largest first, and applications are not
+// entered.
 std::vector<MapItem> apps(FileNode* root, Platform platform = currentPlatform(), const std::vector<KnownApp>& known = {});
 // The biggest folders below `root`, wherever they sit: the largest folder is
 // split into its own folders again and again until `target` folders stand or
