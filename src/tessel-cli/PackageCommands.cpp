@@ -17,6 +17,7 @@
 #include "UninstallKit/DpkgDatabase.h"
 #include "UninstallKit/PackageReceipts.h"
 #include "UninstallKit/PathOwners.h"
+#include "UninstallKit/SandboxedApps.h"
 
 namespace tessel::cli {
 
@@ -55,7 +56,14 @@ int runOwner(const std::vector<std::string>& words) {
     nlohmann::ordered_json list = nlohmann::ordered_json::array();
     for (const std::string& typed : arguments.positionals) {
         const std::string path = Paths::absolute(typed);
-        const std::vector<std::string_view> owners = index->owners(path);
+        const std::vector<std::string_view> listedBy = index->owners(path);
+        std::vector<std::string> owners(listedBy.begin(), listedBy.end());
+        std::optional<std::string> source;
+        if (!owners.empty()) source = "dpkg";
+        else if (std::optional<SandboxedPackage> sandboxed = SandboxedApps::packageHolding(path, root, machine.dataHome)) {
+            owners.push_back(sandboxed->name);
+            source = sandboxed->source;
+        }
         const std::optional<InstalledApp> app = apps.appContaining(path);
         allOwned = allOwned && (!owners.empty() || app);
         if (arguments.has("json")) {
@@ -64,15 +72,18 @@ int runOwner(const std::vector<std::string>& words) {
             // A crafted database may hold names that are not UTF-8.
             if (owners.empty()) item["package"] = nullptr;
             else putName(item, "package", owners.front());
-            putNames(item, "packages", std::vector<std::string>(owners.begin(), owners.end()));
+            putNames(item, "packages", owners);
+            if (source) item["source"] = *source;
+            else item["source"] = nullptr;
             if (app) putName(item, "app", app->name);
             else item["app"] = nullptr;
             list.push_back(std::move(item));
             continue;
         }
         std::string names;
-        for (std::string_view owner : owners) names += (names.empty() ? "" : ", ") + printable(owner);
+        for (const std::string& owner : owners) names += (names.empty() ? "" : ", ") + printable(owner);
         if (owners.empty()) names = "no package";
+        else if (*source != "dpkg") names += " (" + std::string(*source == "flatpak" ? "Flatpak" : "snap") + ")";
         if (app) names += " (the app " + printable(app->name) + ")";
         std::printf("%s: %s\n", printable(path).c_str(), names.c_str());
     }

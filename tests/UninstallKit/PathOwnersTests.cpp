@@ -91,6 +91,14 @@ TEST(PathOwnersCache, ReusedWhileUnchangedAndRebuiltOtherwise) {
     machine.writeDiversions("");
     EXPECT_FALSE(PathOwners::cached(machine.root(), folder).cameFromCache());
     EXPECT_EQ(PathOwners::cached(machine.root(), folder).owners("/usr/bin/tool"), (Names{"tool", "wrapper"}));
+
+    // A machine whose database lists nothing: its empty copy is read back as empty.
+    DpkgMachine bare(false);
+    bare.install({});
+    ASSERT_FALSE(PathOwners::cached(bare.root(), folder).cameFromCache());
+    const PathOwners empty = PathOwners::cached(bare.root(), folder);
+    EXPECT_TRUE(empty.cameFromCache());
+    EXPECT_EQ(empty.pathCount(), 0u);
 }
 
 TEST(PathOwnersCache, DamagedCopiesAreRefusedAndRebuilt) {

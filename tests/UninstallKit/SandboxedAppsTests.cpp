@@ -72,3 +72,32 @@ TEST(SandboxedApps, MetainfoWithoutReleasesOrNotXmlHasNoVersion) {
     EXPECT_EQ(SandboxedApps::metainfoVersion("not xml <"), std::nullopt);
     EXPECT_EQ(SandboxedApps::metainfoVersion("<application><releases><release version=\"3\"/></releases></application>"), "3");
 }
+
+TEST(SandboxedApps, ThePackageHoldingAPathIsTheDeploymentAroundIt) {
+    test::TempFolder machine;
+    const std::string userData = machine / "home/.local/share";
+    deployFlatpak(machine / "var/lib/flatpak", "org.gimp.GIMP");
+    test::makeFolder(machine / "var/lib/flatpak/runtime");
+    test::makeFolder(machine / "var/lib/flatpak/runtime/org.gnome.Platform");
+    deployFlatpak(userData + "/flatpak", "org.example.Notes");
+    test::makeFolder(machine / "snap");
+    test::makeFolder(machine / "snap/firefox");
+    test::makeFolder(machine / "snap/bin");
+    write(machine / "var/lib/snapd/snaps/core_22_16202.snap", "");
+
+    auto holding = [&](const std::string& path) { return SandboxedApps::packageHolding(path, machine.path(), userData); };
+    EXPECT_EQ(holding("/var/lib/flatpak/app/org.gimp.GIMP/current/active/files/bin/gimp"),
+              (SandboxedPackage{"org.gimp.GIMP", "flatpak"}));
+    EXPECT_EQ(holding("/var/lib/flatpak/runtime/org.gnome.Platform"), (SandboxedPackage{"org.gnome.Platform", "flatpak"}));
+    EXPECT_EQ(holding(userData + "/flatpak/app/org.example.Notes/x86_64"), (SandboxedPackage{"org.example.Notes", "flatpak"}))
+        << "the user's installation is where it is, not under the root";
+    EXPECT_EQ(holding("/snap/firefox/4173/usr/lib/firefox"), (SandboxedPackage{"firefox", "snap"}));
+    EXPECT_EQ(holding("/var/lib/snapd/snaps/core_22_16202.snap"), (SandboxedPackage{"core_22", "snap"}))
+        << "the revision follows the last underscore";
+
+    for (const char* nothing : {"/var/lib/flatpak/app", "/var/lib/flatpak/app/org.gone.App/x", "/var/lib/flatpak/apps/x",
+                                "/snap/bin/firefox", "/snap/gone/1", "/snapshots/firefox", "/var/lib/snapd/snaps/gone_1.snap"}) {
+        SCOPED_TRACE(nothing);
+        EXPECT_EQ(holding(nothing), std::nullopt);
+    }
+}

@@ -74,7 +74,8 @@ public:
         std::uint64_t count = 0;
         if (!read(count) || count > bytes_.size() / sizeof(T)) return false;
         values.resize(count);
-        std::memcpy(values.data(), bytes_.data(), count * sizeof(T));
+        // An empty vector's data() may be null, which memcpy must not be given even for nothing.
+        if (count > 0) std::memcpy(values.data(), bytes_.data(), count * sizeof(T));
         bytes_.remove_prefix(count * sizeof(T));
         return true;
     }

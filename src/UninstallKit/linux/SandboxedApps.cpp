@@ -28,6 +28,7 @@
 #include "Base/FolderNames.h"
 #include "Base/Lines.h"
 #include "Base/SmallFile.h"
+#include "DiskScanKit/Paths.h"
 #include "linux/KeyFile.h"
 
 namespace tessel::SandboxedApps {
@@ -110,6 +111,31 @@ std::vector<FlatpakApp> flatpaks(const std::string& root, const std::string& use
     addInstallation(root + "/var/lib/flatpak", false, apps);
     addInstallation(userData + "/flatpak", true, apps);
     return apps;
+}
+
+std::optional<SandboxedPackage> packageHolding(const std::string& path, const std::string& root, const std::string& userData) {
+    // The first component of `path` below `folder`, when the path lies below it.
+    auto below = [&](const std::string& folder) -> std::optional<std::string> {
+        if (!Paths::isWithin(path, folder) || path.size() <= folder.size() + 1) return std::nullopt;
+        const std::string rest = path.substr(folder.size() + 1);
+        return rest.substr(0, rest.find('/'));
+    };
+    const std::string onDiskRoot = root == "/" ? std::string() : root;
+    for (const auto& [installation, onDisk] : {std::pair{std::string("/var/lib/flatpak"), onDiskRoot + "/var/lib/flatpak"},
+                                               std::pair{userData + "/flatpak", userData + "/flatpak"}})
+        for (const char* kind : {"/app", "/runtime"})
+            if (const std::optional<std::string> id = below(installation + kind); id && isFolder(onDisk + kind + "/" + *id))
+                return SandboxedPackage{*id, "flatpak"};
+    if (const std::optional<std::string> name = below("/snap"); name && *name != "bin" && isFolder(onDiskRoot + "/snap/" + *name))
+        return SandboxedPackage{*name, "snap"};
+    // An image is NAME_REVISION.snap; a name may hold no "_".
+    if (const std::optional<std::string> image = below("/var/lib/snapd/snaps"); image && image->ends_with(".snap")) {
+        const std::size_t cut = image->rfind('_');
+        struct stat info {};
+        if (cut != std::string::npos && cut > 0 && ::stat((onDiskRoot + "/var/lib/snapd/snaps/" + *image).c_str(), &info) == 0)
+            return SandboxedPackage{image->substr(0, cut), "snap"};
+    }
+    return std::nullopt;
 }
 
 std::vector<SnapApp> snaps(const std::string& root) {

@@ -30,6 +30,13 @@ struct SnapApp {
     bool operator==(const SnapApp&) const = default;
 };
 
+// The Flatpak app or runtime, or the snap, whose deployment holds a path.
+struct SandboxedPackage {
+    std::string name; // the Flatpak ID or the snap's name
+    std::string source; // "flatpak" or "snap"
+    bool operator==(const SandboxedPackage&) const = default;
+};
+
 namespace SandboxedApps {
 
 // Every Flatpak app of the system installation (ROOT/var/lib/flatpak) and of
@@ -37,6 +44,11 @@ namespace SandboxedApps {
 std::vector<FlatpakApp> flatpaks(const std::string& root, const std::string& userData);
 // Every snap under ROOT/snap with a current revision, sorted by name.
 std::vector<SnapApp> snaps(const std::string& root);
+// What holds `path`, a path of the machine whose "/" is ROOT: a deployment
+// in either Flatpak installation (app/ID or runtime/ID), a snap's folder
+// /snap/NAME, or its image in /var/lib/snapd/snaps. None where no such
+// deployment stands.
+std::optional<SandboxedPackage> packageHolding(const std::string& path, const std::string& root, const std::string& userData);
 // The newest release's version in an AppStream metainfo document; none when it names none or is not XML.
 std::optional<std::string> metainfoVersion(const std::string& xml);
 
