@@ -17,6 +17,7 @@ TEST(DpkgStatus, StanzasFieldsAndContinuationLines) {
         "status: install ok installed\n"
         "Priority: required\n"
         "Version: 5.2.15-2+b2\n"
+        "Depends: base-files (>= 2.1.12), debianutils (>= 5.6-0.1),libc6:any|  musl [amd64] , \n"
         "Description: a shell\n"
         " Package: not-a-package\n"
         " .\n"
@@ -46,6 +47,7 @@ TEST(DpkgStatus, StanzasFieldsAndContinuationLines) {
     EXPECT_EQ(bash.stateLetters(), "ii");
     EXPECT_EQ(bash.listName(), "bash");
     EXPECT_TRUE(bash.hasFiles());
+    EXPECT_EQ(bash.depends, (std::vector<std::string>{"base-files", "debianutils", "libc6", "musl"}));
 
     const DpkgPackage& library = packages[1];
     EXPECT_EQ(library.listName(), "libfoo1:amd64");
@@ -58,6 +60,21 @@ TEST(DpkgStatus, StanzasFieldsAndContinuationLines) {
     EXPECT_EQ(packages[2].name, "held") << "carriage returns are not part of a value";
     EXPECT_EQ(packages[2].stateLetters(), "hHR");
     EXPECT_FALSE(packages[2].isSystem());
+}
+
+TEST(DpkgStatus, TheDesktopIsWhatItsInstalledCoreMetapackagesDependOn) {
+    const std::vector<DpkgPackage> packages = DpkgDatabase::parseStatus(
+        "Package: task-gnome-desktop\nStatus: install ok installed\nDepends: tasksel (= 3.73), gnome-core\n\n"
+        "Package: gnome-core\nStatus: install ok installed\nDepends: nautilus (>= 43), gnome-terminal | gnome-console, eog\n\n"
+        "Package: nautilus\nStatus: install ok installed\n\n"
+        "Package: gnome-console\nStatus: install ok installed\n\n"
+        "Package: eog\nStatus: deinstall ok config-files\n\n"
+        "Package: gimp\nStatus: install ok installed\nDepends: nautilus\n\n"
+        "Package: xfce4\nStatus: deinstall ok config-files\nDepends: thunar\n\n"
+        "Package: thunar\nStatus: install ok installed\n");
+    EXPECT_EQ(DpkgDatabase::desktopPackages(packages),
+              (std::set<std::string>{"gnome-console", "gnome-core", "nautilus", "task-gnome-desktop"}))
+        << "only installed packages count, on either side; an app depending on a desktop part is no part of it";
 }
 
 TEST(DpkgDiversions, ReadInThreesWithAnUnfinishedTripleLeftOut) {

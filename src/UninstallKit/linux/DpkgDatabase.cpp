@@ -14,6 +14,8 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+
 #include "Base/Lines.h"
 #include "Base/SmallFile.h"
 
@@ -41,13 +43,13 @@ bool sameName(std::string_view a, std::string_view b) {
     return true;
 }
 
-std::vector<std::string_view> words(std::string_view text) {
+std::vector<std::string_view> words(std::string_view text, std::string_view separators = " \t") {
     std::vector<std::string_view> found;
     std::size_t at = 0;
     while (at < text.size()) {
-        while (at < text.size() && (text[at] == ' ' || text[at] == '\t')) ++at;
+        while (at < text.size() && separators.find(text[at]) != std::string_view::npos) ++at;
         const std::size_t start = at;
-        while (at < text.size() && text[at] != ' ' && text[at] != '\t') ++at;
+        while (at < text.size() && separators.find(text[at]) == std::string_view::npos) ++at;
         if (at > start) found.push_back(text.substr(start, at - start));
     }
     return found;
@@ -83,6 +85,13 @@ void keepField(DpkgPackage& package, std::string_view name, std::string_view val
             package.want = std::string(parts[0]);
             package.flag = std::string(parts[1]);
             package.state = std::string(parts[2]);
+        }
+    } else if (sameName(name, "Depends")) {
+        // "a (>= 1), b:any | c" gives a, b and c.
+        for (std::string_view each : words(value, ",|")) {
+            each = trimmed(each);
+            each = each.substr(0, each.find_first_of(" (:["));
+            if (!each.empty()) package.depends.emplace_back(each);
         }
     } else if (sameName(name, "Conffiles")) {
         for (std::string_view line : continuation)
@@ -221,6 +230,27 @@ std::optional<std::string> readFileList(const std::string& adminFolder, const Dp
     SmallFileRead read = readSmallFile(adminFolder + "/info/" + package.listName() + ".list", listLimit);
     if (!read.text && failure) *failure = read.failure;
     return std::move(read.text);
+}
+
+std::set<std::string> desktopPackages(const std::vector<DpkgPackage>& packages) {
+    // The metapackages that stand for a desktop's core, as the distributions name them.
+    auto isDesktopCore = [](std::string_view name) {
+        static constexpr std::string_view cores[] = {"gnome-core", "kde-plasma-desktop", "xfce4", "mate-desktop-environment-core",
+                                                     "cinnamon-core", "lxde-core", "lxqt-core", "budgie-desktop",
+                                                     "ubuntu-desktop-minimal"};
+        return std::ranges::find(cores, name) != std::end(cores) || (name.starts_with("task-") && name.ends_with("-desktop"));
+    };
+    std::map<std::string_view, const DpkgPackage*> installed;
+    for (const DpkgPackage& package : packages)
+        if (package.hasFiles()) installed.emplace(package.name, &package);
+    std::set<std::string> desktop;
+    for (const auto& [name, package] : installed) {
+        if (!isDesktopCore(name)) continue;
+        desktop.emplace(name);
+        for (const std::string& dependency : package->depends)
+            if (installed.contains(dependency)) desktop.insert(dependency);
+    }
+    return desktop;
 }
 
 std::optional<std::int64_t> fileListTime(const std::string& adminFolder, const DpkgPackage& package) {

@@ -33,10 +33,12 @@ std::vector<PackageReceipt> list(const std::string& root) {
     const std::string admin = dpkgAdminFolder(root);
     DpkgDatabase::checkFormat(admin);
     std::vector<PackageReceipt> receipts;
-    for (const DpkgPackage& package : DpkgDatabase::readStatus(admin)) {
+    const std::vector<DpkgPackage> packages = DpkgDatabase::readStatus(admin);
+    const std::set<std::string> desktop = DpkgDatabase::desktopPackages(packages);
+    for (const DpkgPackage& package : packages) {
         if (package.state == "not-installed") continue;
         receipts.push_back({package.listName(), package.version, DpkgDatabase::fileListTime(admin, package),
-                            package.isSystem(), package.stateLetters()});
+                            package.isSystem() || desktop.contains(package.name), package.stateLetters()});
     }
     return receipts;
 }

@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <map>
+#include <set>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -40,6 +41,8 @@ struct DpkgPackage {
     std::string flag;
     std::string state;
     std::vector<std::string> conffiles; // paths only, their checksums dropped
+    // The names "Depends" gives, every alternative of each, versions and architectures dropped.
+    std::vector<std::string> depends;
 
     // "NAME:ARCH" for a Multi-Arch "same" package, else NAME: how its files
     // in info/ are named.
@@ -83,6 +86,10 @@ std::optional<std::string> readFileList(const std::string& adminFolder, const Dp
 std::vector<std::string> listedPaths(std::string_view listText);
 // Packages by the name their file list goes by: NAME, or NAME:ARCH for Multi-Arch "same".
 std::map<std::string, DpkgPackage> byListName(std::vector<DpkgPackage> packages);
+// The packages that make up an installed desktop: what the desktop's core
+// metapackages (gnome-core, kde-plasma-desktop, xfce4, task-*-desktop...)
+// depend on, those metapackages included.
+std::set<std::string> desktopPackages(const std::vector<DpkgPackage>& packages);
 // Its modification time, in nanoseconds since 1970: when it was installed.
 std::optional<std::int64_t> fileListTime(const std::string& adminFolder, const DpkgPackage& package);
 

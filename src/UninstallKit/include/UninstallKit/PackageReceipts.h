@@ -18,6 +18,7 @@ struct PackageReceipt {
     // When its file list was last written, in nanoseconds since 1970: when it
     // was installed or last upgraded. Absent for a package with no list.
     std::optional<std::int64_t> installed;
+    // Part of the base system, or of the installed desktop itself.
     bool isSystem = false;
     std::string state; // "ii", "rc"...
 };
