@@ -392,6 +392,22 @@ std::optional<bool> PropertyList::asBoolean() const {
     return value != 0;
 }
 
+namespace {
+// 2001-01-01, where property-list dates count from, in seconds since 1970.
+constexpr std::int64_t propertyListEpoch = 978'307'200;
+} // namespace
+
+PropertyList PropertyList::date(std::int64_t seconds) {
+    return PropertyList(plist_new_date(static_cast<std::int32_t>(seconds - propertyListEpoch), 0));
+}
+
+std::optional<std::int64_t> PropertyList::asDate() const {
+    if (type() != Type::date) return std::nullopt;
+    std::int32_t seconds = 0, microseconds = 0;
+    plist_get_date_val(node_, &seconds, &microseconds);
+    return propertyListEpoch + seconds;
+}
+
 std::optional<std::string> PropertyList::asData() const {
     if (type() != Type::data) return std::nullopt;
     std::uint64_t length = 0;

@@ -31,6 +31,8 @@ public:
     static PropertyList integer(std::int64_t value);
     static PropertyList boolean(bool value);
     static PropertyList data(std::string_view bytes);
+    // Whole seconds since 1970.
+    static PropertyList date(std::int64_t seconds);
 
     std::string toXml() const;
     std::string toBinary() const;
@@ -57,6 +59,8 @@ public:
     std::optional<std::int64_t> asInteger() const;
     std::optional<bool> asBoolean() const;
     std::optional<std::string> asData() const;
+    // Seconds since 1970; property lists count from 2001 and keep whole seconds in 32 bits.
+    std::optional<std::int64_t> asDate() const;
 
 private:
     explicit PropertyList(void* node) : node_(node) {}
