@@ -43,5 +43,6 @@ int runApps(const std::vector<std::string>& words);
 int runOwner(const std::vector<std::string>& words);
 int runReceipts(const std::vector<std::string>& words);
 int runReceipt(const std::vector<std::string>& words);
+int runLaunchers(const std::vector<std::string>& words);
 
 } // namespace tessel::cli

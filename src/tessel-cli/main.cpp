@@ -297,6 +297,18 @@ const std::vector<Command>& commands() {
          "  --root DIR             read DIR/var/lib/dpkg, and look for the paths under DIR\n"
              + std::string(namesInJsonHelp),
          runReceipt},
+        {"launchers", "List the desktop's launchers of apps that are gone",
+         "usage: tessel launchers [--json] [--remove] [--root DIR]\n"
+         "\n"
+         "Lists the launchers pinned to the desktop (GNOME's favourites, KDE Plasma's\n"
+         "task manager) whose app is no longer installed. Where neither desktop is\n"
+         "present, there is nothing to list.\n"
+         "\n"
+         "  --json                 print {\"orphans\": [{\"list\", \"entry\"}], \"removed\"}\n"
+         "  --remove               take those launchers off the desktop; no file is touched\n"
+         "  --root DIR             look for installed apps' desktop entries under DIR\n"
+             + std::string(namesInJsonHelp),
+         runLaunchers},
     };
     return list;
 }

@@ -30,7 +30,7 @@ TEST(CliLinuxWords, EveryCommandsHelpAndWorkSpeakOfLinux) {
     ASSERT_EQ(help.status, 0);
     expectNoMacWord(everything(help), "tessel --help");
     for (const char* command : {"scan", "largest", "search", "map", "trash", "report", "duplicates", "snapshot",
-                                "snapshots", "changes", "volumes", "apps", "owner", "receipts", "receipt"}) {
+                                "snapshots", "changes", "volumes", "apps", "owner", "receipts", "receipt", "launchers"}) {
         const Outcome run = runTessel({command, "--help"});
         EXPECT_EQ(run.status, 0) << command;
         EXPECT_FALSE(run.out.empty()) << command;
