@@ -95,35 +95,29 @@ protected:
 
 } // namespace
 
-TEST_F(DuplicateFinding, GroupsCopiesWithTheKeeperFirstAndCountsWhatTheOthersFree) {
+TEST_F(DuplicateFinding, GroupsCopiesWithTheKeeperFirstMostReclaimableFirst) {
     const std::string report = contents(100000, 1);
     const std::string kept = file("Documents/Projects/report.pdf", report);
     const std::string downloaded = file("Downloads/report.pdf", report);
     const std::string other = file("Desktop/report (2).pdf", report);
     const std::string lookalike = file("Desktop/other.pdf", contents(100000, 2));
+    // At the minimum size, and one byte below it.
+    const std::string atMinimum = contents(1000, 11);
+    const std::string below = contents(999, 10);
+    const Paths small{file("a/at", atMinimum), file("b/at", atMinimum), file("a/below", below), file("b/below", below)};
 
-    const DuplicateReport result = find({downloaded, other, lookalike, kept});
-    ASSERT_EQ(result.groups.size(), 1u);
+    const DuplicateReport result = find({downloaded, small[0], other, small[2], lookalike, small[1], kept, small[3]});
+    ASSERT_EQ(result.groups.size(), 2u);
     const DuplicateGroup& group = result.groups[0];
     EXPECT_EQ(group.files.size(), 3u);
     EXPECT_EQ(group.files.front().path, kept);
     EXPECT_EQ(group.logicalSize, 100000);
     EXPECT_EQ(group.reclaimableBytes, allocatedOf(downloaded) + allocatedOf(other));
-    EXPECT_EQ(result.totalReclaimableBytes, group.reclaimableBytes);
-    EXPECT_EQ(result.filesExamined, 4);
+    EXPECT_EQ(result.groups[1].logicalSize, 1000);
+    EXPECT_EQ(result.totalReclaimableBytes, group.reclaimableBytes + result.groups[1].reclaimableBytes);
+    EXPECT_EQ(result.filesExamined, 6);
     EXPECT_EQ(result.unreadable, 0);
     EXPECT_FALSE(result.wasCancelled);
-}
-
-TEST_F(DuplicateFinding, GroupsComeMostReclaimableFirst) {
-    const std::string small = contents(5000, 3);
-    const std::string large = contents(200000, 4);
-    const Paths paths{file("a/small", small), file("b/small", small), file("a/large", large), file("b/large", large)};
-    const DuplicateReport result = find(paths);
-    ASSERT_EQ(result.groups.size(), 2u);
-    EXPECT_EQ(result.groups[0].logicalSize, 200000);
-    EXPECT_EQ(result.groups[1].logicalSize, 5000);
-    EXPECT_EQ(result.totalReclaimableBytes, result.groups[0].reclaimableBytes + result.groups[1].reclaimableBytes);
 }
 
 TEST_F(DuplicateFinding, TwiceTheSampleIsHashedWholeAndOneByteMoreIsSampled) {
@@ -144,19 +138,15 @@ TEST_F(DuplicateFinding, FilesEqualInHeadAndTailPartAtTheHash) {
     EXPECT_TRUE(find(paths).groups.empty());
 }
 
-TEST_F(DuplicateFinding, TwoHardLinksAreOneFileAndNoGroup) {
-    const std::string original = file("a/film.mov", contents(50000, 8));
-    makeHardLink(original, folder / "film-link.mov");
-    const DuplicateReport result = find({original, folder / "film-link.mov"});
-    EXPECT_TRUE(result.groups.empty());
-    EXPECT_EQ(result.filesExamined, 1);
-}
-
-TEST_F(DuplicateFinding, AHardLinkOfADuplicateIsAnotherNameOfIt) {
+TEST_F(DuplicateFinding, AHardLinkIsAnotherNameOfAFileNeverACopyOfIt) {
     const std::string bytes = contents(50000, 9);
     const std::string original = file("a/film.mov", bytes);
-    const std::string copy = file("b/film.mov", bytes);
     makeHardLink(original, folder / "a/film-link.mov");
+    const DuplicateReport alone = find({original, folder / "a/film-link.mov"});
+    EXPECT_TRUE(alone.groups.empty());
+    EXPECT_EQ(alone.filesExamined, 1);
+
+    const std::string copy = file("b/film.mov", bytes);
     const DuplicateReport result = find({original, copy, folder / "a/film-link.mov"});
     ASSERT_EQ(result.groups.size(), 1u);
     ASSERT_EQ(result.groups[0].files.size(), 2u);
@@ -184,16 +174,6 @@ TEST_F(DuplicateFinding, ACopyWithALinkOutsideThePathsIsKeptAndTheOtherIsWhatFre
     EXPECT_EQ(group.files[0].path, downloaded);
     EXPECT_EQ(group.reclaimableBytes, allocatedOf(filed));
     EXPECT_EQ(result.totalReclaimableBytes, allocatedOf(filed));
-}
-
-TEST_F(DuplicateFinding, AFileOneByteBelowTheMinimumIsNeverACandidate) {
-    const std::string below = contents(999, 10);
-    const std::string atMinimum = contents(1000, 11);
-    const DuplicateReport result =
-        find({file("a/below", below), file("b/below", below), file("a/at", atMinimum), file("b/at", atMinimum)});
-    ASSERT_EQ(result.groups.size(), 1u);
-    EXPECT_EQ(result.groups[0].logicalSize, 1000);
-    EXPECT_EQ(result.filesExamined, 2);
 }
 
 TEST_F(DuplicateFinding, AFileRewrittenBeforeSamplingOrHashingIsSkippedAndCountedUnreadable) {
@@ -239,35 +219,21 @@ TEST_F(DuplicateFinding, ACancelledRunReportsTheGroupsSettledBeforeIt) {
     EXPECT_EQ(result.unreadable, 0);
 }
 
-TEST_F(DuplicateFinding, APathGivenTwiceCountsOnce) {
+TEST_F(DuplicateFinding, RepeatedMissingAndOddPathsAreNoCandidatesAndTheRestGoOn) {
     const std::string bytes = contents(5000, 16);
     const std::string first = file("a/doc", bytes);
     const std::string second = file("b/doc", bytes);
-    const DuplicateReport result = find({first, second, first, folder.path() + "/a//./doc"});
+    makeSymlink(first, folder / "link");
+    ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0644), 0);
+    const FifoRelease guard(folder / "fifo");
+    const DuplicateReport result =
+        find({folder / "gone", first, second, first, folder.path() + "/a//./doc", folder / "link", folder / "fifo", folder / "a"});
+    EXPECT_FALSE(guard.hadToRelease()) << "the finder waited on a FIFO";
     ASSERT_EQ(result.groups.size(), 1u);
     EXPECT_EQ(result.groups[0].files.size(), 2u);
     for (const DuplicateFile& member : result.groups[0].files) EXPECT_TRUE(member.otherNames.empty()) << member.path;
-    EXPECT_EQ(result.filesExamined, 2);
-}
-
-TEST_F(DuplicateFinding, AMissingPathIsCountedUnreadableAndTheRestGoOn) {
-    const std::string bytes = contents(5000, 17);
-    const DuplicateReport result = find({folder / "gone", file("a/doc", bytes), file("b/doc", bytes)});
-    EXPECT_EQ(result.unreadable, 1);
-    EXPECT_EQ(result.groups.size(), 1u);
-}
-
-TEST_F(DuplicateFinding, FoldersLinksAndFifosAreNotCandidates) {
-    const std::string bytes = contents(5000, 18);
-    const std::string real = file("a/doc", bytes);
-    makeSymlink(real, folder / "link");
-    ASSERT_EQ(mkfifo((folder / "fifo").c_str(), 0644), 0);
-    const FifoRelease guard(folder / "fifo");
-    const DuplicateReport result = find({real, folder / "link", folder / "fifo", folder / "a"});
-    EXPECT_FALSE(guard.hadToRelease()) << "the finder waited on a FIFO";
-    EXPECT_TRUE(result.groups.empty());
-    EXPECT_EQ(result.filesExamined, 1);
-    EXPECT_EQ(result.unreadable, 0);
+    EXPECT_EQ(result.filesExamined, 2) << "a path given twice counts once; links, FIFOs and folders not at all";
+    EXPECT_EQ(result.unreadable, 1) << "the missing one";
 }
 
 TEST_F(DuplicateFinding, ProgressGoesThroughThePhasesInOrderWithoutGoingBack) {
@@ -602,37 +568,26 @@ Paths candidates(const FileNode& root, const std::string& home) {
 
 } // namespace
 
-TEST(CandidatePaths, LeaveOutManagedFoldersPackagesExcludedPlacesAndSmallFiles) {
-    TreeBuilder tree("/home/me");
-    FileNode* documents = tree.folder(tree.root, "Documents");
+TEST(CandidatePaths, LeaveOutWhatIsNeverScannedAndSmallFilesButLookIntoAChosenFolder) {
+    TreeBuilder tree("/");
+    FileNode* me = tree.folder(tree.folder(tree.root, "home"), "me");
+    FileNode* documents = tree.folder(me, "Documents");
     tree.file(documents, "film.mov", 2 * MB);
     tree.file(documents, "exactly", MB);
     tree.file(documents, "note.txt", MB - 1);
-    tree.file(tree.folder(tree.folder(tree.root, "code"), "node_modules"), "big.js", 2 * MB);
-    tree.file(tree.folder(tree.root, ".git"), "pack", 2 * MB);
-    tree.file(tree.folder(tree.folder(tree.root, "Tool.app"), "Contents"), "binary", 2 * MB);
-    tree.file(tree.folder(tree.root, ".cache"), "blob", 2 * MB);
-    tree.file(tree.folder(tree.folder(tree.folder(tree.root, ".local"), "share"), "Trash"), "old.mov", 2 * MB);
-    EXPECT_EQ(candidates(*tree.root, "/home/me"), (Paths{"/home/me/Documents/exactly", "/home/me/Documents/film.mov"}));
-}
-
-TEST(CandidatePaths, LeaveOutOtherUsersHomesAndTheSystem) {
-    TreeBuilder tree("/");
-    FileNode* homes = tree.folder(tree.root, "home");
-    tree.file(tree.folder(homes, "me"), "mine.mov", 2 * MB);
-    tree.file(tree.folder(homes, "you"), "yours.mov", 2 * MB);
+    tree.file(tree.folder(tree.folder(me, "code"), "node_modules"), "big.js", 2 * MB);
+    tree.file(tree.folder(tree.folder(me, "Tool.app"), "Contents"), "binary", 2 * MB);
+    tree.file(tree.folder(tree.folder(tree.folder(me, ".local"), "share"), "Trash"), "old.mov", 2 * MB);
+    tree.file(tree.folder(tree.folder(tree.root, "home"), "you"), "yours.mov", 2 * MB);
     tree.file(tree.folder(tree.root, "usr"), "lib.so", 2 * MB);
     tree.file(tree.folder(tree.root, "data"), "shared.iso", 2 * MB);
-    EXPECT_EQ(candidates(*tree.root, "/home/me"), (Paths{"/data/shared.iso", "/home/me/mine.mov"}));
-}
-
-TEST(CandidatePaths, AChosenFolderInsideAnExcludedPlaceIsLookedInto) {
-    TreeBuilder tree("/home/me/.cache/corpus");
-    tree.file(tree.root, "a.bin", 2 * MB);
-    tree.file(tree.folder(tree.root, "node_modules"), "b.js", 2 * MB);
-    tree.file(tree.folder(tree.root, "deeper"), "c.bin", 2 * MB);
     EXPECT_EQ(candidates(*tree.root, "/home/me"),
-              (Paths{"/home/me/.cache/corpus/a.bin", "/home/me/.cache/corpus/deeper/c.bin"}));
+              (Paths{"/data/shared.iso", "/home/me/Documents/exactly", "/home/me/Documents/film.mov"}));
+
+    TreeBuilder chosen("/home/me/.cache/corpus");
+    chosen.file(chosen.root, "a.bin", 2 * MB);
+    chosen.file(chosen.folder(chosen.root, "node_modules"), "b.js", 2 * MB);
+    EXPECT_EQ(candidates(*chosen.root, "/home/me"), (Paths{"/home/me/.cache/corpus/a.bin"}));
 }
 
 TEST(CandidatePaths, EveryNameOfAHardLinkedFileReachesTheFinder) {
@@ -683,41 +638,29 @@ TEST(CandidatePaths, CopiesDeeperThanPathMaxAreCompared) {
     EXPECT_EQ(report.groups[0].files.size(), 2u);
 }
 
-TEST(OpenFileIdentity, AFileChangedSinceItWasMeasuredIsRefusedWithTheReason) {
+TEST(OpenFileIdentity, AChangedFileALinkSwappedInAndAShortReadFailNamingTheCallAndPath) {
     TempFolder folder;
     const std::string path = folder / "data";
     write(path, contents(5000, 21));
     const std::optional<FileIdentity> measured = FileIdentity::ofPath(path);
     ASSERT_TRUE(measured);
-    write(path, contents(6000, 21));
-    std::string failure;
-    EXPECT_FALSE(OpenFile::bypassCache(path, *measured, OpenFile::Pattern::sequential, &failure));
-    EXPECT_EQ(failure, path + ": changed since it was measured");
-}
-
-TEST(OpenFileIdentity, ALinkSwappedInIsNotFollowed) {
-    TempFolder folder;
-    const std::string path = folder / "data";
-    write(path, contents(5000, 22));
-    const std::optional<FileIdentity> measured = FileIdentity::ofPath(path);
-    ASSERT_TRUE(measured);
-    std::rename(path.c_str(), (folder / "moved").c_str());
-    makeSymlink(folder / "moved", path);
-    std::string failure;
-    EXPECT_FALSE(OpenFile::bypassCache(path, *measured, OpenFile::Pattern::ranges, &failure));
-    EXPECT_EQ(failure, "open(" + path + "): Too many levels of symbolic links");
-}
-
-TEST(OpenFileIdentity, AReadPastTheEndFailsAndSaysSo) {
-    TempFolder folder;
-    const std::string path = folder / "data";
-    write(path, contents(5000, 23));
-    std::optional<OpenFile> file = OpenFile::bypassCache(path, *FileIdentity::ofPath(path), OpenFile::Pattern::ranges);
+    std::optional<OpenFile> file = OpenFile::bypassCache(path, *measured, OpenFile::Pattern::ranges);
     ASSERT_TRUE(file);
     std::vector<std::byte> buffer(4096);
     EXPECT_TRUE(file->read(1000, 4000, buffer));
     EXPECT_FALSE(file->read(1001, 4000, buffer));
     EXPECT_EQ(file->failure(), "pread(" + path + "): the file ended early");
+
+    std::rename(path.c_str(), (folder / "moved").c_str());
+    makeSymlink(folder / "moved", path);
+    std::string failure;
+    EXPECT_FALSE(OpenFile::bypassCache(path, *measured, OpenFile::Pattern::ranges, &failure));
+    EXPECT_EQ(failure, "open(" + path + "): Too many levels of symbolic links");
+
+    std::remove(path.c_str());
+    write(path, contents(6000, 21));
+    EXPECT_FALSE(OpenFile::bypassCache(path, *measured, OpenFile::Pattern::sequential, &failure));
+    EXPECT_EQ(failure, path + ": changed since it was measured");
 }
 
 TEST(Sha256Digest, MatchesTheStandardTestVectors) {

@@ -1,4 +1,4 @@
-// ByteFormat, TextFormat, Paths, ScanOptions tables and thread names.
+// ByteFormat, TextFormat, Paths, the names of a disk's Trash, and thread names.
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -22,12 +22,9 @@ TEST(ByteFormat, SwitchesToUnitsAtOneThousand) {
     EXPECT_EQ(ByteFormat::string(-5000), "-5000 bytes");
 }
 
-TEST(ByteFormat, StopsAtPetabytes) {
+TEST(ByteFormat, StopsAtPetabytesAndPadsOnTheLeftOnly) {
     EXPECT_EQ(ByteFormat::string(1'000'000'000'000'000), "1.0 PB");
     EXPECT_EQ(ByteFormat::string(9'000'000'000'000'000'000), "9000 PB");
-}
-
-TEST(ByteFormat, PaddedFillsOnTheLeftOnly) {
     EXPECT_EQ(ByteFormat::padded(1000, 8), "  1.0 KB");
     EXPECT_EQ(ByteFormat::padded(999, 3), "999 bytes");
 }
@@ -76,24 +73,10 @@ TEST(Paths, WithinMeansAtAComponentBoundary) {
     EXPECT_EQ(Paths::lastComponent("/"), "/");
 }
 
-TEST(ScanOptions, SkippedPathsFollowThePlatform) {
-    EXPECT_TRUE(ScanOptions::skippedPathsOn(Platform::macOS).contains("/home"));
-    EXPECT_TRUE(ScanOptions::skippedPathsOn(Platform::macOS).contains("/System/Volumes/Data"));
-    EXPECT_EQ(ScanOptions::skippedPathsOn(Platform::linuxOS), (NameSet{"/proc", "/sys", "/dev", "/run"}));
-    EXPECT_FALSE(ScanOptions::defaultSkippedPaths().contains("/home"));
-}
-
-TEST(ScanOptions, VolumeTrashIsSkippedUnlessAskedFor) {
-    ScanOptions options;
-    EXPECT_TRUE(options.skippedNames.contains(".Trashes"));
-    ScanOptions withTrash = options.includingVolumeTrash();
+TEST(ScanOptions, VolumeTrashIsSkippedUnlessAskedForAndKnownByItsNames) {
+    ScanOptions withTrash = ScanOptions().includingVolumeTrash();
     EXPECT_FALSE(withTrash.skippedNames.contains(".Trashes"));
-    EXPECT_TRUE(withTrash.skippedNames.contains(".Spotlight-V100"));
-    EXPECT_GE(ScanOptions::defaultWorkerCount(), 2);
-    EXPECT_LE(ScanOptions::defaultWorkerCount(), 8);
-}
-
-TEST(ScanOptions, TopTrashNamesAreTheSharedTrashAndOnePerUserNumber) {
+    EXPECT_TRUE(withTrash.skippedNames.contains(".Spotlight-V100")) << "only the Trash is let in";
     for (std::string_view name : {".Trash", ".Trash-0", ".Trash-1000", ".Trash-4294967294"})
         EXPECT_TRUE(ScanOptions::isTopTrashName(name)) << name;
     using namespace std::string_view_literals;

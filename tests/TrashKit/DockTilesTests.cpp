@@ -81,34 +81,30 @@ TEST_F(DockFixture, AnAppNotInTheDockChangesNothing) {
     EXPECT_EQ(slurp(temp / "com.apple.dock.plist"), before);
 }
 
-TEST_F(DockFixture, RemovingTakesEverySectionAndRestartsOnce) {
+TEST_F(DockFixture, TilesTakenFromEverySectionComeBackAtTheirIndexesWhateverTheOrder) {
     dock.remove(Moves{{"/Applications/Notes.app", "/trash/Notes.app"}, {"/applications/music.app", "/trash/Music.app"}});
     EXPECT_EQ(restarts, 1);
     EXPECT_EQ(labels("persistent-apps"), (std::vector<std::string>{"Mail", "Maps", "Photos"}));
     EXPECT_TRUE(labels("recent-apps").empty());
-    EXPECT_EQ(preferences.read().get("tilesize")->asInteger(), 48);
-}
-
-TEST_F(DockFixture, TwoTilesComeBackAtTheirIndexesWhateverTheOrder) {
+    EXPECT_EQ(preferences.read().get("tilesize")->asInteger(), 48) << "what is not a tile stays";
     const std::vector<std::string> forwards{"/Applications/Notes.app", "/Applications/Music.app"};
     const std::vector<std::string> backwards{forwards.rbegin(), forwards.rend()};
+    dock.restore(backwards);
     for (const auto& taken : {forwards, backwards}) {
         for (const auto& restored : {forwards, backwards}) {
-            dock.removeApps(taken);
-            dock.restore(restored);
             EXPECT_EQ(labels("persistent-apps"), all);
             EXPECT_EQ(labels("recent-apps"), std::vector<std::string>{"Notes"});
+            dock.removeApps(taken);
+            dock.restore(restored);
         }
     }
-    EXPECT_EQ(restarts, 8);
-}
-
-TEST_F(DockFixture, SeparateRemovalsUndoneNewestFirstComeBackInPlace) {
+    // Separate removals undone newest first.
     dock.removeApps({"/Applications/Notes.app"});
     dock.removeApps({"/Applications/Music.app"});
     dock.restore({"/Applications/Music.app"});
     dock.restore({"/Applications/Notes.app"});
     EXPECT_EQ(labels("persistent-apps"), all);
+    EXPECT_EQ(restarts, 14);
 }
 
 TEST_F(DockFixture, RestoringTwiceOrOverATileAlreadyBackDuplicatesNothing) {

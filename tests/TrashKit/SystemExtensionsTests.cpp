@@ -66,16 +66,14 @@ protected:
     std::string database = temp / "db.plist";
 };
 
-TEST_F(SystemExtensionsOfAnApp, CarriedAreListedByNameWhateverTheInfoFormat) {
+TEST_F(SystemExtensionsOfAnApp, CarriedAreListedByNameWhateverTheInfoFormatAndOnlyByApps) {
     writeBytes(folder + "/gamma.systemextension/Contents/Info.plist", "not a list");
     writeBytes(folder + "/delta.systemextension/Contents/Info.plist", PropertyList::array().toXml());
     writeBytes(folder + "/readme.txt", "");
     addExtension("epsilon.kext", "com.example.kext", false);
     const Carried expected{{"com.example.alpha", alpha}, {"com.example.beta", beta}};
     EXPECT_EQ(SystemExtensionsInside::carried(app + "/", files), expected);
-}
-
-TEST_F(SystemExtensionsOfAnApp, OnlyAnAppCarriesAndCaseDoesNotMatter) {
+    // Only an app carries any, whatever the case of its extension.
     std::filesystem::rename(app, temp / "Guard.APP");
     EXPECT_EQ(SystemExtensionsInside::carried(temp / "Guard.APP", files).size(), 2U);
     std::filesystem::rename(temp / "Guard.APP", temp / "Guard.bundle");
@@ -91,7 +89,7 @@ TEST_F(SystemExtensionsOfAnApp, OnlyActivatedOnesCountMatchedByIdentifierOrOrigi
     EXPECT_EQ(installed(), std::vector<std::string>{beta}) << "the origin path in standard form";
 }
 
-TEST_F(SystemExtensionsOfAnApp, AnUnreadableDatabaseCountsEveryCarriedExtension) {
+TEST_F(SystemExtensionsOfAnApp, AnUnreadableDatabaseCountsEveryCarriedExtensionAnotherShapeNone) {
     const std::vector<std::string> both{alpha, beta};
     writeDatabase("");
     EXPECT_EQ(SystemExtensionsInside::installed(app, database, UnreadableDatabase()), both);
@@ -102,14 +100,10 @@ TEST_F(SystemExtensionsOfAnApp, AnUnreadableDatabaseCountsEveryCarriedExtension)
         writeBytes(database, bytes);
         EXPECT_EQ(installed(), both) << bytes.substr(0, 60);
     }
-}
-
-TEST_F(SystemExtensionsOfAnApp, ExtensionsOfAnotherShapeOrAnAppCarryingNothingAreNone) {
+    // A database read whole, but of another shape, lists none installed.
     writeBytes(database, "<plist><dict><key>extensions</key><string>activated</string></dict></plist>");
     EXPECT_TRUE(installed().empty());
-    // An array holding anything but dictionaries is not an array of extensions.
     writeDatabase(entry("identifier", "com.example.alpha", "activated_enabled") + "<integer>1</integer>");
-    EXPECT_TRUE(installed().empty());
-    writeBytes(database, "garbage");
+    EXPECT_TRUE(installed().empty()) << "an array holding anything but dictionaries is not an array of extensions";
     EXPECT_TRUE(SystemExtensionsInside::installed(temp / "Plain.app", database, files).empty());
 }

@@ -79,16 +79,14 @@ TEST(CardFloored, LiftsWhatFallsBelowTheFloorUntilNothingNewDoes) {
     // Lifting 18 leaves 22 with 22/82 of 78.5, under the floor: a second pass lifts it too.
     EXPECT_EQ(floored({60, 22, 18}, 100, 21.5), (std::vector<double>{57, 21.5, 21.5}));
     EXPECT_EQ(floored({0, 0}, 100, 10), (std::vector<double>{10, 10}));
-}
-
-TEST(CardFloored, EveryItemGetsTheFloorAndAllSumToTheFilling) {
+    // Every item gets the floor, all sum to the filling, and the unlifted keep their proportions.
     std::vector<double> weights;
     double weight = 1e9;
     for (int i = 0; i < 28; ++i) weights.push_back(weight *= 0.6);
     const auto result = floored(weights, 960'000, 8704);
     for (double share : result) EXPECT_GE(share, 8704 - 1e-9);
     EXPECT_NEAR(std::accumulate(result.begin(), result.end(), 0.0), 960'000, 1e-6);
-    EXPECT_NEAR(result[0] / result[1], weights[0] / weights[1], 1e-9); // the unlifted keep their proportions
+    EXPECT_NEAR(result[0] / result[1], weights[0] / weights[1], 1e-9);
 }
 
 TEST(CardChoose, ThousandSimilarFilesGiveAtMostTheLevelsMostCards) {
@@ -208,22 +206,6 @@ TEST_F(CardTree, NoDeeperThanTwoAndNoLevelOverItsMost) {
         EXPECT_LE(held[i], placed[i].depth < 2 ? levels()[static_cast<std::size_t>(placed[i].depth) + 1].most : 0);
     EXPECT_LE(placed.size(), 28u + 28u * 8u + 28u * 8u * 6u);
     EXPECT_GT(placed.size(), 200u); // the bound is approached, not avoided
-}
-
-TEST_F(CardTree, LendingOrGivingTheChoicesPlacesTheSameCards) {
-    fill(root, 9, 3);
-    const Rect view{0, 0, 1300, 900};
-    const auto choices = choose(MapItem::contents(root), view, ground(), nullptr, true, groundCoverage);
-    std::vector<Card> lent;
-    std::vector<Card> given;
-    place(choices, view, 0, 0, 10, lent);
-    place(std::vector<Choice>(choices), view, 0, 0, 10, given);
-    ASSERT_EQ(lent.size(), given.size());
-    for (std::size_t i = 0; i < lent.size(); ++i) {
-        EXPECT_EQ(lent[i].item.id, given[i].item.id);
-        EXPECT_EQ(lent[i].rect, given[i].rect);
-    }
-    EXPECT_EQ(choices.front().item.id, lent.front().item.id); // the lent list is left whole
 }
 
 TEST(CardPlace, AFoldOpensOnlyWhenAllItHoldsFitsInside) {

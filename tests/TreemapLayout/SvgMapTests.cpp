@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <limits>
 #include <memory>
@@ -25,45 +24,8 @@ namespace {
 
 constexpr std::int64_t GB = 1'000'000'000;
 
-// What an XML reader would refuse in a picture, or nothing: bytes that are not
-// UTF-8 or are control characters, tags out of balance, markup left raw in
-// text. Attributes here hold only numbers and colours.
-std::string xmlProblem(const std::string& doc) {
-    for (std::size_t i = 0; i < doc.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(doc[i]);
-        const std::size_t length = byte < 0x80 ? 1 : byte >= 0xC2 && byte <= 0xDF ? 2 : byte >= 0xE0 && byte <= 0xEF ? 3
-                                                   : byte >= 0xF0 && byte <= 0xF4 ? 4 : 0;
-        if (length == 0 || (byte < 0x20 && byte != '\n')) return "bad byte at " + std::to_string(i);
-        for (std::size_t k = 1; k < length; ++k)
-            if (i + k >= doc.size() || (static_cast<unsigned char>(doc[i + k]) & 0xC0) != 0x80)
-                return "broken UTF-8 at " + std::to_string(i);
-        i += length - 1;
-    }
-    std::vector<std::string> open;
-    for (std::size_t at = doc.find('<'); at != std::string::npos;) {
-        const std::size_t end = doc.find('>', at);
-        const std::string tag = doc.substr(at + 1, end - at - 1);
-        if (end == std::string::npos || tag.empty() || tag.find('<') != std::string::npos)
-            return "broken tag at " + std::to_string(at);
-        if (tag[0] == '/') {
-            if (open.empty() || open.back() != tag.substr(1)) return "unbalanced " + tag;
-            open.pop_back();
-        } else if (tag[0] != '?' && tag.back() != '/') {
-            open.push_back(tag.substr(0, tag.find(' ')));
-        }
-        at = doc.find('<', end);
-        const std::string text = doc.substr(end + 1, at == std::string::npos ? std::string::npos : at - end - 1);
-        if (text.find('>') != std::string::npos) return "raw '>' in " + text;
-        for (std::size_t amp = text.find('&'); amp != std::string::npos; amp = text.find('&', amp + 1)) {
-            const auto is = [&](const char* entity) { return text.compare(amp, std::strlen(entity), entity) == 0; };
-            if (!is("&amp;") && !is("&lt;") && !is("&gt;") && !is("&quot;") && !is("&apos;"))
-                return "raw '&' in " + text;
-        }
-    }
-    return open.empty() ? "" : "unclosed " + open.back();
-}
-
-// Whether Python's XML parser reads `doc`: 1 yes, 0 no, -1 no Python here.
+// Whether an independent XML reader, Python's, takes `doc` (well-formed, and
+// only characters XML may hold): 1 yes, 0 no, -1 no Python here.
 int pythonParses(const std::string& doc) {
     const std::string path = testing::TempDir() + "tessel-map.svg";
     std::ofstream(path, std::ios::binary) << doc;
@@ -100,21 +62,15 @@ struct SvgPicture : testing::Test, test::TreeBuilder {
 
 TEST_F(SvgPicture, HostileNamesStillMakeWellFormedXml) {
     hostile();
-    for (const std::string& svg : {SvgMap::treemap(*root, 1280, 800, theme), SvgMap::cards(*root, 1280, 800, theme)}) {
-        EXPECT_EQ(xmlProblem(svg), "");
+    const std::string treemap = SvgMap::treemap(*root, 1280, 800, theme);
+    for (const std::string& svg : {treemap, SvgMap::cards(*root, 1280, 800, theme)}) {
+        if (pythonParses(svg) < 0) GTEST_SKIP() << "no Python here to read the XML";
+        EXPECT_EQ(pythonParses(svg), 1) << "Python's XML parser refused the picture";
         EXPECT_EQ(svg.find("<script"), std::string::npos);
         EXPECT_NE(svg.find("&lt;script&gt;"), std::string::npos);
         EXPECT_NE(svg.find("Tom &amp; Jerry"), std::string::npos);
-        const int parsed = pythonParses(svg);
-        if (parsed >= 0) {
-            EXPECT_EQ(parsed, 1) << "Python's XML parser refused the picture";
-        }
     }
-}
-
-TEST_F(SvgPicture, LongNamesEndInAnEllipsisOnAWholeCharacter) {
-    hostile();
-    EXPECT_NE(SvgMap::treemap(*root, 1280, 800, theme).find("\xC3\xA9\xE2\x80\xA6</text>"), std::string::npos);
+    EXPECT_NE(treemap.find("\xC3\xA9\xE2\x80\xA6</text>"), std::string::npos) << "a long name ends in an ellipsis on a whole character";
 }
 
 TEST(SvgEscaped, ReplacesWhatXmlCannotHoldAndKeepsEverythingElse) {
@@ -128,22 +84,14 @@ TEST(SvgEscaped, ReplacesWhatXmlCannotHoldAndKeepsEverythingElse) {
     EXPECT_EQ(SvgMap::escaped(fine), fine);
 }
 
-TEST_F(SvgPicture, DocumentDeclaresItsSizeAndPaintsTheBackground) {
-    add(root, "a", false, 10);
-    const std::string svg = SvgMap::cards(*root, 640.5, 480, theme);
-    EXPECT_EQ(svg.rfind("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<svg xmlns=\"http://www.w3.org/2000/svg\"", 0),
-              0u);
-    EXPECT_NE(svg.find("width=\"640.5\" height=\"480\" viewBox=\"0 0 640.5 480\""), std::string::npos);
-    EXPECT_NE(svg.find("<rect width=\"640.5\" height=\"480\" fill=\"#f4f4f6\"/>"), std::string::npos);
-}
-
-TEST_F(SvgPicture, EmptyFolderOrSizeDrawsOnlyTheBackground) {
+TEST_F(SvgPicture, EmptyFolderOrSizeDrawsOnlyTheBackgroundOfTheSizeAsked) {
     add(root, "nothing", false, 0);
-    for (const std::string& svg : {SvgMap::treemap(*root, 800, 600, theme), SvgMap::cards(*root, 800, 600, theme),
+    for (const std::string& svg : {SvgMap::treemap(*root, 640.5, 480, theme), SvgMap::cards(*root, 640.5, 480, theme),
                                    SvgMap::treemap(*root, -5, std::numeric_limits<double>::quiet_NaN(), theme)}) {
-        EXPECT_EQ(xmlProblem(svg), "");
+        EXPECT_NE(pythonParses(svg), 0);
         EXPECT_EQ(svg.find("<rect"), svg.rfind("<rect"));
     }
+    EXPECT_NE(SvgMap::cards(*root, 640.5, 480, theme).find("viewBox=\"0 0 640.5 480\""), std::string::npos);
 }
 
 TEST_F(SvgPicture, NamesAndSizesShowInDecimalUnitsAndCardsAreRounded) {

@@ -3,6 +3,7 @@
 // page a report writes and the reasons the guard refuses.
 
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -23,18 +24,16 @@ void expectNoMacWord(const std::string& said, const std::string& by) {
             ADD_FAILURE() << by << " says " << *word << ": «" << line << "»";
 }
 
-std::string everything(const Outcome& run) { return run.out + run.err; }
-
 TEST(CliLinuxWords, EveryCommandsHelpAndWorkSpeakOfLinux) {
     const Outcome help = runTessel({"--help"});
     ASSERT_EQ(help.status, 0);
-    expectNoMacWord(everything(help), "tessel --help");
+    expectNoMacWord(help.out + help.err, "tessel --help");
     for (const char* command : {"scan", "largest", "search", "map", "trash", "report", "duplicates", "snapshot",
                                 "snapshots", "changes", "volumes", "apps", "owner", "receipts", "receipt", "launchers"}) {
         const Outcome run = runTessel({command, "--help"});
         EXPECT_EQ(run.status, 0) << command;
         EXPECT_FALSE(run.out.empty()) << command;
-        expectNoMacWord(everything(run), std::string(command) + " --help");
+        expectNoMacWord(run.out + run.err, std::string(command) + " --help");
     }
 
     test::TempFolder home;
@@ -53,7 +52,7 @@ TEST(CliLinuxWords, EveryCommandsHelpAndWorkSpeakOfLinux) {
     };
     for (const std::vector<std::string>& words : work) {
         const Outcome run = runTessel(words, As::usual, home.path());
-        expectNoMacWord(everything(run), "tessel " + words.front());
+        expectNoMacWord(run.out + run.err, "tessel " + words.front());
     }
     std::ifstream written(page);
     ASSERT_TRUE(written) << "the report wrote its page";

@@ -1,7 +1,6 @@
 // tessel owner, receipts and receipt: on a machine described under --root,
 // and on this machine against the package manager's own answers.
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -31,8 +30,7 @@ std::string outputOf(const std::string& command) {
     std::string text;
     if (std::FILE* pipe = popen(command.c_str(), "r")) {
         char block[65536];
-        std::size_t got = 0;
-        while ((got = std::fread(block, 1, sizeof block, pipe)) > 0) text.append(block, got);
+        for (std::size_t got; (got = std::fread(block, 1, sizeof block, pipe)) > 0;) text.append(block, got);
         pclose(pipe);
     }
     return text;
@@ -42,53 +40,48 @@ std::string quoted(const std::string& word) { return "'" + word + "'"; }
 
 bool hasDpkg() { return access("/usr/bin/dpkg", X_OK) == 0 && access("/usr/bin/dpkg-query", X_OK) == 0; }
 
+struct DescribedPackages : testing::Test {
+    DpkgMachine machine{true};
+    TempFolder home;
+    void SetUp() override { installSampleSystem(machine); }
+    Outcome run(std::vector<std::string> words) {
+        words.insert(words.begin() + 1, {"--root", machine.root()});
+        return runTessel(std::move(words), As::usual, home.path());
+    }
+};
+
 } // namespace
 
-TEST(CliPackages, OwnersOnADescribedMachine) {
-    DpkgMachine machine(true);
-    installSampleSystem(machine);
+TEST_F(DescribedPackages, OwnerNamesThePackageAndTheAppOfEachPath) {
     // The app whose program the package "tool" lists, as a desktop entry shows it.
     chmod((machine / "usr/bin/tool.real").c_str(), 0755);
     std::filesystem::create_directories(machine / "usr/share/applications");
     writeText(machine / "usr/share/applications/tool.desktop", "[Desktop Entry]\nType=Application\nName=Tool\nExec=/usr/bin/tool.real\n");
-    TempFolder home;
-    const Outcome run = runTessel({"owner", "--json", "--root", machine.root(), "/usr/bin/bash", "/bin/bash",
-                                   "/usr/bin/tool.real", "/usr/bin/nothing", "/usr/lib/../bin/bash"},
-                                  As::usual, home.path());
-    EXPECT_EQ(run.status, 1) << "one path has no package\n" << run.err;
-    const json owners = json::parse(run.out)["owners"];
-    ASSERT_EQ(owners.size(), 5u);
-    EXPECT_EQ(owners[0]["package"], "bash");
-    EXPECT_EQ(owners[1]["package"], "bash");
-    EXPECT_EQ(owners[2]["package"], "tool");
-    EXPECT_EQ(owners[2]["app"], "Tool");
-    EXPECT_TRUE(owners[0]["app"].is_null()) << "bash has no desktop entry";
-    EXPECT_TRUE(owners[3]["package"].is_null());
-    EXPECT_EQ(owners[3]["packages"], json::array());
-    EXPECT_TRUE(owners[3]["app"].is_null());
-    EXPECT_EQ(owners[4]["path"], "/usr/bin/bash");
-    EXPECT_EQ(owners[4]["package"], "bash");
+    const Outcome outcome = run({"owner", "--json", "/bin/bash", "/usr/bin/tool.real", "/usr/bin/nothing", "/usr/lib/../bin/bash"});
+    EXPECT_EQ(outcome.status, 1) << "one path has no package\n" << outcome.err;
+    const json owners = json::parse(outcome.out).at("owners");
+    ASSERT_EQ(owners.size(), 4u);
+    EXPECT_EQ(owners[0], (json{{"path", "/bin/bash"}, {"package", "bash"}, {"packages", json::array({"bash"})}, {"app", nullptr}}));
+    EXPECT_EQ(owners[1].at("package"), "tool");
+    EXPECT_EQ(owners[1].at("app"), "Tool");
+    EXPECT_EQ(owners[2], (json{{"path", "/usr/bin/nothing"}, {"package", nullptr}, {"packages", json::array()}, {"app", nullptr}}));
+    EXPECT_EQ(owners[3].at("path"), "/usr/bin/bash");
+    EXPECT_EQ(owners[3].at("package"), "bash");
 
-    const Outcome text = runTessel({"owner", "--root", machine.root(), "/usr"}, As::usual, home.path());
+    const Outcome text = run({"owner", "/usr"});
     EXPECT_EQ(text.status, 0);
     EXPECT_EQ(text.out, "/usr: bash, libfoo1:amd64, libfoo1:i386, tool, wrapper\n");
-
     writeText(machine.admin() + "/info/format", "2\n");
-    const Outcome refused = runTessel({"owner", "--root", machine.root(), "/usr"}, As::usual, home.path());
-    expectOneErrorLine(refused, 1, "only format 1");
+    expectOneErrorLine(run({"owner", "/usr"}), 1, "only format 1");
 }
 
-TEST(CliPackages, ReceiptsAgreeWithThePackageManagerOnADescribedMachine) {
-    DpkgMachine machine(true);
-    installSampleSystem(machine);
-    const Outcome run = runTessel({"receipts", "--json", "--root", machine.root()});
-    ASSERT_EQ(run.status, 0) << run.err;
+TEST_F(DescribedPackages, ReceiptsAgreeWithThePackageManager) {
+    const json report = runJson({"receipts", "--json", "--root", machine.root()});
     std::set<std::string> ours;
-    const json report = json::parse(run.out);
-    for (const json& receipt : report["receipts"]) {
-        ours.insert(receipt["package"].get<std::string>() + " " + receipt["version"].get<std::string>() + " " +
-                    receipt["state"].get<std::string>());
-        EXPECT_EQ(receipt["installed"].is_null(), receipt["state"] == "rc");
+    for (const json& receipt : report.at("receipts")) {
+        ours.insert(receipt.at("package").get<std::string>() + " " + receipt.at("version").get<std::string>() + " " +
+                    receipt.at("state").get<std::string>());
+        EXPECT_EQ(receipt.at("installed").is_null(), receipt.at("state") == "rc");
     }
     EXPECT_EQ(ours.size(), 6u);
     if (!hasDpkg()) GTEST_SKIP() << "no dpkg-query here to compare with";
@@ -96,50 +89,45 @@ TEST(CliPackages, ReceiptsAgreeWithThePackageManagerOnADescribedMachine) {
                                        " -W -f='${db:Status-Abbrev}|${binary:Package} ${Version}\\n' 2>/dev/null"));
     std::set<std::string> expected;
     for (std::string line; std::getline(theirs, line);) {
-        const std::size_t bar = line.find('|');
-        std::string state = line.substr(0, bar);
-        state.erase(std::remove(state.begin(), state.end(), ' '), state.end());
-        if (state == "un" || state == "pn") continue;
-        expected.insert(line.substr(bar + 1) + " " + state);
+        std::string state = line.substr(0, line.find('|'));
+        std::erase(state, ' ');
+        if (state != "un" && state != "pn") expected.insert(line.substr(line.find('|') + 1) + " " + state);
     }
     EXPECT_EQ(ours, expected);
 }
 
-TEST(CliPackages, ReceiptOfAPackageOnADescribedMachine) {
-    DpkgMachine machine(true);
-    installSampleSystem(machine);
-    TempFolder home;
-    const Outcome run = runTessel({"receipt", "--json", "--root", machine.root(), "oldpkg"}, As::usual, home.path());
-    ASSERT_EQ(run.status, 0) << run.err;
-    const json receipt = json::parse(run.out);
-    EXPECT_EQ(receipt["package"], "oldpkg");
-    EXPECT_EQ(receipt["existing"], json::array({"/etc/oldpkg.conf"}));
-    EXPECT_EQ(receipt["missing"], json::array({"/etc/oldpkg gone.conf"}));
-    EXPECT_EQ(receipt["unchecked"], json::array());
-    EXPECT_EQ(receipt["shared"], json::array());
-
-    const Outcome text = runTessel({"receipt", "--root", machine.root(), "bash"}, As::usual, home.path());
+TEST_F(DescribedPackages, ReceiptSplitsAPackagesPaths) {
+    const Outcome outcome = run({"receipt", "--json", "oldpkg"});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    const json receipt = json::parse(outcome.out);
+    EXPECT_EQ(receipt.at("existing"), json::array({"/etc/oldpkg.conf"}));
+    EXPECT_EQ(receipt.at("missing"), json::array({"/etc/oldpkg gone.conf"}));
+    const Outcome text = run({"receipt", "bash"});
     ASSERT_EQ(text.status, 0) << text.err;
-    EXPECT_EQ(text.out.substr(0, text.out.find('\n')),
-              "bash (ii): 5 paths still on disk, 1 gone, 1 shared with other packages");
+    EXPECT_EQ(linesOf(text.out).at(0), "bash (ii): 5 paths still on disk, 1 gone, 1 shared with other packages");
+    expectOneErrorLine(run({"receipt", "nosuch"}), 1, "nosuch");
+}
 
-    expectOneErrorLine(runTessel({"receipt", "--root", machine.root(), "nosuch"}, As::usual, home.path()), 1, "nosuch");
+TEST(CliPackages, PackageNamesThatAreNotUtf8KeepTheirBytes) {
+    DpkgMachine machine(true);
+    machine.install({{"Package: caf\xe9\nStatus: install ok installed\nVersion: 1", "caf\xe9", {"/usr/bin/x"}}});
+    TempFolder home;
+    const json owner = runJson({"owner", "--json", "--root", machine.root(), "/usr/bin/x"}, As::usual, home.path())["owners"][0];
+    EXPECT_EQ(owner.at("package"), "caf\xef\xbf\xbd");
+    EXPECT_EQ(owner.at("packageBytes"), "Y2Fm6Q==");
 }
 
 // Random files of this machine's packages, asked of both tools at once.
 TEST(CliPackages, OwnersAgreeWithThePackageManagerOnThisMachine) {
     if (!hasDpkg()) GTEST_SKIP() << "no package manager here";
     std::istringstream names(outputOf("dpkg-query -W -f='${db:Status-Abbrev}|${binary:Package}\\n'"));
-    std::vector<std::string> files;
     std::set<std::string> diverted;
-    {
-        std::ifstream diversions("/var/lib/dpkg/diversions");
-        for (std::string line; std::getline(diversions, line);) diverted.insert(line);
-    }
+    std::ifstream diversions("/var/lib/dpkg/diversions");
+    for (std::string line; std::getline(diversions, line);) diverted.insert(line);
+    std::vector<std::string> files;
     for (std::string line; std::getline(names, line);) {
         if (!line.starts_with("ii")) continue;
-        const std::string package = line.substr(line.find('|') + 1);
-        std::ifstream list("/var/lib/dpkg/info/" + package + ".list");
+        std::ifstream list("/var/lib/dpkg/info/" + line.substr(line.find('|') + 1) + ".list");
         for (std::string path; std::getline(list, path);) {
             struct stat info {};
             if (path.find_first_of("'*?[\\") != std::string::npos || diverted.contains(path)) continue;
@@ -147,8 +135,7 @@ TEST(CliPackages, OwnersAgreeWithThePackageManagerOnThisMachine) {
         }
     }
     ASSERT_GT(files.size(), 1000u);
-    std::mt19937 random(13);
-    std::shuffle(files.begin(), files.end(), random);
+    std::shuffle(files.begin(), files.end(), std::mt19937(13));
     files.resize(300);
 
     std::string command = "dpkg -S";
@@ -158,37 +145,19 @@ TEST(CliPackages, OwnersAgreeWithThePackageManagerOnThisMachine) {
     for (std::string line; std::getline(lines, line);) {
         const std::size_t colon = line.find(": /");
         if (colon == std::string::npos || line.starts_with("diversion by")) continue;
-        std::set<std::string>& packages = theirs[line.substr(colon + 2)];
         std::istringstream list(line.substr(0, colon));
-        for (std::string name; std::getline(list, name, ',');) packages.insert(name.substr(name.find_first_not_of(' ')));
+        for (std::string name; std::getline(list, name, ',');)
+            theirs[line.substr(colon + 2)].insert(name.substr(name.find_first_not_of(' ')));
     }
 
     TempFolder home;
-    std::vector<std::string> words{"owner", "--json", "/usr/bin/bash"};
+    std::vector<std::string> words{"owner", "--json"};
     words.insert(words.end(), files.begin(), files.end());
-    const Outcome run = runTessel(words, As::usual, home.path());
-    ASSERT_EQ(run.status, 0) << run.err;
-    const json owners = json::parse(run.out)["owners"];
-    ASSERT_EQ(owners.size(), files.size() + 1);
-    EXPECT_EQ(owners[0]["package"], "bash") << "listed as /bin/bash";
-    int compared = 0;
-    for (std::size_t i = 1; i < owners.size(); ++i) {
-        const std::string path = owners[i]["path"];
+    const json owners = runJson(words, As::usual, home.path()).at("owners");
+    ASSERT_EQ(owners.size(), files.size());
+    for (const json& owner : owners) {
         std::set<std::string> ours;
-        for (const json& name : owners[i]["packages"]) ours.insert(name.get<std::string>());
-        EXPECT_EQ(ours, theirs[path]) << path;
-        ++compared;
+        for (const json& name : owner.at("packages")) ours.insert(name.get<std::string>());
+        EXPECT_EQ(ours, theirs[owner.at("path")]) << owner.at("path");
     }
-    EXPECT_EQ(compared, 300);
-}
-
-TEST(CliPackages, PackageNamesThatAreNotUtf8KeepTheirBytes) {
-    DpkgMachine machine(true);
-    machine.install({{"Package: caf\xe9\nStatus: install ok installed\nVersion: 1", "caf\xe9", {"/usr/bin/x"}}});
-    TempFolder home;
-    const Outcome run = runTessel({"owner", "--json", "--root", machine.root(), "/usr/bin/x"}, As::usual, home.path());
-    ASSERT_EQ(run.status, 0) << run.err;
-    const json owner = json::parse(run.out)["owners"][0];
-    EXPECT_EQ(owner["package"], "caf\xef\xbf\xbd");
-    EXPECT_EQ(owner["packageBytes"], "Y2Fm6Q==");
 }

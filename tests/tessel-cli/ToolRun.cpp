@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <sstream>
 #include <system_error>
 
 #include <gtest/gtest.h>
@@ -104,6 +105,20 @@ Outcome runTessel(std::vector<std::string> words, As as, const std::string& home
     lseek(out, 0, SEEK_SET);
     run.out = drain(out);
     return run;
+}
+
+nlohmann::json runJson(std::vector<std::string> words, As as, const std::string& home) {
+    const Outcome run = runTessel(std::move(words), as, home);
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.err, "") << "nothing but failures belongs on a standard error that is a pipe";
+    return nlohmann::json::parse(run.out);
+}
+
+std::vector<std::string> linesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);) lines.push_back(line);
+    return lines;
 }
 
 void expectOneErrorLine(const Outcome& run, int status, const std::string& mention) {

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 namespace tessel::cli {
 
 struct Outcome {
@@ -23,6 +25,13 @@ enum class As { usual, nobody, terminal, withoutThreads };
 // a test never touches the real one. Throws std::system_error when the machinery around
 // the tool fails.
 Outcome runTessel(std::vector<std::string> words, As as = As::usual, const std::string& home = {});
+
+// A run that must succeed with nothing on standard error: its report, parsed
+// (a parse error fails the test, as output that is not JSON should).
+nlohmann::json runJson(std::vector<std::string> words, As as = As::usual, const std::string& home = {});
+
+// The lines of `text`, without their ends.
+std::vector<std::string> linesOf(const std::string& text);
 
 // A failure is one line on standard error, holding `mention`, and nothing on standard output.
 void expectOneErrorLine(const Outcome& run, int status, const std::string& mention);
