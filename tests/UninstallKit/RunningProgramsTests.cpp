@@ -2,9 +2,12 @@
 // and from this machine's own.
 #include <gtest/gtest.h>
 
+#include <signal.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <fstream>
 
 #include "Fixture.h"
@@ -40,6 +43,8 @@ TEST(RunningPrograms, ProgramsUnitsAndLiveFlatpakSandboxesOfADescribedMachine) {
     mkfifo((proc + "/200/cgroup").c_str(), 0600); // never waited on
     symlink("/usr/bin/not-a-process", (proc + "/self/exe").c_str());
     write(proc + "/300/cgroup", "12:memory:/user.slice\n0::/user.slice/snap.spotify.spotify-ab12.scope\n");
+    write(proc + "/100/comm", "gedit-long-name\n");
+    write(proc + "/300/cmdline", std::string("/usr/bin/python3.11\0-u\0/usr/bin/meld\0a.txt\0", 36));
 
     test::makeFolder(runtime);
     test::makeFolder(runtime + "/.flatpak");
@@ -58,10 +63,36 @@ TEST(RunningPrograms, ProgramsUnitsAndLiveFlatpakSandboxesOfADescribedMachine) {
     EXPECT_TRUE(running.runsApp("spotify"));
     EXPECT_TRUE(running.runsApp("org.gimp.GIMP"));
     EXPECT_FALSE(running.runsApp("org.old.App")) << "a sandbox whose process is gone";
+    for (const char* name : {"gedit-long-name", "gedit", "tool", "python3.11", "meld"}) EXPECT_TRUE(running.runsNamed(name)) << name;
+    EXPECT_FALSE(running.runsNamed("a.txt")) << "only the script an interpreter runs";
+    EXPECT_FALSE(running.runsNamed("-u"));
 }
 
 TEST(RunningPrograms, ThisMachinesOwnProcessesIncludeThisTest) {
     char self[4096] = {};
     ASSERT_GT(readlink("/proc/self/exe", self, sizeof self - 1), 0);
     EXPECT_TRUE(RunningPrograms::read().runs(self));
+}
+
+TEST(RunningPrograms, AToolWhoseNameTheKernelCutsIsKnownByItsProgram) {
+    test::TempFolder folder;
+    const std::string tool = folder / "gradle-daemon-worker";
+    std::filesystem::copy_file("/bin/sleep", tool);
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        execl(tool.c_str(), tool.c_str(), "30", static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    // The kernel's own name, cut to 15 bytes, appears once the program has replaced the copy of this test.
+    bool seen = false;
+    for (int attempt = 0; attempt < 200 && !seen; ++attempt) {
+        seen = RunningPrograms::read().runsNamed("gradle-daemon-w");
+        if (!seen) usleep(10'000);
+    }
+    const RunningPrograms running = RunningPrograms::read();
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    EXPECT_TRUE(seen);
+    EXPECT_TRUE(running.runsNamed("gradle-daemon-worker")) << "the program's whole name";
 }

@@ -20,6 +20,7 @@
 
 #include "UninstallKit/RunningPrograms.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -90,6 +91,47 @@ bool instanceRuns(const std::string& instance, const std::string& proc) {
     return access((proc + "/" + pid).c_str(), F_OK) == 0;
 }
 
+std::string baseName(std::string_view path) {
+    const std::size_t slash = path.rfind('/');
+    return std::string(slash == std::string_view::npos ? path : path.substr(slash + 1));
+}
+
+// A program that runs a script named by its next argument.
+bool isInterpreter(std::string_view name) {
+    static constexpr std::string_view shells[] = {"sh", "bash", "dash", "zsh", "node", "nodejs", "perl", "ruby", "php"};
+    return name.starts_with("python") || std::ranges::find(shells, name) != std::end(shells);
+}
+
+// What one of the user's processes goes by.
+void addNames(const std::string& process, const std::optional<std::string>& program, std::unordered_set<std::string>& names) {
+    if (const SmallFileRead comm = readSmallFile(process + "/comm", 4096); comm.text) {
+        std::string name = *comm.text;
+        if (name.ends_with('\n')) name.pop_back();
+        if (!name.empty()) names.insert(std::move(name));
+    }
+    if (program) names.insert(baseName(*program));
+    const SmallFileRead commandLine = readSmallFile(process + "/cmdline", cgroupFileLimit);
+    if (!commandLine.text) return;
+    // Arguments end with a zero byte each.
+    const std::string_view words = *commandLine.text;
+    const std::size_t firstEnd = words.find('\0');
+    const std::string first = baseName(words.substr(0, firstEnd));
+    if (first.empty()) return;
+    names.insert(first);
+    if (!isInterpreter(first) || firstEnd == std::string_view::npos) return;
+    // The script: the first argument that is no option ("python3 -u /usr/bin/tool").
+    std::size_t at = firstEnd + 1;
+    while (at < words.size()) {
+        const std::size_t end = std::min(words.find('\0', at), words.size());
+        const std::string_view word = words.substr(at, end - at);
+        if (!word.empty() && word.front() != '-') {
+            names.insert(baseName(word));
+            return;
+        }
+        at = end + 1;
+    }
+}
+
 } // namespace
 
 std::optional<std::string> RunningPrograms::appOfUnit(std::string_view unit) {
@@ -125,7 +167,11 @@ RunningPrograms RunningPrograms::read(const std::string& proc, const std::option
     for (const std::string& entry : folderNames(proc)) {
         if (!isNumber(entry)) continue;
         const std::string process = proc + "/" + entry;
-        if (std::optional<std::string> program = linkTarget(process + "/exe")) running.executables.insert(std::move(*program));
+        const std::optional<std::string> program = linkTarget(process + "/exe");
+        if (program) running.executables.insert(*program);
+        // Other users' processes are theirs to run; only our own hold our files back.
+        struct stat owner {};
+        if (::stat(process.c_str(), &owner) == 0 && owner.st_uid == ::geteuid()) addNames(process, program, running.names);
         const SmallFileRead cgroup = readSmallFile(process + "/cgroup", cgroupFileLimit);
         if (!cgroup.text) continue;
         // One line a hierarchy, "ID:CONTROLLERS:PATH"; the unit is the path's last part.

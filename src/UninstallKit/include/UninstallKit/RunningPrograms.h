@@ -20,12 +20,18 @@ struct RunningPrograms {
     // App IDs (desktop IDs without ".desktop", snap names) of the scopes and
     // services processes run in.
     std::unordered_set<std::string> launchedApps;
+    // The names the user's own processes go by: the kernel's (cut to 15
+    // bytes), their program's and their first argument's base names, and for
+    // an interpreter the script's.
+    std::unordered_set<std::string> names;
 
     bool runs(std::string_view executable) const { return executables.contains(std::string(executable)); }
     bool runsApp(std::string_view appId) const {
         const std::string id(appId);
         return flatpakApps.contains(id) || launchedApps.contains(id);
     }
+
+    bool runsNamed(std::string_view name) const { return names.contains(std::string(name)); }
 
     // `proc` stands for /proc and `runtimeFolder` for $XDG_RUNTIME_DIR (none: no Flatpak instances are read).
     static RunningPrograms read(const std::string& proc = "/proc", const std::optional<std::string>& runtimeFolder = {});
