@@ -101,6 +101,10 @@ JunkFinder::Disk JunkFinder::Disk::real() {
     Disk disk;
     disk.sizer = [](const std::string& path) { return DiskScanner::allocatedSize(path); };
     disk.list = [](const std::string& folder) { return folderNames(folder); };
+    disk.isFolder = [](const std::string& path) {
+        struct stat info {};
+        return ::lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+    };
     disk.lastUsed = [](const std::string& path) -> std::optional<std::int64_t> {
         struct stat info {};
         if (::lstat(path.c_str(), &info) != 0) return std::nullopt;
@@ -200,10 +204,7 @@ std::vector<std::string> JunkFinder::children(const std::string& folder) const {
     return names;
 }
 
-bool JunkFinder::isFolder(const std::string& path) const {
-    struct stat info {};
-    return ::lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
-}
+bool JunkFinder::isFolder(const std::string& path) const { return disk_.isFolder(path); }
 
 bool JunkFinder::exists(const std::string& path) const {
     struct stat info {};

@@ -105,11 +105,6 @@ bool present(const std::string& path) {
     return ::lstat(path.c_str(), &info) == 0;
 }
 
-bool isDirectory(const std::string& path) {
-    struct stat info {};
-    return ::lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
-}
-
 std::optional<std::string> firstPresent(const std::string& folder, const std::vector<std::string>& names) {
     for (const std::string& name : names)
         if (present(folder + "/" + name)) return name;
@@ -246,7 +241,7 @@ std::vector<Candidate> JunkFinder::projectCandidates() const {
     for (const std::string& name : children(home)) {
         const std::size_t dot = name.rfind('.');
         if (notProjects.contains(name) || (dot != std::string::npos && packageExtensions.contains(name.substr(dot + 1)))) continue;
-        if (isDirectory(home + "/" + name)) pending.emplace_back(home + "/" + name, 1);
+        if (isFolder(home + "/" + name)) pending.emplace_back(home + "/" + name, 1);
     }
     std::ranges::reverse(pending);
     while (!pending.empty()) {
@@ -256,7 +251,7 @@ std::vector<Candidate> JunkFinder::projectCandidates() const {
         std::ranges::sort(names, std::greater<>());
         for (const std::string& name : names) {
             const std::string path = folder + "/" + name;
-            if (!isDirectory(path)) continue;
+            if (!isFolder(path)) continue;
             if (consider(folder, name)) continue;
             const std::size_t dot = name.rfind('.');
             if (name.front() == '.' || depth >= deepest || (dot != std::string::npos && packageExtensions.contains(name.substr(dot + 1))))

@@ -65,6 +65,8 @@ public:
         std::function<std::int64_t(const std::string&)> sizer;
         // Entries of a folder, unsorted; none for a folder that can't be read.
         std::function<std::vector<std::string>(const std::string&)> list;
+        // Whether a path is a folder, not a link to one.
+        std::function<bool(const std::string&)> isFolder;
         // Last use of a file: when it was last opened, where that can be told.
         std::function<std::optional<std::int64_t>(const std::string&)> lastUsed;
         // The real disk: sizes by the scan engine, listings by the folder, last use by access time alone.
