@@ -44,5 +44,6 @@ int runOwner(const std::vector<std::string>& words);
 int runReceipts(const std::vector<std::string>& words);
 int runReceipt(const std::vector<std::string>& words);
 int runLaunchers(const std::vector<std::string>& words);
+int runJunk(const std::vector<std::string>& words);
 
 } // namespace tessel::cli

@@ -309,6 +309,28 @@ const std::vector<Command>& commands() {
          "  --root DIR             look for installed apps' desktop entries under DIR\n"
              + std::string(namesInJsonHelp),
          runLaunchers},
+        {"junk", "Find caches, logs, build data and old downloads that can go",
+         "usage: tessel junk [--json] [--clean] [--root DIR] [--stall-timeout SECONDS]\n"
+         "\n"
+         "Finds what can go: apps' caches ($XDG_CACHE_HOME, Flatpak's and snaps'\n"
+         "caches, browsers' caches), logs and crash reports, projects' build outputs,\n"
+         "package tools' downloads, installers in Downloads and on the Desktop, old\n"
+         "downloads, virtual machines and games. Each item says why it can go and\n"
+         "whether it is ticked: only what a program makes again, never your own\n"
+         "things, and nothing a running program uses.\n"
+         "\n"
+         "  --json                 print {\"items\": [{\"path\", \"name\", \"category\", \"bytes\",\n"
+         "                         \"modified\", \"identifier\", \"app\", \"isSystem\",\n"
+         "                         \"requiresAdministrator\", \"note\", \"recommended\",\n"
+         "                         \"startsTicked\", \"inUse\", \"tools\"}], \"totalBytes\", \"tickedBytes\"}\n"
+         "  --clean                move the ticked items to the Trash, past the deletion\n"
+         "                         guard, and say where each went; status 1 when\n"
+         "                         something stayed\n"
+         "  --root DIR             read the machine's shared places (/var/crash) under DIR\n"
+         "  --stall-timeout S      give up on a folder of the home silent for S seconds\n"
+         "                         (default 30)\n"
+             + std::string(namesInJsonHelp),
+         runJunk},
     };
     return list;
 }
