@@ -109,8 +109,11 @@ ScanResult ScanRun::execute() {
     while (remaining < workers && startWorker()) ++remaining;
     bool shortOfThreads = remaining < workers;
 
+    // The watchdog looks often enough that a folder is given up on within a
+    // quarter of the timeout of its limit, and at least once a second.
+    const auto lookEvery = std::chrono::duration<double>(std::clamp(options_.stallTimeout / 4, 0.02, 1.0));
     while (remaining > 0) {
-        if (finished_.try_acquire_for(std::chrono::seconds(1))) {
+        if (finished_.try_acquire_for(std::chrono::duration_cast<std::chrono::milliseconds>(lookEvery))) {
             --remaining;
             continue;
         }

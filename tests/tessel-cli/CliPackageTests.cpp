@@ -61,10 +61,10 @@ TEST_F(DescribedPackages, OwnerNamesThePackageAndTheAppOfEachPath) {
     EXPECT_EQ(outcome.status, 1) << "one path has no package\n" << outcome.err;
     const json owners = json::parse(outcome.out).at("owners");
     ASSERT_EQ(owners.size(), 4u);
-    EXPECT_EQ(owners[0], (json{{"path", "/bin/bash"}, {"package", "bash"}, {"packages", json::array({"bash"})}, {"app", nullptr}}));
+    EXPECT_EQ(owners[0], (json{{"path", "/bin/bash"}, {"package", "bash"}, {"packages", json::array({"bash"})}, {"source", "dpkg"}, {"app", nullptr}}));
     EXPECT_EQ(owners[1].at("package"), "tool");
     EXPECT_EQ(owners[1].at("app"), "Tool");
-    EXPECT_EQ(owners[2], (json{{"path", "/usr/bin/nothing"}, {"package", nullptr}, {"packages", json::array()}, {"app", nullptr}}));
+    EXPECT_EQ(owners[2], (json{{"path", "/usr/bin/nothing"}, {"package", nullptr}, {"packages", json::array()}, {"source", nullptr}, {"app", nullptr}}));
     EXPECT_EQ(owners[3].at("path"), "/usr/bin/bash");
     EXPECT_EQ(owners[3].at("package"), "bash");
 
