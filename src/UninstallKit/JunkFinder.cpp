@@ -18,6 +18,7 @@
 #include <ctime>
 #include <regex>
 
+#include "Base/AsciiCase.h"
 #include "Base/FolderNames.h"
 #include "Base/Lines.h"
 #include "Base/SmallFile.h"
@@ -31,9 +32,7 @@ namespace {
 std::string lowerExtension(const std::string& name) {
     const std::size_t dot = name.rfind('.');
     if (dot == std::string::npos || dot == 0) return {};
-    std::string extension = name.substr(dot + 1);
-    for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return extension;
+    return asciiLower(name.substr(dot + 1));
 }
 
 std::string withoutExtension(const std::string& name) {
@@ -241,10 +240,7 @@ std::optional<std::string> JunkFinder::unpackedFolder(const std::string& name, c
 }
 
 JunkFinder::Candidate JunkFinder::installer(const std::string& path, const std::string& name) const {
-    Candidate candidate;
-    candidate.path = path;
-    candidate.name = name;
-    candidate.category = JunkCategory::installers;
+    Candidate candidate = Candidate::of(path, name, JunkCategory::installers);
     if (Paths::isWithin(path, places_.home + "/Library/iTunes"))
         candidate.note = "An iPhone or iPad update Finder downloaded. Finder downloads it again when a device needs it. "
                          "Not ticked for you.";
@@ -260,10 +256,7 @@ std::optional<JunkFinder::Candidate> JunkFinder::oldDownload(const std::string& 
                                                              const std::set<std::string>& siblings) const {
     const std::optional<std::int64_t> used = disk_.lastUsed(path);
     if (!used || settings_.now - *used < oldAfter) return std::nullopt;
-    Candidate candidate;
-    candidate.path = path;
-    candidate.name = name;
-    candidate.category = JunkCategory::oldDownloads;
+    Candidate candidate = Candidate::of(path, name, JunkCategory::oldDownloads);
     candidate.floor = smallestDownload;
     candidate.used = used;
     candidate.note = "Not opened since " + monthYear(*used) + ".";

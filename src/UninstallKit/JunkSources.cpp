@@ -10,10 +10,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cctype>
 #include <map>
 
+#include "Base/AsciiCase.h"
 #include "DiskScanKit/Paths.h"
+#include "JunkTools.h"
 #include "UninstallKit/JunkFinder.h"
 
 namespace tessel {
@@ -23,11 +24,6 @@ namespace {
 using Candidate = JunkFinder::Candidate;
 using Tools = std::set<std::string>;
 
-const Tools nodeTools{"node", "npm", "npx", "yarn", "pnpm", "bun", "deno"};
-const Tools pythonTools{"python", "python3", "pip", "pip3", "uv", "poetry", "pdm", "pipenv"};
-const Tools gradleTools{"java", "gradle"};
-const Tools goTools{"go", "gopls"};
-const Tools cargoTools{"cargo", "rustc", "rust-analyzer"};
 
 struct ToolCache {
     const char* path; // below the home; ".cache/" stands for the cache folder wherever it is
@@ -42,29 +38,29 @@ const std::vector<ToolCache>& toolCaches() {
         conda{"conda", "mamba", "python", "python3"};
     static const std::vector<ToolCache> rows{
         {"Library/Caches/Homebrew", "Homebrew downloads", &brew, "Homebrew"},
-        {"Library/Caches/pip", "pip cache", &pythonTools, "pip"},
-        {".cache/pip", "pip cache", &pythonTools, "pip"},
-        {"Library/Caches/Yarn", "Yarn cache", &nodeTools, "Yarn"},
-        {".yarn/berry/cache", "Yarn cache", &nodeTools, "Yarn"},
+        {"Library/Caches/pip", "pip cache", &JunkTools::python, "pip"},
+        {".cache/pip", "pip cache", &JunkTools::python, "pip"},
+        {"Library/Caches/Yarn", "Yarn cache", &JunkTools::node, "Yarn"},
+        {".yarn/berry/cache", "Yarn cache", &JunkTools::node, "Yarn"},
         {"Library/Caches/CocoaPods", "CocoaPods cache", &pod, "CocoaPods"},
         {".cocoapods/repos", "CocoaPods spec repositories", &pod, "CocoaPods"},
-        {"Library/Caches/node-gyp", "node-gyp headers", &nodeTools, "Node.js"},
-        {"Library/Caches/go-build", "Go build cache", &goTools, "Go"},
-        {"go/pkg/mod/cache/download", "Go module downloads", &goTools, "Go"},
-        {".npm/_cacache", "npm cache", &nodeTools, "npm"},
-        {".npm/_npx", "npx cache", &nodeTools, "npm"},
-        {".gradle/caches", "Gradle cache", &gradleTools, "Gradle"},
-        {".gradle/wrapper/dists", "Gradle versions", &gradleTools, "Gradle"},
+        {"Library/Caches/node-gyp", "node-gyp headers", &JunkTools::node, "Node.js"},
+        {"Library/Caches/go-build", "Go build cache", &JunkTools::go, "Go"},
+        {"go/pkg/mod/cache/download", "Go module downloads", &JunkTools::go, "Go"},
+        {".npm/_cacache", "npm cache", &JunkTools::node, "npm"},
+        {".npm/_npx", "npx cache", &JunkTools::node, "npm"},
+        {".gradle/caches", "Gradle cache", &JunkTools::gradle, "Gradle"},
+        {".gradle/wrapper/dists", "Gradle versions", &JunkTools::gradle, "Gradle"},
         {".android/cache", "Android SDK cache", &android, "Android SDK"},
-        {".cargo/registry/cache", "Cargo downloads", &cargoTools, "Cargo"},
-        {".cargo/registry/src", "Cargo unpacked sources", &cargoTools, "Cargo"},
-        {".cargo/git/checkouts", "Cargo git checkouts", &cargoTools, "Cargo"},
+        {".cargo/registry/cache", "Cargo downloads", &JunkTools::cargo, "Cargo"},
+        {".cargo/registry/src", "Cargo unpacked sources", &JunkTools::cargo, "Cargo"},
+        {".cargo/git/checkouts", "Cargo git checkouts", &JunkTools::cargo, "Cargo"},
         {".bun/install/cache", "Bun cache", &bun, "Bun"},
         // Where the same tools keep them on Linux, and tools of Linux's own.
-        {".cache/go-build", "Go build cache", &goTools, "Go"},
-        {".cache/yarn", "Yarn cache", &nodeTools, "Yarn"},
-        {".pnpm-store", "pnpm store", &nodeTools, "pnpm"},
-        {".local/share/pnpm/store", "pnpm store", &nodeTools, "pnpm"},
+        {".cache/go-build", "Go build cache", &JunkTools::go, "Go"},
+        {".cache/yarn", "Yarn cache", &JunkTools::node, "Yarn"},
+        {".pnpm-store", "pnpm store", &JunkTools::node, "pnpm"},
+        {".local/share/pnpm/store", "pnpm store", &JunkTools::node, "pnpm"},
         {".cache/composer", "Composer cache", &composer, "Composer"},
         {".nuget/packages", "NuGet packages", &nuget, ".NET"},
         {".cache/bazel", "Bazel cache", &bazel, "Bazel"},
@@ -82,9 +78,7 @@ const std::vector<ToolCache>& toolCaches() {
 // What AI tools keep in the cache folder is their data, not a cache.
 bool isModelStore(const std::string& name) {
     static const std::set<std::string> stores{"huggingface", "lm-studio", "gpt4all", "whisper", "torch"};
-    std::string lower = name;
-    for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return stores.contains(name) || lower.find("model") != std::string::npos;
+    return stores.contains(name) || asciiLower(name).find("model") != std::string::npos;
 }
 
 const std::set<std::string>& systemCacheNames() {
@@ -160,25 +154,17 @@ std::vector<Candidate> JunkFinder::packageCacheCandidates() const {
         const std::string relative = row.path;
         const std::string path = relative.starts_with(".cache/") ? places_.cacheHome + relative.substr(6) : places_.home + "/" + relative;
         if (!exists(path)) continue;
-        Candidate candidate;
-        candidate.path = path;
-        candidate.name = row.name;
-        candidate.category = JunkCategory::packageCaches;
-        candidate.note = "The tool downloads what it needs again.";
+        Candidate candidate = Candidate::of(path, row.name, JunkCategory::packageCaches, "The tool downloads what it needs again.");
         candidate.tools = *row.tools;
         candidate.toolName = row.toolName;
         found.push_back(std::move(candidate));
     }
     // Go keeps its modules read-only: moved to the Trash they could not be emptied from it.
     if (const std::string modules = places_.home + "/go/pkg/mod"; isFolder(modules)) {
-        Candidate candidate;
-        candidate.path = modules;
-        candidate.name = "Go modules";
-        candidate.category = JunkCategory::packageCaches;
-        candidate.note = "Go keeps these read-only, so the Trash could not empty them: go clean -modcache removes them, and "
-                         "Go downloads what it needs again. Not ticked for you.";
+        Candidate candidate = Candidate::of(modules, "Go modules", JunkCategory::packageCaches, "Go keeps these read-only, so the Trash could not empty them: go clean -modcache removes them, and "
+                         "Go downloads what it needs again. Not ticked for you.");
         candidate.recommended = false;
-        candidate.tools = goTools;
+        candidate.tools = JunkTools::go;
         candidate.toolName = "Go";
         found.push_back(std::move(candidate));
     }
@@ -207,9 +193,7 @@ std::vector<Candidate> JunkFinder::sharedCacheCandidates() const {
             candidate.identifier = identifierIn(name);
             candidate.note = "Kept in the cache folder, where apps put what they can make or fetch again.";
             // The folder is most often named for the program that fills it.
-            std::string program = name;
-            for (char& c : program) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-            candidate.tools = {program};
+            candidate.tools = {asciiLower(name)};
         } else {
             candidate.name = name + " cache";
             candidate.category = JunkCategory::packageCaches;
@@ -228,10 +212,7 @@ std::vector<Candidate> JunkFinder::macCacheCandidates() const {
     for (const std::string& name : children(caches)) {
         const std::string path = caches + "/" + name;
         if (tabled.contains(path) || (settings_.ownIdentifier && name == *settings_.ownIdentifier)) continue;
-        Candidate candidate;
-        candidate.path = path;
-        candidate.name = name;
-        candidate.category = JunkCategory::appCaches;
+        Candidate candidate = Candidate::of(path, name, JunkCategory::appCaches);
         candidate.identifier = identifierIn(name);
         candidate.isSystem = name.starts_with("com.apple.") || systemCacheNames().contains(name);
         candidate.note = candidate.isSystem ? "Kept by macOS, which rebuilds it. Not ticked for you."
@@ -247,10 +228,7 @@ std::vector<Candidate> JunkFinder::chromiumCandidates() const {
         for (const auto& [relative, label] : chromiumCaches()) {
             const std::string path = folder + "/" + relative;
             if (!isFolder(path)) continue;
-            Candidate candidate;
-            candidate.path = path;
-            candidate.name = appName + " " + label + (profileName.empty() ? "" : " (" + profileName + ")");
-            candidate.category = JunkCategory::appCaches;
+            Candidate candidate = Candidate::of(path, appName + " " + label + (profileName.empty() ? "" : " (" + profileName + ")"), JunkCategory::appCaches);
             candidate.app = appName;
             candidate.note = std::string(relative).starts_with("Service Worker/")
                                  ? "Copies sites keep to open offline. They save them again on the next visit."
@@ -320,10 +298,7 @@ std::vector<Candidate> JunkFinder::logCandidates() const {
     const std::string records = "Logs are records, not documents.";
     std::vector<Candidate> found;
     auto log = [&](const std::string& path, const std::string& name) {
-        Candidate candidate;
-        candidate.path = path;
-        candidate.name = name;
-        candidate.category = JunkCategory::logs;
+        Candidate candidate = Candidate::of(path, name, JunkCategory::logs);
         candidate.identifier = identifierIn(std::string(Paths::lastComponent(path)));
         candidate.note = records;
         found.push_back(std::move(candidate));
@@ -348,11 +323,7 @@ std::vector<Candidate> JunkFinder::logCandidates() const {
 std::vector<Candidate> JunkFinder::xcodeCandidates() const {
     std::vector<Candidate> found;
     auto developer = [&](const std::string& path, const std::string& name, const std::string& note) -> Candidate& {
-        Candidate candidate;
-        candidate.path = path;
-        candidate.name = name;
-        candidate.category = JunkCategory::developer;
-        candidate.note = note;
+        Candidate candidate = Candidate::of(path, name, JunkCategory::developer, note);
         found.push_back(std::move(candidate));
         return found.back();
     };
@@ -387,9 +358,7 @@ std::vector<Candidate> JunkFinder::installerCandidates() const {
     for (const char* device : {"iPhone Software Updates", "iPad Software Updates", "iPod Software Updates"}) {
         const std::string folder = places_.home + "/Library/iTunes/" + device;
         for (const std::string& name : children(folder)) {
-            std::string lower = name;
-            for (char& c : lower) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-            if (lower.ends_with(".ipsw")) found.push_back(installer(folder + "/" + name, name));
+            if (asciiLower(name).ends_with(".ipsw")) found.push_back(installer(folder + "/" + name, name));
         }
     }
     for (const std::string& folder : {places_.system("/Applications"), places_.home + "/Applications"})
@@ -401,10 +370,7 @@ std::vector<Candidate> JunkFinder::installerCandidates() const {
 std::vector<Candidate> JunkFinder::virtualMachineCandidates() const {
     std::vector<Candidate> found;
     auto machine = [&](const std::string& path, const std::string& name, const std::string& app, const std::string& note) {
-        Candidate candidate;
-        candidate.path = path;
-        candidate.name = name;
-        candidate.category = JunkCategory::virtualMachines;
+        Candidate candidate = Candidate::of(path, name, JunkCategory::virtualMachines);
         candidate.app = app;
         candidate.note = note;
         candidate.recommended = false;
@@ -466,10 +432,7 @@ std::vector<Candidate> JunkFinder::gameCandidates() const {
         for (const std::string& name : children(folder)) {
             const std::string path = folder + "/" + name;
             if (name == "Launcher" || isTool(name) || !isFolder(path)) continue;
-            Candidate candidate;
-            candidate.path = path;
-            candidate.name = name;
-            candidate.category = JunkCategory::games;
+            Candidate candidate = Candidate::of(path, name, JunkCategory::games);
             candidate.app = storeName;
             candidate.recommended = false;
             candidate.note = "A game " + storeName + " installed. Remove it in " + storeName +

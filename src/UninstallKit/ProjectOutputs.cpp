@@ -32,6 +32,7 @@
 #include <vector>
 
 #include "DiskScanKit/Paths.h"
+#include "JunkTools.h"
 #include "UninstallKit/JunkFinder.h"
 
 namespace tessel {
@@ -41,12 +42,6 @@ namespace {
 using Candidate = JunkFinder::Candidate;
 using Tools = std::set<std::string>;
 
-const Tools nodeTools{"node", "npm", "npx", "yarn", "pnpm", "bun", "deno"};
-const Tools pythonTools{"python", "python3", "pip", "pip3", "uv", "poetry", "pdm", "pipenv"};
-const Tools gradleTools{"java", "gradle"};
-const Tools flutterTools{"flutter", "dart", "dartaotruntime", "java", "gradle", "xcodebuild"};
-const Tools cargoTools{"cargo", "rustc"};
-const Tools noTools{};
 
 const std::vector<std::string> projectMarkers{"pubspec.yaml", "package.json", "Cargo.toml", "Package.swift",
                                               "settings.gradle", "settings.gradle.kts", "build.gradle", "build.gradle.kts",
@@ -70,26 +65,26 @@ struct ProjectOutput {
 
 const std::vector<ProjectOutput>& projectOutputs() {
     static const std::vector<ProjectOutput> rows{
-        {"build", {"pubspec.yaml"}, {}, "flutter build makes it again", "Flutter", &flutterTools, true},
-        {".dart_tool", {"pubspec.yaml"}, {}, "flutter pub get makes it again", "Flutter", &flutterTools, false},
-        {"target", {"Cargo.toml"}, {"Cargo.lock"}, "cargo build makes it again", "Cargo", &cargoTools, true},
-        {".build", {"Package.swift"}, {}, "swift build makes it again", "Swift", &noTools, true},
-        {"build", gradleFiles, {}, "Gradle makes it again", "Gradle", &gradleTools, true},
-        {".gradle", gradleFiles, {}, "Gradle makes it again", "Gradle", &gradleTools, false},
-        {"Pods", {"Podfile"}, {"Podfile.lock"}, "pod install brings it back", "CocoaPods", &noTools, false},
-        {".venv", pythonMarkers, pythonLockfiles, "Installing the project's packages brings it back", "Python", &pythonTools, false},
-        {"venv", pythonMarkers, pythonLockfiles, "Installing the project's packages brings it back", "Python", &pythonTools, false},
-        {".tox", pythonMarkers, {}, "tox makes it again", "tox", &pythonTools, false},
-        {".pytest_cache", pythonMarkers, {}, "pytest makes it again", "pytest", &pythonTools, false},
-        {"__pycache__", pythonMarkers, {}, "Python makes it again when the code next runs", "Python", &pythonTools, false},
-        {".next", {"package.json"}, {}, "next build makes it again", "Next.js", &nodeTools, false},
-        {".nuxt", {"package.json"}, {}, "Nuxt makes it again", "Nuxt", &nodeTools, false},
-        {".svelte-kit", {"package.json"}, {}, "SvelteKit makes it again", "SvelteKit", &nodeTools, false},
-        {".turbo", {"package.json"}, {}, "Turborepo makes it again", "Turborepo", &nodeTools, false},
-        {".parcel-cache", {"package.json"}, {}, "Parcel makes it again", "Parcel", &nodeTools, false},
-        {".angular", {"angular.json"}, {}, "Angular makes it again", "Angular", &nodeTools, false},
-        {"dist", {"package.json"}, {}, "The project's build makes it again", "Node.js", &nodeTools, true},
-        {"Library", {"ProjectSettings/ProjectVersion.txt"}, {}, "Unity makes it again when the project opens", "Unity", &noTools, false},
+        {"build", {"pubspec.yaml"}, {}, "flutter build makes it again", "Flutter", &JunkTools::flutter, true},
+        {".dart_tool", {"pubspec.yaml"}, {}, "flutter pub get makes it again", "Flutter", &JunkTools::flutter, false},
+        {"target", {"Cargo.toml"}, {"Cargo.lock"}, "cargo build makes it again", "Cargo", &JunkTools::cargo, true},
+        {".build", {"Package.swift"}, {}, "swift build makes it again", "Swift", &JunkTools::none, true},
+        {"build", gradleFiles, {}, "Gradle makes it again", "Gradle", &JunkTools::gradle, true},
+        {".gradle", gradleFiles, {}, "Gradle makes it again", "Gradle", &JunkTools::gradle, false},
+        {"Pods", {"Podfile"}, {"Podfile.lock"}, "pod install brings it back", "CocoaPods", &JunkTools::none, false},
+        {".venv", pythonMarkers, pythonLockfiles, "Installing the project's packages brings it back", "Python", &JunkTools::python, false},
+        {"venv", pythonMarkers, pythonLockfiles, "Installing the project's packages brings it back", "Python", &JunkTools::python, false},
+        {".tox", pythonMarkers, {}, "tox makes it again", "tox", &JunkTools::python, false},
+        {".pytest_cache", pythonMarkers, {}, "pytest makes it again", "pytest", &JunkTools::python, false},
+        {"__pycache__", pythonMarkers, {}, "Python makes it again when the code next runs", "Python", &JunkTools::python, false},
+        {".next", {"package.json"}, {}, "next build makes it again", "Next.js", &JunkTools::node, false},
+        {".nuxt", {"package.json"}, {}, "Nuxt makes it again", "Nuxt", &JunkTools::node, false},
+        {".svelte-kit", {"package.json"}, {}, "SvelteKit makes it again", "SvelteKit", &JunkTools::node, false},
+        {".turbo", {"package.json"}, {}, "Turborepo makes it again", "Turborepo", &JunkTools::node, false},
+        {".parcel-cache", {"package.json"}, {}, "Parcel makes it again", "Parcel", &JunkTools::node, false},
+        {".angular", {"angular.json"}, {}, "Angular makes it again", "Angular", &JunkTools::node, false},
+        {"dist", {"package.json"}, {}, "The project's build makes it again", "Node.js", &JunkTools::node, true},
+        {"Library", {"ProjectSettings/ProjectVersion.txt"}, {}, "Unity makes it again when the project opens", "Unity", &JunkTools::none, false},
     };
     return rows;
 }
@@ -190,10 +185,7 @@ std::vector<Candidate> JunkFinder::projectCandidates() const {
     };
     auto candidateFor = [&](const std::string& path, const std::string& project, const std::string& label, const Tools& tools,
                             const std::string& toolName) -> Candidate& {
-        Candidate candidate;
-        candidate.path = path;
-        candidate.name = std::string(Paths::lastComponent(project)) + " " + label;
-        candidate.category = JunkCategory::developer;
+        Candidate candidate = Candidate::of(path, std::string(Paths::lastComponent(project)) + " " + label, JunkCategory::developer);
         candidate.tools = tools;
         candidate.toolName = toolName;
         found.push_back(std::move(candidate));
@@ -207,13 +199,13 @@ std::vector<Candidate> JunkFinder::projectCandidates() const {
             if (!project || !present(folder + "/package.json")) return false;
             const std::optional<std::string> lockfile = firstPresent(folder, nodeLockfiles);
             const ProjectState state = lockfile ? projectState(*project, since, settings_.projectStateBudget) : ProjectState::unknown;
-            advise(candidateFor(path, *project, "node_modules", nodeTools, "Node.js"), "npm install brings it back", true, lockfile,
+            advise(candidateFor(path, *project, "node_modules", JunkTools::node, "Node.js"), "npm install brings it back", true, lockfile,
                    state, false);
             return true;
         }
         if ((name.starts_with("build") || name.starts_with("cmake-build")) && present(path + "/CMakeCache.txt")) {
             const std::string project = projectRoot(folder).value_or(folder);
-            advise(candidateFor(path, project, name, noTools, "CMake"), "CMake and the build make it again", false, std::nullopt,
+            advise(candidateFor(path, project, name, JunkTools::none, "CMake"), "CMake and the build make it again", false, std::nullopt,
                    projectState(project, since, settings_.projectStateBudget), true);
             return true;
         }

@@ -14,6 +14,8 @@
 
 #include "UninstallKit/ReverseDns.h"
 
+#include "Base/AsciiCase.h"
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -36,11 +38,7 @@ constexpr std::array<std::string_view, 20> extensions{
     "plist", "savedstate", "binarycookies", "db", "sqlite", "sqlite3", "log", "txt", "json", "xml",
     "lock", "cache", "bak", "tmp", "conf", "ini", "desktop", "service", "timer", "socket"};
 
-std::string lower(std::string_view text) {
-    std::string result(text);
-    for (char& c : result) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return result;
-}
+std::string lower(std::string_view text) { return asciiLower(text); }
 
 std::vector<std::string> pieces(std::string_view text) {
     std::vector<std::string> found;

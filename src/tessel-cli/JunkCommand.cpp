@@ -14,6 +14,7 @@
 #include "Listing.h"
 #include "TerminalText.h"
 #include "TrashStep.h"
+#include "Base/AsciiCase.h"
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/Paths.h"
 #include "DiskScanKit/ScanReport.h"
@@ -27,21 +28,16 @@ namespace {
 
 const std::vector<OptionSpec> junkOptions{{"json", false}, {"root", true}, {"clean", false}, {"stall-timeout", true}};
 
-std::string lower(std::string text) {
-    for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return text;
-}
-
 // The installed apps by the names their folders go by: desktop ID, package, program.
 std::function<std::optional<std::string>(const std::string&)> appNames(const std::string& root) {
     auto names = std::make_shared<std::map<std::string, std::string>>();
     for (const InstalledApp& app : AppCatalog::installedApps(DesktopMachine::fromEnvironment(root)).apps) {
-        if (app.bundleIdentifier) names->emplace(lower(*app.bundleIdentifier), app.name);
-        if (app.package) names->emplace(lower(*app.package), app.name);
-        if (app.programPath) names->emplace(lower(std::string(Paths::lastComponent(*app.programPath))), app.name);
+        if (app.bundleIdentifier) names->emplace(asciiLower(*app.bundleIdentifier), app.name);
+        if (app.package) names->emplace(asciiLower(*app.package), app.name);
+        if (app.programPath) names->emplace(asciiLower(std::string(Paths::lastComponent(*app.programPath))), app.name);
     }
     return [names](const std::string& folder) -> std::optional<std::string> {
-        const auto found = names->find(lower(folder));
+        const auto found = names->find(asciiLower(folder));
         if (found == names->end()) return std::nullopt;
         return found->second;
     };

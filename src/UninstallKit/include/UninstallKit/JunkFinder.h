@@ -57,6 +57,15 @@ public:
         std::optional<std::int64_t> used;
         std::set<std::string> tools;
         std::optional<std::string> toolName;
+
+        static Candidate of(std::string path, std::string name, JunkCategory category, std::string note = {}) {
+            Candidate candidate;
+            candidate.path = std::move(path);
+            candidate.name = std::move(name);
+            candidate.category = category;
+            candidate.note = std::move(note);
+            return candidate;
+        }
     };
 
     // The disk as the finder sees it; each may be a scan's tree in place of the disk.
