@@ -104,6 +104,11 @@ JunkFinder::Disk JunkFinder::Disk::real() {
         struct stat info {};
         return ::lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
     };
+    disk.listFolders = [isFolder = disk.isFolder](const std::string& folder) {
+        std::vector<std::string> names = folderNames(folder);
+        std::erase_if(names, [&](const std::string& name) { return !isFolder(folder + "/" + name); });
+        return names;
+    };
     disk.lastUsed = [](const std::string& path) -> std::optional<std::int64_t> {
         struct stat info {};
         if (::lstat(path.c_str(), &info) != 0) return std::nullopt;

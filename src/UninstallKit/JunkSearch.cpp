@@ -147,6 +147,17 @@ JunkFinder::Disk scannedHome(const std::string& home, const JunkSearchOptions& o
         if (found == Look::lost) return {};
         return real.list(folder);
     };
+    disk.listFolders = [look, real](const std::string& folder) -> std::vector<std::string> {
+        const auto [found, node] = look(folder);
+        if (found == Look::found) {
+            std::vector<std::string> names;
+            for (const FileNode* child : node->children())
+                if (child->isDirectory()) names.emplace_back(child->name());
+            return names;
+        }
+        if (found == Look::lost) return {};
+        return real.listFolders(folder);
+    };
     disk.isFolder = [look, real](const std::string& path) {
         const auto [found, node] = look(path);
         if (found == Look::found) return node->isDirectory();

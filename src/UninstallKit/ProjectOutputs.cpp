@@ -239,11 +239,10 @@ std::vector<Candidate> JunkFinder::projectCandidates() const {
     while (!pending.empty()) {
         auto [folder, depth] = std::move(pending.back());
         pending.pop_back();
-        std::vector<std::string> names = disk_.list(folder);
+        std::vector<std::string> names = disk_.listFolders(folder);
         std::ranges::sort(names, std::greater<>());
         for (const std::string& name : names) {
             const std::string path = folder + "/" + name;
-            if (!isFolder(path)) continue;
             if (consider(folder, name)) continue;
             const std::size_t dot = name.rfind('.');
             if (name.front() == '.' || depth >= deepest || (dot != std::string::npos && packageExtensions.contains(name.substr(dot + 1))))

@@ -111,7 +111,8 @@ int runJunk(const std::vector<std::string>& words) {
         totalBytes += item.bytes;
         if (!item.startsTicked() || inUse.contains(item.path)) continue;
         tickedBytes += item.bytes;
-        ticked.push_back(candidateFor(item.path));
+        // As measured: the guard judges where the path really is, and the trash service checks it again.
+        ticked.push_back({item.path, item.bytes, item.isDirectory});
     }
     const bool clean = arguments.has("clean");
     const TrashRun trashed = clean ? moveToTrash(ticked, false) : TrashRun{};

@@ -76,6 +76,8 @@ public:
         std::function<std::vector<std::string>(const std::string&)> list;
         // Whether a path is a folder, not a link to one.
         std::function<bool(const std::string&)> isFolder;
+        // The folders among a folder's entries, unsorted: what a walk goes into.
+        std::function<std::vector<std::string>(const std::string&)> listFolders;
         // Last use of a file: when it was last opened, where that can be told.
         std::function<std::optional<std::int64_t>(const std::string&)> lastUsed;
         // The real disk: sizes by the scan engine, listings by the folder, last use by access time alone.
