@@ -8,6 +8,7 @@
 
 #include "Fixture.h"
 #include "UninstallKit/ResidueScanner.h"
+#include "UninstallKit/UninstallPlanner.h"
 
 using namespace tessel;
 
@@ -107,4 +108,45 @@ TEST(ResidueMatching, NamesSharedOrTooShortAreNoOnesEvidence) {
     EXPECT_EQ(scanner.match("com.beta.Notes", notesA), std::nullopt) << "residue is never taken from a living app";
     EXPECT_FALSE(scanner.nameIsAmbiguous(alpha2));
     EXPECT_TRUE(scanner.nameIsAmbiguous(notesA));
+}
+
+TEST(UninstallPlans, AnAppTheUserPutThereGoesWholeAndAPackagedOneIsHandedOff) {
+    test::TempFolder home;
+    DesktopMachine machine;
+    machine.home = home.path();
+    machine.dataHome = home / ".local/share";
+    make(home / "Applications/Editor.AppImage", false);
+    make(home / ".config/org.example.Editor");
+    make(home / ".var/app/org.example.Maps/data");
+    make(home / ".config/maps");
+
+    InstalledApp editor = app("Editor", "org.example.Editor", "appimage");
+    editor.bundlePath = home / "Applications/Editor.AppImage";
+    InstalledApp maps = app("Maps", "org.example.Maps", "flatpak");
+    maps.package = "org.example.Maps";
+    maps.entryPath = home / ".local/share/flatpak/exports/share/applications/org.example.Maps.desktop";
+    InstalledApp viewer = app("Viewer", "viewer", "dpkg");
+    viewer.package = "viewer";
+    const ResidueLocation::LinuxFolders folders{home.path(), home / ".config", home / ".local/share", home / ".cache",
+                                                home / ".local/state", "/nonexistent"};
+    const ResidueScanner scanner({editor, maps, viewer}, ResidueLocation::onLinux(folders), sizeOf, Platform::linuxOS);
+
+    const UninstallPlan editorPlan = UninstallPlanner::plan(editor, scanner, machine, false);
+    EXPECT_EQ(editorPlan.bundlePath, home / "Applications/Editor.AppImage");
+    EXPECT_EQ(editorPlan.handoff, std::nullopt);
+    const UninstallPlan mapsPlan = UninstallPlanner::plan(maps, scanner, machine, true);
+    EXPECT_EQ(mapsPlan.handoff, "flatpak uninstall --user org.example.Maps");
+    EXPECT_EQ(mapsPlan.bundlePath, std::nullopt) << "never moved file by file";
+    ASSERT_EQ(mapsPlan.residue.size(), 2u);
+    ASSERT_EQ(mapsPlan.removable().size(), 1u) << "its sandbox folder may hold documents";
+    EXPECT_EQ(mapsPlan.removable().front().path, home / ".config/maps");
+    EXPECT_EQ(UninstallPlanner::handoffCommand(viewer, machine), "sudo apt remove viewer");
+
+    const std::vector<DeletionCandidate> chosen = UninstallPlanner::candidates(
+        {editorPlan, mapsPlan}, {home / "Applications/Editor.AppImage", home / ".config/org.example.Editor",
+                                 home / ".var/app/org.example.Maps"});
+    ASSERT_EQ(chosen.size(), 2u) << "what may hold documents never goes, even chosen";
+    EXPECT_EQ(chosen[0].path, home / "Applications/Editor.AppImage");
+    EXPECT_FALSE(chosen[0].isDirectory);
+    EXPECT_EQ(chosen[1].path, home / ".config/org.example.Editor");
 }
