@@ -11,6 +11,7 @@
 
 #include "Arguments.h"
 #include "Command.h"
+#include "AppJson.h"
 #include "Listing.h"
 #include "TerminalText.h"
 #include "DiskScanKit/Paths.h"
@@ -24,23 +25,6 @@ namespace tessel::cli {
 namespace {
 
 const std::vector<OptionSpec> appsOptions{{"json", false}, {"root", true}};
-
-nlohmann::ordered_json appItem(const FoundApp& found) {
-    const InstalledApp& app = found.app;
-    nlohmann::ordered_json item;
-    putName(item, "name", app.name);
-    putName(item, "identifier", app.bundleIdentifier.value_or(""));
-    if (app.version) putName(item, "version", *app.version);
-    else item["version"] = nullptr;
-    putName(item, "path", app.bundlePath);
-    item["source"] = app.source;
-    item["isSystem"] = app.isSystemApp;
-    item["bytes"] = found.bytes ? nlohmann::ordered_json(*found.bytes) : nlohmann::ordered_json(nullptr);
-    item["isRunning"] = found.isRunning;
-    item["isShown"] = app.isShown;
-    putName(item, "entry", app.entryPath);
-    return item;
-}
 
 nlohmann::ordered_json unreadableItems(const std::vector<std::pair<std::string, std::string>>& entries) {
     nlohmann::ordered_json list = nlohmann::ordered_json::array();
@@ -66,6 +50,23 @@ void printApp(const FoundApp& found) {
 }
 
 } // namespace
+
+nlohmann::ordered_json appJson(const FoundApp& found) {
+    const InstalledApp& app = found.app;
+    nlohmann::ordered_json item;
+    putName(item, "name", app.name);
+    putName(item, "identifier", app.bundleIdentifier.value_or(""));
+    if (app.version) putName(item, "version", *app.version);
+    else item["version"] = nullptr;
+    putName(item, "path", app.bundlePath);
+    item["source"] = app.source;
+    item["isSystem"] = app.isSystemApp;
+    item["bytes"] = found.bytes ? nlohmann::ordered_json(*found.bytes) : nlohmann::ordered_json(nullptr);
+    item["isRunning"] = found.isRunning;
+    item["isShown"] = app.isShown;
+    putName(item, "entry", app.entryPath);
+    return item;
+}
 
 int runApps(const std::vector<std::string>& words) {
     const Arguments arguments = parseArguments(words, appsOptions);
@@ -95,7 +96,7 @@ int runApps(const std::vector<std::string>& words) {
     const FoundAppListing listing = FoundApps::gather(machine, AppImages::systemUnsquashfs(), running, packages);
     if (arguments.has("json")) {
         nlohmann::ordered_json list = nlohmann::ordered_json::array();
-        for (const FoundApp& app : listing.apps) list.push_back(appItem(app));
+        for (const FoundApp& app : listing.apps) list.push_back(appJson(app));
         printJson({{"apps", std::move(list)}, {"unreadable", unreadableItems(listing.unreadable)}});
         return exitSuccess;
     }

@@ -45,5 +45,6 @@ int runReceipts(const std::vector<std::string>& words);
 int runReceipt(const std::vector<std::string>& words);
 int runLaunchers(const std::vector<std::string>& words);
 int runJunk(const std::vector<std::string>& words);
+int runUninstall(const std::vector<std::string>& words);
 
 } // namespace tessel::cli

@@ -331,6 +331,26 @@ const std::vector<Command>& commands() {
          "                         (default 30)\n"
              + std::string(namesInJsonHelp),
          runJunk},
+        {"uninstall", "Remove an app and what it left",
+         "usage: tessel uninstall [--json] [--dry-run] [--root DIR] APP\n"
+         "\n"
+         "Finds what APP (its identifier, package or name, as tessel apps shows them)\n"
+         "left in the settings, data, cache and state folders, Flatpak's app folders,\n"
+         "autostart entries, user services, desktop entries, icons, and the system's\n"
+         "/etc, /var/lib, /var/log and /opt, each graded by how sure the match is.\n"
+         "An app you put here yourself (an AppImage, an app unpacked by hand) goes to\n"
+         "the Trash with its residue; an app dpkg, Flatpak or snapd installed is theirs\n"
+         "to remove, and the command that does it is shown. What needs an\n"
+         "administrator, and a sandboxed app's folder, which may hold your documents,\n"
+         "are listed and never moved.\n"
+         "\n"
+         "  --json                 print {\"app\", \"bundle\": {\"path\", \"bytes\", \"handoff\"},\n"
+         "                         \"residue\": [{\"path\", \"bytes\", \"location\", \"confidence\",\n"
+         "                         \"reason\", \"requiresAdministrator\", \"ticked\"}]}\n"
+         "  --dry-run              move nothing\n"
+         "  --root DIR             read the system's folders under DIR\n"
+             + std::string(namesInJsonHelp),
+         runUninstall},
     };
     return list;
 }

@@ -29,7 +29,7 @@ TEST(CliLinuxWords, EveryCommandsHelpAndWorkSpeakOfLinux) {
     ASSERT_EQ(help.status, 0);
     expectNoMacWord(help.out + help.err, "tessel --help");
     for (const char* command : {"scan", "largest", "search", "map", "trash", "report", "duplicates", "snapshot",
-                                "snapshots", "changes", "volumes", "apps", "owner", "receipts", "receipt", "launchers", "junk"}) {
+                                "snapshots", "changes", "volumes", "apps", "owner", "receipts", "receipt", "launchers", "junk", "uninstall"}) {
         const Outcome run = runTessel({command, "--help"});
         EXPECT_EQ(run.status, 0) << command;
         EXPECT_FALSE(run.out.empty()) << command;

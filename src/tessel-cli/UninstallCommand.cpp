@@ -1,0 +1,117 @@
+// tessel uninstall: an app and what it left. An app the user put on the
+// machine goes to the Trash with its residue; an app a package manager owns
+// is handed off with the command that removes it, its residue in the home
+// going to the Trash. With --dry-run nothing moves.
+
+#include <cstdio>
+#include <cstdlib>
+
+#include <nlohmann/json.hpp>
+
+#include "AppJson.h"
+#include "Arguments.h"
+#include "Command.h"
+#include "Listing.h"
+#include "TerminalText.h"
+#include "TrashStep.h"
+#include "Base/AsciiCase.h"
+#include "DiskScanKit/ByteFormat.h"
+#include "DiskScanKit/DiskScanner.h"
+#include "DiskScanKit/Paths.h"
+#include "UninstallKit/AppCatalog.h"
+#include "UninstallKit/UninstallPlanner.h"
+
+namespace tessel::cli {
+
+namespace {
+
+const std::vector<OptionSpec> uninstallOptions{{"json", false}, {"root", true}, {"dry-run", false}};
+
+// The app a word names: its identifier, desktop ID, package or name, in any case.
+std::optional<InstalledApp> appNamed(const std::vector<InstalledApp>& apps, const std::string& word) {
+    const std::string wanted = asciiLower(word);
+    for (const InstalledApp& app : apps) {
+        const bool named = (app.bundleIdentifier && asciiLower(*app.bundleIdentifier) == wanted) ||
+                           asciiLower(app.desktopId) == wanted || (app.package && asciiLower(*app.package) == wanted) ||
+                           asciiLower(app.name) == wanted;
+        if (named) return app;
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+int runUninstall(const std::vector<std::string>& words) {
+    const Arguments arguments = parseArguments(words, uninstallOptions);
+    if (arguments.positionals.size() != 1) throw UsageError("uninstall wants one app: its identifier, package or name");
+    const std::string root = systemRoot(arguments);
+    const DesktopMachine machine = DesktopMachine::fromEnvironment(root);
+    const std::vector<InstalledApp> apps = AppCatalog::installedApps(machine).apps;
+    const std::optional<InstalledApp> app = appNamed(apps, arguments.positionals.front());
+    if (!app) {
+        printError("no installed app is called \"" + printable(arguments.positionals.front()) + "\"; tessel apps lists them");
+        return exitFailure;
+    }
+    const ResidueLocation::LinuxFolders folders{machine.home, Paths::xdgFolder("XDG_CONFIG_HOME", machine.home, ".config"),
+                                                machine.dataHome, Paths::xdgFolder("XDG_CACHE_HOME", machine.home, ".cache"),
+                                                Paths::xdgFolder("XDG_STATE_HOME", machine.home, ".local/state"), root};
+    const ResidueScanner scanner(apps, ResidueLocation::onLinux(folders),
+                                 [](const std::string& path) { return DiskScanner::allocatedSize(path); });
+    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    const RunningPrograms running = RunningPrograms::read(
+        machine.onDisk("/proc"), runtime != nullptr && runtime[0] == '/' ? std::optional<std::string>(runtime) : std::nullopt);
+    const bool isRunning = (app->programPath && running.runs(*app->programPath)) ||
+                           (app->bundleIdentifier && running.runsApp(*app->bundleIdentifier));
+    const UninstallPlan plan = UninstallPlanner::plan(*app, scanner, machine, isRunning);
+
+    std::set<std::string> ticked;
+    if (plan.bundlePath && !plan.bundleRequiresAdministrator) ticked.insert(*plan.bundlePath);
+    for (const ResidueItem& item : plan.removable()) ticked.insert(item.path);
+    const bool dryRun = arguments.has("dry-run");
+    const TrashRun trashed = dryRun ? TrashRun{} : moveToTrash(UninstallPlanner::candidates({plan}, ticked), false);
+
+    if (arguments.has("json")) {
+        nlohmann::ordered_json bundle;
+        if (plan.bundlePath) putName(bundle, "path", *plan.bundlePath);
+        else bundle["path"] = nullptr;
+        bundle["bytes"] = plan.bundleBytes;
+        if (plan.handoff) bundle["handoff"] = *plan.handoff;
+        else bundle["handoff"] = nullptr;
+        nlohmann::ordered_json residue = nlohmann::ordered_json::array();
+        for (const ResidueItem& item : plan.residue) {
+            nlohmann::ordered_json row;
+            putName(row, "path", item.path);
+            row["bytes"] = item.bytes;
+            row["location"] = item.locationLabel;
+            row["confidence"] = std::string(MatchConfidences::rawValue(item.confidence));
+            putName(row, "reason", item.reason);
+            row["requiresAdministrator"] = item.requiresAdministrator;
+            row["ticked"] = ticked.contains(item.path);
+            residue.push_back(std::move(row));
+        }
+        nlohmann::ordered_json report{{"app", appJson(FoundApp{*app, plan.bundleBytes, isRunning})},
+                                      {"bundle", std::move(bundle)},
+                                      {"residue", std::move(residue)}};
+        if (!dryRun) report["trash"] = trashReport(trashed.plan, trashed.outcome);
+        printJson(report);
+    } else {
+        std::printf("%s%s\n", printable(app->name).c_str(), isRunning ? " (running: quit it before it goes)" : "");
+        if (plan.bundlePath) std::printf("  the app: %s, %s\n", printable(*plan.bundlePath).c_str(), ByteFormat::string(plan.bundleBytes).c_str());
+        if (plan.handoff) std::printf("  the app is its package manager's: remove it with\n    %s\n", plan.handoff->c_str());
+        for (const ResidueItem& item : plan.residue)
+            std::printf("  [%c] %s  %s\n      %s: %s, %s%s\n", ticked.contains(item.path) ? 'x' : ' ',
+                        ByteFormat::padded(item.bytes, 9).c_str(), printable(item.path).c_str(), item.locationLabel.c_str(),
+                        std::string(MatchConfidences::label(item.confidence)).c_str(), printable(item.reason).c_str(),
+                        item.requiresAdministrator ? " (needs an administrator)" : item.mayHoldDocuments ? " (may hold documents)" : "");
+        if (dryRun) {
+            std::printf("Nothing was moved: --dry-run.\n");
+        } else {
+            printPlan(trashed.plan);
+            printOutcome(trashed.outcome);
+        }
+    }
+    if (dryRun) return exitSuccess;
+    return trashed.plan.refused.empty() && trashed.outcome.failures.empty() ? exitSuccess : exitFailure;
+}
+
+} // namespace tessel::cli
