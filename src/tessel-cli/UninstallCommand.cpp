@@ -18,7 +18,10 @@
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/DiskScanner.h"
 #include "DiskScanKit/Paths.h"
-#include "UninstallKit/AppCatalog.h"
+#include "UninstallKit/AppImages.h"
+#include "UninstallKit/DpkgDatabase.h"
+#include "UninstallKit/FoundApps.h"
+#include "UninstallKit/PathOwners.h"
 #include "UninstallKit/UninstallPlanner.h"
 
 namespace tessel::cli {
@@ -28,13 +31,14 @@ namespace {
 const std::vector<OptionSpec> uninstallOptions{{"json", false}, {"root", true}, {"dry-run", false}};
 
 // The app a word names: its identifier, desktop ID, package or name, in any case.
-std::optional<InstalledApp> appNamed(const std::vector<InstalledApp>& apps, const std::string& word) {
+std::optional<FoundApp> appNamed(const std::vector<FoundApp>& found, const std::string& word) {
     const std::string wanted = asciiLower(word);
-    for (const InstalledApp& app : apps) {
+    for (const FoundApp& each : found) {
+        const InstalledApp& app = each.app;
         const bool named = (app.bundleIdentifier && asciiLower(*app.bundleIdentifier) == wanted) ||
                            asciiLower(app.desktopId) == wanted || (app.package && asciiLower(*app.package) == wanted) ||
                            asciiLower(app.name) == wanted;
-        if (named) return app;
+        if (named) return each;
     }
     return std::nullopt;
 }
@@ -46,9 +50,23 @@ int runUninstall(const std::vector<std::string>& words) {
     if (arguments.positionals.size() != 1) throw UsageError("uninstall wants one app: its identifier, package or name");
     const std::string root = systemRoot(arguments);
     const DesktopMachine machine = DesktopMachine::fromEnvironment(root);
-    const std::vector<InstalledApp> apps = AppCatalog::installedApps(machine).apps;
-    const std::optional<InstalledApp> app = appNamed(apps, arguments.positionals.front());
-    if (!app) {
+    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    const RunningPrograms running = RunningPrograms::read(
+        machine.onDisk("/proc"), runtime != nullptr && runtime[0] == '/' ? std::optional<std::string>(runtime) : std::nullopt);
+    // Where each app came from decides how it goes: the package database says which are its.
+    std::optional<PathOwners> owners;
+    FoundApps::Packages packages;
+    try {
+        owners = PathOwners::cached(root, cacheFolder());
+        packages = {&*owners, PackageReceipts::list(root)};
+    } catch (const DpkgError&) {
+        packages = {};
+    }
+    const FoundAppListing listing = FoundApps::gather(machine, AppImages::systemUnsquashfs(), running, packages);
+    std::vector<InstalledApp> apps;
+    for (const FoundApp& found : listing.apps) apps.push_back(found.app);
+    const std::optional<FoundApp> chosen = appNamed(listing.apps, arguments.positionals.front());
+    if (!chosen) {
         printError("no installed app is called \"" + printable(arguments.positionals.front()) + "\"; tessel apps lists them");
         return exitFailure;
     }
@@ -57,11 +75,8 @@ int runUninstall(const std::vector<std::string>& words) {
                                                 Paths::xdgFolder("XDG_STATE_HOME", machine.home, ".local/state"), root};
     const ResidueScanner scanner(apps, ResidueLocation::onLinux(folders),
                                  [](const std::string& path) { return DiskScanner::allocatedSize(path); });
-    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
-    const RunningPrograms running = RunningPrograms::read(
-        machine.onDisk("/proc"), runtime != nullptr && runtime[0] == '/' ? std::optional<std::string>(runtime) : std::nullopt);
-    const bool isRunning = (app->programPath && running.runs(*app->programPath)) ||
-                           (app->bundleIdentifier && running.runsApp(*app->bundleIdentifier));
+    const InstalledApp* app = &chosen->app;
+    const bool isRunning = chosen->isRunning;
     const UninstallPlan plan = UninstallPlanner::plan(*app, scanner, machine, isRunning);
 
     std::set<std::string> ticked;
@@ -89,7 +104,7 @@ int runUninstall(const std::vector<std::string>& words) {
             row["ticked"] = ticked.contains(item.path);
             residue.push_back(std::move(row));
         }
-        nlohmann::ordered_json report{{"app", appJson(FoundApp{*app, plan.bundleBytes, isRunning})},
+        nlohmann::ordered_json report{{"app", appJson(*chosen)},
                                       {"bundle", std::move(bundle)},
                                       {"residue", std::move(residue)}};
         if (!dryRun) report["trash"] = trashReport(trashed.plan, trashed.outcome);
