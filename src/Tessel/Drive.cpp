@@ -110,6 +110,13 @@ bool waitForDuplicates(TesselApp& app) {
     return waitUntil([&] { return duplicates->state() != DuplicatesModel::State::Working; }, 20000);
 }
 
+// The junk room looks when asked; true once it has found.
+bool findJunk(TesselApp& app) {
+    JunkModel* junk = app.session().tools()->junk();
+    junk->run();
+    return waitUntil([&] { return junk->phase() != JunkModel::Phase::Running; }, 60000);
+}
+
 // Words that light part of the fixture's map (its photos) and dim the rest.
 void searchTheMap(TesselApp& app) {
     SpaceMapModel* map = app.session().spaceMap();
@@ -172,6 +179,14 @@ int selfTest(TesselApp& app) {
         if (room == "duplicates" && !waitForDuplicates(app)) {
             std::fprintf(stderr, "tessel-app: the duplicates room did not finish comparing\n");
             return 1;
+        }
+        if (room == "junk") {
+            shown.gather(app.window(), "junk, before a search");
+            if (!findJunk(app)) {
+                std::fprintf(stderr, "tessel-app: the junk room did not finish its search\n");
+                return 1;
+            }
+            settle(80);
         }
         shown.gather(app.window(), room);
     }
@@ -268,6 +283,19 @@ int screenshots(TesselApp& app, const QString& folder, bool inFixture) {
         for (const QString& room : app.shell().roomIds()) {
             app.shell().setRoom(room);
             settle(room == "overview" ? 500 : 150);
+            if (room == "junk") {
+                saved += save(window, QStringLiteral("%1/junk-idle-%2.png").arg(folder, theme)) ? 1 : 0;
+                findJunk(app);
+                settle(200);
+                saved += save(window, QStringLiteral("%1/%2-%3.png").arg(folder, room, theme)) ? 1 : 0;
+                // The ticked items, as the confirmation shows them.
+                app.session().tools()->junk()->removeTicked();
+                settle(300);
+                if (app.session().removal()->hasPlan())
+                    saved += save(window, QStringLiteral("%1/junk-removal-%2.png").arg(folder, theme)) ? 1 : 0;
+                app.session().removal()->cancel();
+                continue;
+            }
             if (room == "duplicates") {
                 waitForDuplicates(app);
                 settle(150);

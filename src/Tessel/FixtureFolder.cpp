@@ -30,6 +30,11 @@ FixtureFolder::FixtureFolder() {
     write(root + "/Music/Album/track-01.flac", 3'100'000);
     write(root + "/Music/Album/track-02.flac", 2'900'000);
     write(root + "/.cache/thumbnails/large.bin", 1'500'000);
+    // Junk: what tools download again, a log an app keeps, the session's errors.
+    write(root + "/.cache/pip/http/cache.bin", 2'200'000);
+    write(root + "/.npm/_cacache/content-v2/data.bin", 3'400'000);
+    write(root + "/.local/state/editor/logs/today.log", 1'200'000);
+    write(root + "/.xsession-errors", 1'100'000);
     for (int i = 0; i < 40; ++i) write(root + QStringLiteral("/Projects/site/node_modules/pkg-%1/index.js").arg(i), 9'000);
     write(root + "/Projects/site/build/bundle.js", 1'100'000);
     // Copies for the duplicates room: a download filed away, photos copied to the desktop, an album backed up.

@@ -10,7 +10,10 @@ namespace {
 AppSession::Dependencies dependencies(QSettings* settings, const std::string& initialPath,
                                       const std::optional<std::string>& home) {
     AppSession::Dependencies chosen = AppSession::Dependencies::system(settings, initialPath);
-    if (home) chosen.home = chosen.scanEnvironment.home = *home;
+    if (home) {
+        chosen.home = chosen.scanEnvironment.home = *home;
+        chosen.junk = JunkModel::Dependencies::system(JunkPlaces::forHome(*home), settings);
+    }
     return chosen;
 }
 } // namespace

@@ -10,6 +10,10 @@ namespace tessel::RemovalSheet {
 
 namespace {
 
+constexpr const char* nothingMoves = "Nothing can be moved";
+
+std::string skippedTitle(std::size_t count) { return "SKIPPED: " + std::to_string(count); }
+
 bool isFinal(DeletionRefusal reason) {
     return !DeletionRefusals::isForFileManager(reason) && reason != DeletionRefusal::inTrash;
 }
@@ -81,7 +85,7 @@ Sheet make(const DeletionPlan& plan, Platform platform) {
         Row row = rowFor(candidate, reason, platform);
         (DeletionRefusals::isForFileManager(reason) ? sheet.administrator : sheet.skipped).push_back(std::move(row));
     }
-    if (!sheet.skipped.empty()) sheet.skippedTitle = "SKIPPED: " + std::to_string(sheet.skipped.size());
+    if (!sheet.skipped.empty()) sheet.skippedTitle = skippedTitle(sheet.skipped.size());
     if (!sheet.administrator.empty())
         sheet.administratorTitle = "NEEDS AN ADMINISTRATOR: " + std::to_string(sheet.administrator.size());
 
@@ -104,11 +108,18 @@ Sheet make(const DeletionPlan& plan, Platform platform) {
         sheet.body = "Tessel moves things to the Trash and never empties it, because that is the one step that cannot "
                      "be undone. Open the Trash and choose Empty to free this space.";
     } else if (reasons(isFinal)) {
-        sheet.heading = "Nothing can be moved";
+        sheet.heading = nothingMoves;
     } else {
         sheet.heading = "Nothing can be moved from here";
     }
     return sheet;
+}
+
+void holdBack(Sheet& sheet, std::vector<Row> held) {
+    if (held.empty()) return;
+    for (Row& row : held) sheet.skipped.push_back(std::move(row));
+    sheet.skippedTitle = skippedTitle(sheet.skipped.size());
+    if (sheet.allowed.empty() && sheet.heading.empty()) sheet.heading = nothingMoves;
 }
 
 } // namespace tessel::RemovalSheet

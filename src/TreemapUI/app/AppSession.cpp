@@ -59,6 +59,7 @@ AppSession::Dependencies AppSession::Dependencies::system(QSettings* settings, s
         DesktopLaunchers::system(Paths::xdgFolder("XDG_CONFIG_HOME", dependencies.home, ".config")),
         [] { return AppCatalog::installedApps(DesktopMachine::fromEnvironment("/")).apps; });
     dependencies.knownApps = [home = dependencies.home] { return installedAppHomes(home); };
+    dependencies.junk = JunkModel::Dependencies::system(JunkPlaces::fromEnvironment(), settings);
     return dependencies;
 }
 
@@ -66,7 +67,8 @@ AppSession::AppSession(Dependencies dependencies, QObject* parent)
     : QObject(parent), dependencies_(std::move(dependencies)), tree_(this), notifications_(this),
       removal_((trashWorker_.setMaxThreadCount(1), removalEnvironment()), tree_, this),
       scan_(dependencies_.scanEnvironment, dependencies_.initialPath, this),
-      tools_(tree_, removal_, dependencies_.desktop, dependencies_.settings, changesEnvironment(), dependencies_.home, this),
+      tools_(tree_, removal_, dependencies_.desktop, dependencies_.settings, changesEnvironment(), dependencies_.home,
+             dependencies_.junk, this),
       overview_(tree_, dependencies_.settings, dependencies_.home, this), spaceMap_(tree_, dependencies_.settings, this),
       uninstall_(this), permissions_(this), largeFiles_(tree_, {&removal_, dependencies_.desktop}, dependencies_.settings, this),
       search_(tree_, {&removal_, dependencies_.desktop}, dependencies_.settings, this) {

@@ -67,6 +67,8 @@ public:
         std::shared_ptr<LauncherTiles> launchers;
         // The installed apps and their homes, for the map's Apps lens; read once, in the background.
         std::function<std::vector<MapLens::KnownApp>()> knownApps;
+        // The junk room's search and what runs; it finds nothing when left empty.
+        JunkModel::Dependencies junk;
         static Dependencies system(QSettings* settings, std::string initialPath);
     };
 

@@ -163,7 +163,7 @@ std::string_view comingSentence(const Room& room) {
     }
     switch (room.tool.value_or(Tool::junk)) {
     case Tool::junk:
-        return "Junk Files will gather caches, logs, build data and old installers, explain each one, and tick only what is safe to remove.";
+        return {};
     case Tool::duplicates:
         return "Duplicates will find files with identical contents, keep one copy of each, and tell what removing the others would really free.";
     case Tool::hidden:

@@ -28,5 +28,7 @@ inline constexpr const char* quietRelaunch = "tessel.update.quietRelaunch";
 inline constexpr const char* alertsLowDisk = "tessel.alerts.lowDisk";
 inline constexpr const char* alertsLowDiskPercent = "tessel.alerts.lowDiskPercent";
 inline constexpr const char* alertsWeeklyJunk = "tessel.alerts.weeklyJunk";
+// What the last junk search found, and when: the overview shows it at the next launch.
+inline constexpr const char* junkLastFound = "tessel.junk.lastFound";
 
 } // namespace tessel::SettingsKey

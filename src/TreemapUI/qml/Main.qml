@@ -116,6 +116,7 @@ ApplicationWindow {
                 if (window.shell.room === "search") return searchRoom
                 if (window.shell.room === "hidden") return hiddenFilesRoom
                 if (window.shell.room === "duplicates") return duplicatesRoom
+                if (window.shell.room === "junk") return junkRoom
                 if (window.shell.room === "report" || window.shell.room === "changes") return reportRoom
                 return comingRoom
             }
@@ -151,6 +152,10 @@ ApplicationWindow {
     Component {
         id: duplicatesRoom
         DuplicatesRoom { session: window.session }
+    }
+    Component {
+        id: junkRoom
+        JunkRoom { session: window.session }
     }
     Component {
         id: reportRoom

@@ -9,6 +9,7 @@
 #include <span>
 
 #include "app/Notices.h"
+#include "DiskScanKit/Paths.h"
 #include "linux/FileManagerHandOff.h"
 #include "support/QtText.h"
 #include "support/ThreadName.h"
@@ -31,6 +32,20 @@ QVariantList rowsFor(const std::vector<RemovalSheet::Row>& rows) {
     return list;
 }
 
+// Takes what `lastCheck` holds back out of `allowed`: by path, with why.
+std::map<std::string, std::string> holdBack(const RemovalRoad::LastCheck& lastCheck, std::vector<DeletionCandidate>& allowed,
+                                            std::vector<DeletionCandidate>* held = nullptr) {
+    if (!lastCheck || allowed.empty()) return {};
+    std::map<std::string, std::string> reasons = lastCheck(allowed);
+    if (reasons.empty()) return reasons;
+    std::erase_if(allowed, [&](const DeletionCandidate& candidate) {
+        if (!reasons.contains(candidate.path)) return false;
+        if (held != nullptr) held->push_back(candidate);
+        return true;
+    });
+    return reasons;
+}
+
 } // namespace
 
 DeletionCandidate RemovalRoad::candidateFor(const FileNode& node) {
@@ -50,25 +65,35 @@ RemovalRoad::RemovalRoad(RemovalEnvironment environment, ScannedTree& tree, QObj
 
 RemovalRoad::~RemovalRoad() { relay_->detach(); }
 
-void RemovalRoad::prepare(std::vector<DeletionCandidate> candidates, std::map<std::string, std::string> labels) {
+void RemovalRoad::prepare(std::vector<DeletionCandidate> candidates, std::map<std::string, std::string> labels,
+                          LastCheck lastCheck) {
     if (isWorking_) return;
     const int request = ++planRequest_;
     RemovalRoad* self = this;
     // The guard looks at every candidate on the disk: a thousand of them take a
     // while, which the window must not wait for.
     (void)QtConcurrent::run(environment_.worker, [relay = relay_, self, request, candidates = std::move(candidates),
-                                                  labels = std::move(labels), environment = environment_] {
+                                                  labels = std::move(labels), lastCheck = std::move(lastCheck),
+                                                  environment = environment_] {
         nameThisThread("Tessel.trash");
         DeletionPlan plan =
             DeletionGuard::plan(candidates, environment.context, *environment.files, environment.extensionDatabase);
+        std::vector<DeletionCandidate> heldCandidates;
+        const std::map<std::string, std::string> reasons = holdBack(lastCheck, plan.allowed, &heldCandidates);
         RemovalSheet::Sheet sheet = RemovalSheet::make(plan, environment.context.platform);
+        std::vector<RemovalSheet::Row> held;
+        for (const DeletionCandidate& candidate : heldCandidates)
+            held.push_back({candidate.path, std::string(Paths::lastComponent(candidate.path)), candidate.bytes,
+                            reasons.at(candidate.path), {}, {}, {}});
+        RemovalSheet::holdBack(sheet, std::move(held));
         for (std::vector<RemovalSheet::Row>* rows : {&sheet.allowed, &sheet.skipped, &sheet.administrator})
             for (RemovalSheet::Row& row : *rows)
                 if (auto label = labels.find(row.path); label != labels.end()) row.name = label->second;
-        relay->post([self, request, plan = std::move(plan), sheet = std::move(sheet)]() mutable {
+        relay->post([self, request, plan = std::move(plan), sheet = std::move(sheet), lastCheck]() mutable {
             if (request != self->planRequest_ || self->isWorking_) return;
             self->plan_ = std::move(plan);
             self->sheet_ = std::move(sheet);
+            self->lastCheck_ = std::move(lastCheck);
             emit self->planChanged();
         });
     });
@@ -79,6 +104,7 @@ void RemovalRoad::cancel() {
     if (!plan_) return;
     plan_.reset();
     sheet_ = {};
+    lastCheck_ = {};
     emit planChanged();
 }
 
@@ -96,9 +122,12 @@ void RemovalRoad::confirm() {
     RemovalRoad* self = this;
     TrashService* service = &service_;
     (void)QtConcurrent::run(environment_.worker, [relay = relay_, self, service, plan = *plan_,
-                                                  context = environment_.context] {
+                                                  context = environment_.context, lastCheck = lastCheck_]() mutable {
         nameThisThread("Tessel.trash");
+        // What started to be used since the confirmation opened stays, and says why.
+        const std::map<std::string, std::string> held = holdBack(lastCheck, plan.allowed);
         TrashOutcome outcome = service->trash(plan, context);
+        for (const auto& [path, reason] : held) outcome.failures.push_back({path, reason});
         relay->post([self, outcome = std::move(outcome)]() mutable { self->moved(std::move(outcome)); });
     });
 }
@@ -126,6 +155,7 @@ void RemovalRoad::moved(TrashOutcome outcome) {
     lastOutcome_ = std::move(outcome);
     plan_.reset();
     sheet_ = {};
+    lastCheck_ = {};
     ++generation_;
     setWorking(false);
     emit finished();

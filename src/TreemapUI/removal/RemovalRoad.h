@@ -71,9 +71,16 @@ public:
 
     // A node of the tree as the guard sees it: its path, its size, whether it is a folder.
     static DeletionCandidate candidateFor(const FileNode& node);
+    // What a room asks once more, off the main thread, before the confirmation
+    // opens and again right before anything moves: the candidates that must
+    // stay after all (a program that uses them has started), by path, each
+    // with the sentence that says why.
+    using LastCheck = std::function<std::map<std::string, std::string>(const std::vector<DeletionCandidate>&)>;
+
     // Judges the candidates off the main thread, then opens the confirmation;
     // `labels` name rows by path.
-    void prepare(std::vector<DeletionCandidate> candidates, std::map<std::string, std::string> labels = {});
+    void prepare(std::vector<DeletionCandidate> candidates, std::map<std::string, std::string> labels = {},
+                 LastCheck lastCheck = {});
     Q_INVOKABLE void cancel();
     // Moves what the plan allows, off the main thread.
     Q_INVOKABLE void confirm();
@@ -130,6 +137,7 @@ private:
     TrashService service_;
     std::shared_ptr<MainThreadRelay> relay_ = MainThreadRelay::make(this);
     std::optional<DeletionPlan> plan_;
+    LastCheck lastCheck_;
     RemovalSheet::Sheet sheet_;
     std::optional<TrashOutcome> lastOutcome_;
     // Parallel to the service's undo stack, oldest first.

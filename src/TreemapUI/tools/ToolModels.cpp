@@ -5,10 +5,11 @@
 namespace tessel {
 
 ToolModels::ToolModels(ScannedTree& tree, RemovalRoad& road, const Desktop& desktop, QSettings* settings,
-                       ChangesModel::Environment changes, std::string home, QObject* parent)
+                       ChangesModel::Environment changes, std::string home, JunkModel::Dependencies junk,
+                       QObject* parent)
     : QObject(parent), settings_(settings), hidden_(tree, {&road, desktop}, settings, this),
       changes_(std::move(changes), tree, {&road, desktop}, this),
-      duplicates_({std::move(home), settings}, tree, road, this),
+      duplicates_({std::move(home), settings}, tree, road, this), junk_(std::move(junk), road, this),
       report_(tree, &QDateTime::currentDateTime, this) {
     connect(&tree, &ScannedTree::replaced, this, [this] {
         scannedAt_ = QDateTime::currentDateTime();

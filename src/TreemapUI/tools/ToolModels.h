@@ -16,6 +16,7 @@
 #include "lists/LargeFilesModel.h"
 #include "lists/SearchModel.h"
 #include "tools/hidden/HiddenFilesModel.h"
+#include "tools/junk/JunkModel.h"
 
 namespace tessel {
 
@@ -27,18 +28,21 @@ class ToolModels : public QObject {
     Q_PROPERTY(tessel::HiddenFilesModel* hidden READ hidden CONSTANT)
     Q_PROPERTY(tessel::ChangesModel* changes READ changes CONSTANT)
     Q_PROPERTY(tessel::DuplicatesModel* duplicates READ duplicates CONSTANT)
+    Q_PROPERTY(tessel::JunkModel* junk READ junk CONSTANT)
     Q_PROPERTY(tessel::ReportView* report READ report CONSTANT)
     // The report room's tab: "changes" or "summary".
     Q_PROPERTY(QString reportTab READ reportTab WRITE setReportTab NOTIFY reportTabChanged)
 public:
     // Each tool follows `tree` itself; those that remove go by `road`.
     ToolModels(ScannedTree& tree, RemovalRoad& road, const Desktop& desktop, QSettings* settings,
-               ChangesModel::Environment changes, std::string home, QObject* parent = nullptr);
+               ChangesModel::Environment changes, std::string home, JunkModel::Dependencies junk,
+               QObject* parent = nullptr);
 
     QDateTime scannedAt() const { return scannedAt_; }
     HiddenFilesModel* hidden() { return &hidden_; }
     ChangesModel* changes() { return &changes_; }
     DuplicatesModel* duplicates() { return &duplicates_; }
+    JunkModel* junk() { return &junk_; }
     ReportView* report() { return &report_; }
     QString reportTab() const;
     void setReportTab(const QString& tab);
@@ -53,6 +57,7 @@ private:
     HiddenFilesModel hidden_;
     ChangesModel changes_;
     DuplicatesModel duplicates_;
+    JunkModel junk_;
     ReportView report_;
 };
 

@@ -48,6 +48,10 @@ std::string restoredTitle(std::size_t count);
 // "1 item could not be moved"
 std::string failedTitle(std::size_t count);
 Sheet make(const DeletionPlan& plan, Platform platform = currentPlatform());
+// Adds rows the caller holds back for a reason of its own (a program that
+// uses them is running) to what is skipped, each with its sentence; with
+// nothing left to move, the heading says so.
+void holdBack(Sheet& sheet, std::vector<Row> held);
 // The name the file manager goes by here: "Finder" on macOS, "Files" elsewhere.
 std::string fileManagerName(Platform platform = currentPlatform());
 

@@ -10,6 +10,8 @@ Flickable {
     required property ShellModel shell
     readonly property OverviewModel overview: session.overview
     readonly property ScanCoordinator scan: session.scan
+    // What a tool found when it last looked, by the tool's key, kept across launches.
+    readonly property var figures: ({ junk: session.tools.junk.lastFound })
 
     contentHeight: page.implicitHeight + 48
     clip: true
@@ -180,9 +182,22 @@ Flickable {
                             }
                         }
                         Text {
+                            id: toolFigure
+                            anchors.right: parent.right
+                            anchors.rightMargin: 16
+                            anchors.verticalCenter: badge.verticalCenter
+                            text: room.figures[tool.modelData.key] || ""
+                            color: badge.tone
+                            font.pixelSize: Style.bodySize
+                            font.weight: Font.DemiBold
+                        }
+                        Text {
                             anchors.left: badge.right
                             anchors.leftMargin: 12
+                            anchors.right: toolFigure.left
+                            anchors.rightMargin: 8
                             anchors.verticalCenter: badge.verticalCenter
+                            elide: Text.ElideRight
                             text: tool.modelData.title
                             color: Style.theme.text
                             font.pixelSize: Style.bodySize + 1

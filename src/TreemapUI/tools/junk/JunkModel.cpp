@@ -1,0 +1,352 @@
+#include "tools/junk/JunkModel.h"
+
+#include <QDateTime>
+#include <QtConcurrent/QtConcurrentRun>
+
+#include <chrono>
+#include <cstdlib>
+#include <map>
+
+#include "app/SettingsKeys.h"
+#include "DiskScanKit/ByteFormat.h"
+#include "DiskScanKit/CheckedSize.h"
+#include "removal/RemovalRoad.h"
+#include "support/QtText.h"
+#include "support/ThreadName.h"
+#include "UninstallKit/JunkSearch.h"
+
+namespace tessel {
+
+namespace {
+
+QString sizeText(std::int64_t bytes) { return toQString(ByteFormat::string(bytes)); }
+
+QString tickWord(JunkChoices::TickState state) {
+    switch (state) {
+    case JunkChoices::TickState::all: return QStringLiteral("all");
+    case JunkChoices::TickState::some: return QStringLiteral("some");
+    case JunkChoices::TickState::none: break;
+    }
+    return QStringLiteral("none");
+}
+
+} // namespace
+
+int JunkGroupList::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : static_cast<int>(rows_.size());
+}
+
+QVariant JunkGroupList::data(const QModelIndex& index, int role) const {
+    if (!index.isValid() || index.row() >= rowCount()) return {};
+    const Row& row = rows_[static_cast<std::size_t>(index.row())];
+    switch (role) {
+    case groupIdRole: return row.groupId;
+    case titleRole: return row.title;
+    case summaryRole: return row.summary;
+    case sizeRole: return row.size;
+    case tickStateRole: return row.tickState;
+    case tickableRole: return row.tickable;
+    case itemsRole: return row.items;
+    default: return {};
+    }
+}
+
+QHash<int, QByteArray> JunkGroupList::roleNames() const {
+    return {{groupIdRole, "groupId"}, {titleRole, "title"},         {summaryRole, "summary"}, {sizeRole, "size"},
+            {tickStateRole, "tickState"}, {tickableRole, "tickable"}, {itemsRole, "items"}};
+}
+
+void JunkGroupList::reset(std::vector<Row> rows) {
+    const bool counted = rows.size() != rows_.size();
+    beginResetModel();
+    rows_ = std::move(rows);
+    endResetModel();
+    if (counted) emit countChanged();
+}
+
+void JunkGroupList::replace(int row, Row value) {
+    if (row < 0 || row >= rowCount()) return;
+    rows_[static_cast<std::size_t>(row)] = std::move(value);
+    emit dataChanged(index(row), index(row));
+}
+
+JunkModel::Dependencies JunkModel::Dependencies::system(JunkPlaces places, QSettings* settings) {
+    Dependencies dependencies;
+    dependencies.find = [places = std::move(places)](std::int64_t now, const Progress& progress,
+                                                     const std::function<bool()>& isCancelled) {
+        JunkFinder::Settings finding;
+        finding.now = now;
+        return JunkSearch::run(places, finding, {}, progress, isCancelled);
+    };
+    dependencies.running = [] {
+        const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+        return RunningPrograms::read("/proc", runtime != nullptr && runtime[0] == '/' ? std::optional<std::string>(runtime)
+                                                                                      : std::nullopt);
+    };
+    dependencies.now = [] {
+        return std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch()).count();
+    };
+    dependencies.settings = settings;
+    return dependencies;
+}
+
+JunkModel::JunkModel(Dependencies dependencies, RemovalRoad& road, QObject* parent)
+    : QObject(parent), dependencies_(std::move(dependencies)), road_(road), list_(this) {
+    // One search at a time; an overtaken one waits for its turn and then publishes nothing.
+    worker_.setMaxThreadCount(1);
+    // What moved leaves its group, and comes back with Undo.
+    connect(&road_, &RemovalRoad::finished, this, &JunkModel::refreshPresence);
+}
+
+JunkModel::~JunkModel() {
+    relay_->detach();
+    stopRunning();
+    worker_.waitForDone();
+}
+
+void JunkModel::stopRunning() {
+    if (cancelled_) cancelled_->store(true);
+    cancelled_.reset();
+}
+
+void JunkModel::setPhase(Phase phase) {
+    if (phase_ == phase) return;
+    phase_ = phase;
+    emit phaseChanged();
+}
+
+void JunkModel::run() {
+    if (!dependencies_.find) return;
+    stopRunning();
+    const int generation = ++generation_;
+    cancelled_ = std::make_shared<std::atomic<bool>>(false);
+    done_ = total_ = 0;
+    emit progressChanged();
+    setPhase(Phase::Running);
+    const std::int64_t now = dependencies_.now ? dependencies_.now() : 0;
+    JunkModel* self = this;
+    (void)QtConcurrent::run(&worker_, [relay = relay_, self, generation, now, flag = cancelled_,
+                                       find = dependencies_.find, running = dependencies_.running] {
+        nameThisThread("Tessel.junk");
+        std::vector<JunkItem> items = find(
+            now,
+            [relay, self, generation](std::size_t done, std::size_t total) {
+                relay->post([self, generation, done, total] {
+                    if (generation != self->generation_) return;
+                    self->done_ = static_cast<int>(done);
+                    self->total_ = static_cast<int>(total);
+                    emit self->progressChanged();
+                });
+            },
+            [flag] { return flag->load(); });
+        // A stopped or overtaken search is dropped by its generation when it arrives.
+        std::set<std::string> inUse = running && !flag->load() ? JunkSearch::inUse(items, running()) : std::set<std::string>{};
+        relay->post([self, generation, items = std::move(items), inUse = std::move(inUse)]() mutable {
+            if (generation == self->generation_) self->received(std::move(items), std::move(inUse));
+        });
+    });
+}
+
+void JunkModel::cancel() {
+    if (phase_ != Phase::Running) return;
+    stopRunning();
+    // Whatever the stopped search still sends is dropped.
+    ++generation_;
+    done_ = total_ = 0;
+    emit progressChanged();
+    setPhase(Phase::Idle);
+}
+
+void JunkModel::received(std::vector<JunkItem> items, std::set<std::string> inUse) {
+    cancelled_.reset();
+    items_ = std::move(items);
+    inUse_ = std::move(inUse);
+    gone_.clear();
+    searchedAt_ = dependencies_.now ? dependencies_.now() : 0;
+    rebuild();
+    selection_ = JunkChoices::recommended(items_, inUse_);
+    publish();
+    setPhase(Phase::Done);
+}
+
+void JunkModel::rebuild() {
+    std::vector<JunkItem> present;
+    for (const JunkItem& item : items_)
+        if (!gone_.contains(item.path)) present.push_back(item);
+    shown_ = JunkChoices::orderedGroups(present);
+}
+
+void JunkModel::publish() {
+    std::vector<JunkGroupList::Row> rows;
+    rows.reserve(shown_.size());
+    for (const JunkChoices::Group& group : shown_) rows.push_back(rowFor(group));
+    list_.reset(std::move(rows));
+    emit resultChanged();
+    emit ticksChanged();
+    remember();
+}
+
+void JunkModel::publishTicks() {
+    for (std::size_t row = 0; row < shown_.size(); ++row) list_.replace(static_cast<int>(row), rowFor(shown_[row]));
+    emit ticksChanged();
+}
+
+void JunkModel::remember() {
+    if (dependencies_.settings == nullptr || searchedAt_ == 0) return;
+    const QVariantMap stored{{QStringLiteral("bytes"), totalFound()},
+                             {QStringLiteral("date"), QDateTime::fromSecsSinceEpoch(searchedAt_)}};
+    if (dependencies_.settings->value(SettingsKey::junkLastFound).toMap() == stored) return;
+    dependencies_.settings->setValue(SettingsKey::junkLastFound, stored);
+    emit lastFoundChanged();
+}
+
+QString JunkModel::lastFound() const {
+    if (dependencies_.settings == nullptr) return {};
+    const QVariantMap stored = dependencies_.settings->value(SettingsKey::junkLastFound).toMap();
+    const QDateTime date = stored.value(QStringLiteral("date")).toDateTime();
+    bool known = false;
+    const qint64 bytes = stored.value(QStringLiteral("bytes")).toLongLong(&known);
+    if (!known || !date.isValid()) return {};
+    return QStringLiteral("%1 found on %2").arg(sizeText(bytes), date.toLocalTime().toString(QStringLiteral("d MMM")));
+}
+
+void JunkModel::toggle(const QString& path) {
+    const std::string key = toBytes(path);
+    for (const JunkChoices::Group& group : shown_)
+        for (const JunkItem& item : group.items) {
+            if (item.path != key || !JunkChoices::isTickable(item, inUse_)) continue;
+            if (selection_.erase(key) == 0) selection_.insert(key);
+            publishTicks();
+            return;
+        }
+}
+
+void JunkModel::toggleGroup(const QString& groupId) {
+    for (const JunkChoices::Group& group : shown_)
+        if (toQString(group.id()) == groupId) {
+            JunkChoices::toggle(group, selection_, inUse_);
+            publishTicks();
+            return;
+        }
+}
+
+void JunkModel::selectAll() {
+    std::vector<JunkItem> present;
+    for (const JunkChoices::Group& group : shown_) present.insert(present.end(), group.items.begin(), group.items.end());
+    selection_ = JunkChoices::everything(present, inUse_);
+    publishTicks();
+}
+
+void JunkModel::selectRecommended() {
+    selection_ = JunkChoices::recommended(items_, inUse_);
+    std::erase_if(selection_, [this](const std::string& path) { return gone_.contains(path); });
+    publishTicks();
+}
+
+JunkChoices::TickState JunkModel::tickState(const std::string& groupId) const {
+    for (const JunkChoices::Group& group : shown_)
+        if (group.id() == groupId) return JunkChoices::tickState(group, selection_, inUse_);
+    return JunkChoices::TickState::none;
+}
+
+void JunkModel::refreshPresence() {
+    if (items_.empty()) return;
+    std::set<std::string> gone;
+    for (const JunkItem& item : items_)
+        if (dependencies_.presence && dependencies_.presence(item.path) == JunkChoices::Presence::missing) gone.insert(item.path);
+    if (gone == gone_) return;
+    gone_ = std::move(gone);
+    for (const std::string& path : gone_) selection_.erase(path);
+    rebuild();
+    publish();
+}
+
+void JunkModel::heldBack(const std::set<std::string>& paths) {
+    bool changed = false;
+    for (const JunkItem& item : items_)
+        if (paths.contains(item.path)) {
+            changed = inUse_.insert(item.path).second || changed;
+            selection_.erase(item.path);
+        }
+    if (changed) publish();
+}
+
+void JunkModel::removeTicked() {
+    std::vector<DeletionCandidate> candidates;
+    std::map<std::string, std::string> labels;
+    std::map<std::string, JunkItem> ticked;
+    for (const JunkChoices::Group& group : shown_)
+        for (const JunkItem& item : group.items) {
+            if (!selection_.contains(item.path)) continue;
+            candidates.push_back({item.path, item.bytes, item.isDirectory});
+            labels.emplace(item.path, item.name);
+            ticked.emplace(item.path, item);
+        }
+    if (candidates.empty()) return;
+    RemovalRoad::LastCheck lastCheck;
+    if (dependencies_.running)
+        lastCheck = [relay = relay_, self = this, running = dependencies_.running,
+                     ticked = std::move(ticked)](const std::vector<DeletionCandidate>& going) {
+            std::vector<JunkItem> items;
+            for (const DeletionCandidate& candidate : going)
+                if (auto item = ticked.find(candidate.path); item != ticked.end()) items.push_back(item->second);
+            std::map<std::string, std::string> reasons;
+            const std::set<std::string> held = JunkSearch::inUse(items, running());
+            for (const JunkItem& item : items)
+                if (held.contains(item.path)) reasons.emplace(item.path, JunkChoices::inUseReason(item));
+            if (!held.empty()) relay->post([self, held] { self->heldBack(held); });
+            return reasons;
+        };
+    road_.prepare(std::move(candidates), std::move(labels), std::move(lastCheck));
+}
+
+int JunkModel::itemCount() const {
+    std::size_t count = 0;
+    for (const JunkChoices::Group& group : shown_) count += group.items.size();
+    return static_cast<int>(count);
+}
+
+qint64 JunkModel::totalFound() const {
+    std::int64_t bytes = 0;
+    for (const JunkChoices::Group& group : shown_) bytes = checkedAdd(bytes, group.bytes());
+    return bytes;
+}
+
+int JunkModel::tickedCount() const {
+    int count = 0;
+    for (const JunkChoices::Group& group : shown_)
+        for (const JunkItem& item : group.items) count += selection_.contains(item.path) ? 1 : 0;
+    return count;
+}
+
+qint64 JunkModel::tickedBytes() const {
+    std::int64_t bytes = 0;
+    for (const JunkChoices::Group& group : shown_)
+        for (const JunkItem& item : group.items)
+            if (selection_.contains(item.path)) bytes = checkedAdd(bytes, item.bytes);
+    return bytes;
+}
+
+JunkGroupList::Row JunkModel::rowFor(const JunkChoices::Group& group) const {
+    JunkGroupList::Row row;
+    row.groupId = toQString(group.id());
+    row.title = toQString(JunkCategories::title(group.category));
+    row.summary = toQString(JunkCategories::summary(group.category));
+    row.size = sizeText(group.bytes());
+    row.tickState = tickWord(JunkChoices::tickState(group, selection_, inUse_));
+    for (const JunkItem& item : group.items) {
+        row.tickable = row.tickable || JunkChoices::isTickable(item, inUse_);
+        row.items << QVariantMap{
+            {QStringLiteral("path"), toQString(item.path)},
+            {QStringLiteral("name"), toQString(item.name)},
+            {QStringLiteral("size"), sizeText(item.bytes)},
+            {QStringLiteral("note"), toQString(item.note)},
+            {QStringLiteral("ticked"), selection_.contains(item.path)},
+            {QStringLiteral("inUse"), inUse_.contains(item.path)},
+            {QStringLiteral("administrator"), item.requiresAdministrator},
+        };
+    }
+    return row;
+}
+
+} // namespace tessel
