@@ -24,6 +24,7 @@
 #include <memory>
 #include <pugixml.hpp>
 
+#include "Base/AsciiCase.h"
 #include "Base/FolderNames.h"
 #include "Base/Lines.h"
 #include "Base/SmallFile.h"
@@ -174,6 +175,20 @@ std::vector<JunkItem> run(const JunkPlaces& places, const JunkFinder::Settings& 
     if (isCancelled && isCancelled()) return {};
     disk.lastUsed = lastUse(places.dataHome);
     return JunkFinder(places, std::move(disk), settings).find(progress, isCancelled);
+}
+
+std::function<std::optional<std::string>(const std::string&)> appNames(const std::vector<InstalledApp>& apps) {
+    auto names = std::make_shared<std::map<std::string, std::string>>();
+    for (const InstalledApp& app : apps) {
+        if (app.bundleIdentifier) names->emplace(asciiLower(*app.bundleIdentifier), app.name);
+        if (app.package) names->emplace(asciiLower(*app.package), app.name);
+        if (app.programPath) names->emplace(asciiLower(Paths::lastComponent(*app.programPath)), app.name);
+    }
+    return [names](const std::string& folder) -> std::optional<std::string> {
+        const auto found = names->find(asciiLower(folder));
+        if (found == names->end()) return std::nullopt;
+        return found->second;
+    };
 }
 
 std::set<std::string> inUse(const std::vector<JunkItem>& items, const RunningPrograms& running) {

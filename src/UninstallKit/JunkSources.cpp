@@ -30,7 +30,11 @@ struct ToolCache {
     const char* name;
     const Tools* tools;
     const char* toolName;
+    // How it comes back, where the tool makes it rather than downloads it.
+    const char* note = "The tool downloads what it needs again.";
 };
+
+constexpr const char* rebuilt = "The tool makes it again on its next build.";
 
 const std::vector<ToolCache>& toolCaches() {
     static const Tools brew{"brew"}, pod{"pod"}, android{"adb", "studio"}, bun{"bun"}, composer{"composer", "php"},
@@ -57,15 +61,15 @@ const std::vector<ToolCache>& toolCaches() {
         {".cargo/git/checkouts", "Cargo git checkouts", &JunkTools::cargo, "Cargo"},
         {".bun/install/cache", "Bun cache", &bun, "Bun"},
         // Where the same tools keep them on Linux, and tools of Linux's own.
-        {".cache/go-build", "Go build cache", &JunkTools::go, "Go"},
+        {".cache/go-build", "Go build cache", &JunkTools::go, "Go", rebuilt},
         {".cache/yarn", "Yarn cache", &JunkTools::node, "Yarn"},
         {".pnpm-store", "pnpm store", &JunkTools::node, "pnpm"},
         {".local/share/pnpm/store", "pnpm store", &JunkTools::node, "pnpm"},
         {".cache/composer", "Composer cache", &composer, "Composer"},
         {".nuget/packages", "NuGet packages", &nuget, ".NET"},
-        {".cache/bazel", "Bazel cache", &bazel, "Bazel"},
-        {".ccache", "ccache", &ccache, "ccache"},
-        {".cache/ccache", "ccache", &ccache, "ccache"},
+        {".cache/bazel", "Bazel cache", &bazel, "Bazel", rebuilt},
+        {".ccache", "ccache", &ccache, "ccache", rebuilt},
+        {".cache/ccache", "ccache", &ccache, "ccache", rebuilt},
         {".m2/repository", "Maven repository", &maven, "Maven"},
         {"miniconda3/pkgs", "conda packages", &conda, "conda"},
         {"anaconda3/pkgs", "conda packages", &conda, "conda"},
@@ -154,7 +158,7 @@ std::vector<Candidate> JunkFinder::packageCacheCandidates() const {
         const std::string relative = row.path;
         const std::string path = relative.starts_with(".cache/") ? places_.cacheHome + relative.substr(6) : places_.home + "/" + relative;
         if (!exists(path)) continue;
-        Candidate candidate = Candidate::of(path, row.name, JunkCategory::packageCaches, "The tool downloads what it needs again.");
+        Candidate candidate = Candidate::of(path, row.name, JunkCategory::packageCaches, row.note);
         candidate.tools = *row.tools;
         candidate.toolName = row.toolName;
         found.push_back(std::move(candidate));

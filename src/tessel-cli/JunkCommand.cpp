@@ -14,7 +14,6 @@
 #include "Listing.h"
 #include "TerminalText.h"
 #include "TrashStep.h"
-#include "Base/AsciiCase.h"
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/Paths.h"
 #include "DiskScanKit/ScanReport.h"
@@ -27,21 +26,6 @@ namespace tessel::cli {
 namespace {
 
 const std::vector<OptionSpec> junkOptions{{"json", false}, {"root", true}, {"clean", false}, {"stall-timeout", true}};
-
-// The installed apps by the names their folders go by: desktop ID, package, program.
-std::function<std::optional<std::string>(const std::string&)> appNames(const std::string& root) {
-    auto names = std::make_shared<std::map<std::string, std::string>>();
-    for (const InstalledApp& app : AppCatalog::installedApps(DesktopMachine::fromEnvironment(root)).apps) {
-        if (app.bundleIdentifier) names->emplace(asciiLower(*app.bundleIdentifier), app.name);
-        if (app.package) names->emplace(asciiLower(*app.package), app.name);
-        if (app.programPath) names->emplace(asciiLower(std::string(Paths::lastComponent(*app.programPath))), app.name);
-    }
-    return [names](const std::string& folder) -> std::optional<std::string> {
-        const auto found = names->find(asciiLower(folder));
-        if (found == names->end()) return std::nullopt;
-        return found->second;
-    };
-}
 
 nlohmann::ordered_json itemJson(const JunkItem& item, bool inUse) {
     nlohmann::ordered_json json;
@@ -92,7 +76,7 @@ int runJunk(const std::vector<std::string>& words) {
     const JunkPlaces places = JunkPlaces::fromEnvironment(root);
     JunkFinder::Settings settings;
     settings.now = static_cast<std::int64_t>(std::time(nullptr));
-    settings.appNamed = appNames(root);
+    settings.appNamed = JunkSearch::appNames(AppCatalog::installedApps(DesktopMachine::fromEnvironment(root)).apps);
     JunkSearchOptions options;
     if (const std::optional<std::string> timeout = arguments.value("stall-timeout")) {
         char* end = nullptr;

@@ -13,6 +13,8 @@
 #include "removal/RemovalRoad.h"
 #include "support/QtText.h"
 #include "support/ThreadName.h"
+#include "UninstallKit/AppCatalog.h"
+#include "UninstallKit/DesktopApps.h"
 #include "UninstallKit/JunkSearch.h"
 
 namespace tessel {
@@ -76,6 +78,7 @@ JunkModel::Dependencies JunkModel::Dependencies::system(JunkPlaces places, QSett
                                                      const std::function<bool()>& isCancelled) {
         JunkFinder::Settings finding;
         finding.now = now;
+        finding.appNamed = JunkSearch::appNames(AppCatalog::installedApps(DesktopMachine::fromEnvironment(places.root)).apps);
         return JunkSearch::run(places, finding, {}, progress, isCancelled);
     };
     dependencies.running = [] {

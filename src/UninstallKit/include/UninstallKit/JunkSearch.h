@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "UninstallKit/InstalledApp.h"
 #include "UninstallKit/JunkFinder.h"
 #include "UninstallKit/RunningPrograms.h"
 
@@ -33,6 +34,10 @@ std::vector<JunkItem> run(const JunkPlaces& places, const JunkFinder::Settings& 
 // below a folder the scan gave up on is read again.
 JunkFinder::Disk scannedHome(const std::string& home, const JunkSearchOptions& options,
                              const std::function<bool()>& isCancelled = {});
+
+// The name of the installed app a folder is named for: by its identifier,
+// package or program, in any case.
+std::function<std::optional<std::string>(const std::string&)> appNames(const std::vector<InstalledApp>& apps);
 
 // The paths of the items a running program holds back: one of their tools
 // runs, or the app or the identifier they belong to.
