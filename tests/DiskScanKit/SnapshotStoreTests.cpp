@@ -25,8 +25,6 @@ namespace {
 
 constexpr std::int64_t MB = 1'000'000;
 
-void writeText(const std::string& path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
-
 bool present(const std::string& path) {
     struct stat info {};
     return lstat(path.c_str(), &info) == 0;
@@ -136,8 +134,8 @@ TEST_F(SnapshotFolder, LossyCopiesAnOlderBuildWroteOfARootNotUtf8ArePrunedFirst)
     const std::string root = "/data/caf\xe9";
     for (int day = 1; day <= 3; ++day) store.save(at(day * 86400.0, root));
     // What a build that repaired names wrote: the root with U+FFFD, no bytes beside it.
-    writeText(rootFolder(root) + "/lossy-1.json", SnapshotJson::encode(at(10, "/data/caf\xef\xbf\xbd")));
-    writeText(rootFolder(root) + "/lossy-2.json", SnapshotJson::encode(at(20, "/data/caf\xef\xbf\xbd")));
+    test::writeText(rootFolder(root) + "/lossy-1.json", SnapshotJson::encode(at(10, "/data/caf\xef\xbf\xbd")));
+    test::writeText(rootFolder(root) + "/lossy-2.json", SnapshotJson::encode(at(20, "/data/caf\xef\xbf\xbd")));
     ASSERT_TRUE(present(rootFolder(root) + "/lossy-1.json"));
     const SnapshotListing listed = store.listing(root);
     EXPECT_EQ(listed.readable.size(), 3u) << "a lossy copy can't be compared by its names";
@@ -159,16 +157,16 @@ TEST_F(SnapshotFolder, FilesThatAreNotSnapshotsAreToldWithTheirReasonNeverWaited
     test::makeSymlink(good.path, here + "/link.json");
     test::makeFolder(here + "/dir.json");
     test::writeSparseFile(here + "/big.json", SnapshotStore::largestFile + 1);
-    writeText(here + "/broken.json", "{\"formatVersion\":1,");
-    writeText(here + "/date.json", alteredText(200, [](nlohmann::json& o) { o["date"] = 1e308; }));
+    test::writeText(here + "/broken.json", "{\"formatVersion\":1,");
+    test::writeText(here + "/date.json", alteredText(200, [](nlohmann::json& o) { o["date"] = 1e308; }));
     // Each value out of range is a reason of its own; the JSON tests go through them all.
-    writeText(here + "/entry.json", alteredText(400, [](nlohmann::json& o) {
+    test::writeText(here + "/entry.json", alteredText(400, [](nlohmann::json& o) {
                   o["entries"]["/data"] = std::numeric_limits<std::int64_t>::min();
               }));
     // Not ours to list in either part: another root's file, and names that don't look like snapshots.
-    writeText(here + "/other.json", SnapshotJson::encode(at(600, "/other")));
-    writeText(here + "/notes.txt", "{");
-    writeText(here + "/.hidden.json", "{");
+    test::writeText(here + "/other.json", SnapshotJson::encode(at(600, "/other")));
+    test::writeText(here + "/notes.txt", "{");
+    test::writeText(here + "/.hidden.json", "{");
 
     const SnapshotListing listed = store.listing("/data");
     EXPECT_EQ(listed.readable, std::vector<SnapshotInfo>{good});
@@ -198,12 +196,12 @@ TEST_F(SnapshotFolder, AFileAtTheSizeBoundIsReadAndOneByteMoreIsNot) {
     std::string text = SnapshotJson::encode(at(100));
     text.resize(static_cast<std::size_t>(SnapshotStore::largestFile), ' ');
     store.save(at(50)); // makes the folder
-    writeText(rootFolder() + "/padded.json", text);
+    test::writeText(rootFolder() + "/padded.json", text);
     const std::vector<SnapshotInfo> readable = store.snapshots("/data");
     ASSERT_EQ(readable.size(), 2u);
     EXPECT_EQ(readable.front().date, 100);
 
-    writeText(rootFolder() + "/padded.json", text + " ");
+    test::writeText(rootFolder() + "/padded.json", text + " ");
     const SnapshotListing listed = store.listing("/data");
     EXPECT_EQ(listed.readable.size(), 1u);
     EXPECT_EQ(listed.unreadable, (std::vector<UnreadableSnapshot>{
@@ -214,7 +212,7 @@ TEST_F(SnapshotFolder, TheBaselineIsTheNewestEarlierSnapshotThatLoadsWhole) {
     const SnapshotInfo good = store.save(at(100));
     std::string future = SnapshotJson::encode(at(400));
     future.replace(future.find("\"formatVersion\":1"), 17, "\"formatVersion\":2");
-    writeText(rootFolder() + "/future.json", future);
+    test::writeText(rootFolder() + "/future.json", future);
     const SnapshotInfo justSaved = store.save(at(500));
 
     const std::vector<SnapshotInfo> readable = store.snapshots("/data");
@@ -253,7 +251,7 @@ TEST_F(SnapshotFolder, ASnapshotThatCouldNotBeReadBackIsNotSaved) {
 }
 
 TEST_F(SnapshotFolder, AFolderThatCannotBeMadeIsAnErrorNamingThePath) {
-    writeText(folder / "file", "x");
+    test::writeText(folder / "file", "x");
     const SnapshotStore blocked(folder / "file/Snapshots", files);
     try {
         blocked.save(at(1));

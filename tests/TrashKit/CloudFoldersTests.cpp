@@ -22,11 +22,6 @@ namespace {
 
 void makeParents(const std::string& path) { std::filesystem::create_directories(std::filesystem::path(path).parent_path()); }
 
-void writeText(const std::string& path, const std::string& text) {
-    makeParents(path);
-    std::ofstream(path, std::ios::binary) << text;
-}
-
 void writeFileAt(const std::string& path, std::int64_t bytes) {
     makeParents(path);
     writeFile(path, bytes);

@@ -39,10 +39,6 @@ protected:
         if (bytes) sizes[path] = *bytes;
         return path;
     }
-    static void age(const std::string& path, std::int64_t seconds) {
-        const timespec times[2] = {{seconds, 0}, {seconds, 0}};
-        ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW), 0) << path;
-    }
 
     JunkFinder finder(Platform platform = Platform::linuxOS) {
         JunkFinder::Disk disk = JunkFinder::Disk::real();

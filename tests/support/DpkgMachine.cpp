@@ -8,17 +8,6 @@
 
 namespace tessel::test {
 
-void writeText(const std::string& path, const std::string& text) {
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    file << text;
-    if (!file) throw std::runtime_error("cannot write " + path);
-}
-
-void setModificationTime(const std::string& path, long seconds) {
-    const timespec times[2] = {{seconds, 0}, {seconds, 0}};
-    if (utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW) != 0) throw std::runtime_error("cannot touch " + path);
-}
-
 DpkgMachine::DpkgMachine(bool mergedUsr) {
     for (const char* folder : {"var", "var/lib", "var/lib/dpkg", "var/lib/dpkg/info", "usr", "usr/bin", "usr/lib", "usr/sbin", "etc"})
         makeFolder(folder_ / folder);

@@ -40,7 +40,5 @@ private:
 // bash's README.
 void installSampleSystem(DpkgMachine& machine);
 
-void writeText(const std::string& path, const std::string& text);
-void setModificationTime(const std::string& path, long seconds);
 
 } // namespace tessel::test

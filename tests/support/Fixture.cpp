@@ -8,6 +8,9 @@
 #include <cstdio>
 #include <cstring>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <memory>
 #include <set>
 #include <stdexcept>
@@ -22,7 +25,7 @@ void check(bool ok, const std::string& what) {
     if (!ok) throw std::runtime_error(what + ": " + std::strerror(errno));
 }
 
-std::string quoted(const std::string& path) {
+std::string shellQuoted(const std::string& path) {
     std::string text = "'";
     for (char c : path) text += c == '\'' ? std::string("'\\''") : std::string(1, c);
     return text + "'";
@@ -41,11 +44,31 @@ TempFolder::TempFolder() {
 
 TempFolder::~TempFolder() {
     // rm walks relative to descriptors, so chains deeper than PATH_MAX go too.
-    std::string command = "chmod -R u+rwx " + quoted(path_) + " 2>/dev/null; rm -rf " + quoted(path_);
+    std::string command = "chmod -R u+rwx " + shellQuoted(path_) + " 2>/dev/null; rm -rf " + shellQuoted(path_);
     if (std::system(command.c_str()) != 0) std::fprintf(stderr, "could not clean up %s\n", path_.c_str());
 }
 
 void makeFolder(const std::string& path) { check(mkdir(path.c_str(), 0755) == 0, "mkdir(" + path + ")"); }
+
+void writeText(const std::string& path, const std::string& text) {
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    file << text;
+    check(static_cast<bool>(file), "write " + path);
+}
+
+std::string readText(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    check(static_cast<bool>(file), "open " + path);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+void setModificationTime(const std::string& path, long seconds) {
+    const timespec times[2] = {{seconds, 0}, {seconds, 0}};
+    check(utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW) == 0, "utimensat(" + path + ")");
+}
 
 void writeFile(const std::string& path, std::int64_t bytes) {
     int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
@@ -109,7 +132,7 @@ std::int64_t allocatedOf(const std::string& path) {
 }
 
 IndependentCount independentCount(const std::string& root) {
-    std::string command = "find " + quoted(root) + " -xdev -printf '%y %D %i %n %b\\n'";
+    std::string command = "find " + shellQuoted(root) + " -xdev -printf '%y %D %i %n %b\\n'";
     std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
     check(pipe != nullptr, "popen(find)");
     IndependentCount count;

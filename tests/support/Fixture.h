@@ -25,6 +25,10 @@ private:
 
 void makeFolder(const std::string& path);
 void writeFile(const std::string& path, std::int64_t bytes);
+// `text` as the whole file, its folders made first.
+void writeText(const std::string& path, const std::string& text);
+std::string readText(const std::string& path);
+void setModificationTime(const std::string& path, long seconds);
 // A file of `logicalBytes` that holds only one written block.
 void writeSparseFile(const std::string& path, std::int64_t logicalBytes);
 void makeHardLink(const std::string& existing, const std::string& link);

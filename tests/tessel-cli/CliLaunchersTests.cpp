@@ -17,17 +17,6 @@ namespace {
 
 using nlohmann::json;
 
-void write(const std::string& path, const std::string& text) {
-    std::filesystem::create_directories(path.substr(0, path.rfind('/')));
-    std::ofstream(path) << text;
-}
-
-std::string contentsOf(const std::string& path) {
-    std::ostringstream text;
-    text << std::ifstream(path).rdbuf();
-    return text.str();
-}
-
 } // namespace
 
 TEST(CliLaunchers, LaunchersOfGoneAppsAreListedAndTakenOffOnlyWhenAsked) {
@@ -35,9 +24,9 @@ TEST(CliLaunchers, LaunchersOfGoneAppsAreListedAndTakenOffOnlyWhenAsked) {
     for (const char* name : {"XDG_DATA_DIRS", "XDG_DATA_HOME", "XDG_CONFIG_HOME"}) environment.unset(name);
     test::TempFolder folder;
     const std::string root = folder / "root", home = folder / "home";
-    write(root + "/usr/share/applications/org.kde.dolphin.desktop", "[Desktop Entry]\nType=Application\nName=Dolphin\nExec=dolphin\n");
+    test::writeText(root + "/usr/share/applications/org.kde.dolphin.desktop", "[Desktop Entry]\nType=Application\nName=Dolphin\nExec=dolphin\n");
     const std::string applets = home + "/.config/plasma-org.kde.plasma.desktop-appletsrc";
-    write(applets, "[Containments][1][Applets][3]\nplugin=org.kde.plasma.icontasks\n\n"
+    test::writeText(applets, "[Containments][1][Applets][3]\nplugin=org.kde.plasma.icontasks\n\n"
                    "[Containments][1][Applets][3][Configuration][General]\n"
                    "launchers=applications:org.kde.dolphin.desktop,preferred://browser,applications:gone.desktop\n");
 
@@ -47,14 +36,14 @@ TEST(CliLaunchers, LaunchersOfGoneAppsAreListedAndTakenOffOnlyWhenAsked) {
     ASSERT_EQ(report["orphans"].size(), 1u) << listed.out;
     EXPECT_EQ(report["orphans"][0]["entry"], "applications:gone.desktop");
     EXPECT_FALSE(report["removed"]);
-    EXPECT_NE(contentsOf(applets).find("gone.desktop"), std::string::npos) << "listing changes nothing";
+    EXPECT_NE(test::readText(applets).find("gone.desktop"), std::string::npos) << "listing changes nothing";
 
     const Outcome removed = runTessel({"launchers", "--remove", "--root", root}, As::usual, home);
     ASSERT_EQ(removed.status, 0) << removed.err;
     EXPECT_NE(removed.out.find("taken off the desktop"), std::string::npos) << removed.out;
-    EXPECT_NE(contentsOf(applets).find("launchers=applications:org.kde.dolphin.desktop,preferred://browser\n"),
+    EXPECT_NE(test::readText(applets).find("launchers=applications:org.kde.dolphin.desktop,preferred://browser\n"),
               std::string::npos)
-        << contentsOf(applets);
+        << test::readText(applets);
     const Outcome after = runTessel({"launchers", "--root", root}, As::usual, home);
     EXPECT_EQ(after.out, "Every pinned launcher opens an installed app.\n");
 }

@@ -18,21 +18,6 @@ namespace tessel::cli {
 
 using nlohmann::json;
 
-namespace {
-
-void write(const std::string& path, const std::string& text) {
-    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
-    std::ofstream(path) << text;
-}
-
-std::string contentsOf(const std::string& path) {
-    std::ostringstream text;
-    text << std::ifstream(path).rdbuf();
-    return text.str();
-}
-
-} // namespace
-
 TEST(CliUninstall, AnAppImageGoesToTheTrashWithItsResidueAndNothingElse) {
     test::ScopedEnvironment environment;
     for (const char* name : {"XDG_DATA_DIRS", "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_STATE_HOME"})
@@ -41,13 +26,13 @@ TEST(CliUninstall, AnAppImageGoesToTheTrashWithItsResidueAndNothingElse) {
     const std::string home = folder / "home", root = folder / "root";
     std::filesystem::create_directories(root);
     const std::string image = "\x7f" "ELF appimage bytes \x01\x02";
-    write(home + "/Applications/Editor.AppImage", image);
+    test::writeText(home + "/Applications/Editor.AppImage", image);
     std::filesystem::permissions(home + "/Applications/Editor.AppImage", std::filesystem::perms::owner_all);
-    write(home + "/.local/share/applications/editor.desktop",
+    test::writeText(home + "/.local/share/applications/editor.desktop",
           "[Desktop Entry]\nType=Application\nName=Editor\nExec=" + home + "/Applications/Editor.AppImage %F\n");
-    write(home + "/.config/editor/settings.ini", "theme=dark\n");
-    write(home + "/.local/share/applications/viewer.desktop", "[Desktop Entry]\nType=Application\nName=Viewer\nExec=/bin/true\n");
-    write(home + "/.config/viewer/settings.ini", "keep me\n");
+    test::writeText(home + "/.config/editor/settings.ini", "theme=dark\n");
+    test::writeText(home + "/.local/share/applications/viewer.desktop", "[Desktop Entry]\nType=Application\nName=Viewer\nExec=/bin/true\n");
+    test::writeText(home + "/.config/viewer/settings.ini", "keep me\n");
 
     const json plan = runJson({"uninstall", "--json", "--dry-run", "--root", root, "Editor"}, As::usual, home);
     EXPECT_EQ(plan["bundle"]["path"], home + "/Applications/Editor.AppImage");
@@ -63,10 +48,10 @@ TEST(CliUninstall, AnAppImageGoesToTheTrashWithItsResidueAndNothingElse) {
     ASSERT_EQ(removed.status, 0) << removed.out << removed.err;
     const std::string trash = home + "/.local/share/Trash/files/";
     EXPECT_FALSE(std::filesystem::exists(home + "/Applications/Editor.AppImage"));
-    EXPECT_EQ(contentsOf(trash + "Editor.AppImage"), image) << "moved whole, byte for byte";
-    EXPECT_EQ(contentsOf(trash + "editor/settings.ini"), "theme=dark\n");
+    EXPECT_EQ(test::readText(trash + "Editor.AppImage"), image) << "moved whole, byte for byte";
+    EXPECT_EQ(test::readText(trash + "editor/settings.ini"), "theme=dark\n");
     EXPECT_TRUE(std::filesystem::exists(trash + "editor.desktop"));
-    EXPECT_EQ(contentsOf(home + "/.config/viewer/settings.ini"), "keep me\n") << "another app's settings stay";
+    EXPECT_EQ(test::readText(home + "/.config/viewer/settings.ini"), "keep me\n") << "another app's settings stay";
 
     const Outcome unknown = runTessel({"uninstall", "--root", root, "Nothing Like It"}, As::usual, home);
     expectOneErrorLine(unknown, 1, "Nothing Like It");
