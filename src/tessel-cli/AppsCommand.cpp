@@ -68,6 +68,19 @@ nlohmann::ordered_json appJson(const FoundApp& found) {
     return item;
 }
 
+FoundAppListing gatheredApps(const DesktopMachine& machine, const std::string& root, const RunningPrograms& running) {
+    // Without a package database (another distribution, a described machine without one) apps still list.
+    std::optional<PathOwners> owners;
+    FoundApps::Packages packages;
+    try {
+        owners = PathOwners::cached(root, cacheFolder());
+        packages = {&*owners, PackageReceipts::list(root)};
+    } catch (const DpkgError&) {
+        packages = {};
+    }
+    return FoundApps::gather(machine, AppImages::systemUnsquashfs(), running, packages);
+}
+
 int runApps(const std::vector<std::string>& words) {
     const Arguments arguments = parseArguments(words, appsOptions);
     if (!arguments.positionals.empty())
@@ -81,19 +94,9 @@ int runApps(const std::vector<std::string>& words) {
         }
     }
     const DesktopMachine machine = DesktopMachine::fromEnvironment(root);
-    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
     const RunningPrograms running =
-        RunningPrograms::read(machine.onDisk("/proc"), runtime != nullptr && runtime[0] == '/' ? std::optional<std::string>(runtime) : std::nullopt);
-    // Without a package database (another distribution, a described machine without one) apps still list.
-    std::optional<PathOwners> owners;
-    FoundApps::Packages packages;
-    try {
-        owners = PathOwners::cached(root, cacheFolder());
-        packages = {&*owners, PackageReceipts::list(root)};
-    } catch (const DpkgError&) {
-        packages = {};
-    }
-    const FoundAppListing listing = FoundApps::gather(machine, AppImages::systemUnsquashfs(), running, packages);
+        RunningPrograms::inThisSession(machine.onDisk("/proc"));
+    const FoundAppListing listing = gatheredApps(machine, root, running);
     if (arguments.has("json")) {
         nlohmann::ordered_json list = nlohmann::ordered_json::array();
         for (const FoundApp& app : listing.apps) list.push_back(appJson(app));

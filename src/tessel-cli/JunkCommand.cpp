@@ -85,9 +85,7 @@ int runJunk(const std::vector<std::string>& words) {
             throw UsageError("--stall-timeout wants a number of seconds above 0, not \"" + *timeout + "\"");
     }
     const std::vector<JunkItem> items = JunkSearch::run(places, settings, options);
-    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
-    const std::set<std::string> inUse = JunkSearch::inUse(
-        items, RunningPrograms::read("/proc", runtime != nullptr && runtime[0] == '/' ? std::optional<std::string>(runtime) : std::nullopt));
+    const std::set<std::string> inUse = JunkSearch::inUse(items, RunningPrograms::inThisSession());
 
     std::int64_t totalBytes = 0, tickedBytes = 0;
     std::vector<DeletionCandidate> ticked;

@@ -50,19 +50,9 @@ int runUninstall(const std::vector<std::string>& words) {
     if (arguments.positionals.size() != 1) throw UsageError("uninstall wants one app: its identifier, package or name");
     const std::string root = systemRoot(arguments);
     const DesktopMachine machine = DesktopMachine::fromEnvironment(root);
-    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
-    const RunningPrograms running = RunningPrograms::read(
-        machine.onDisk("/proc"), runtime != nullptr && runtime[0] == '/' ? std::optional<std::string>(runtime) : std::nullopt);
-    // Where each app came from decides how it goes: the package database says which are its.
-    std::optional<PathOwners> owners;
-    FoundApps::Packages packages;
-    try {
-        owners = PathOwners::cached(root, cacheFolder());
-        packages = {&*owners, PackageReceipts::list(root)};
-    } catch (const DpkgError&) {
-        packages = {};
-    }
-    const FoundAppListing listing = FoundApps::gather(machine, AppImages::systemUnsquashfs(), running, packages);
+    const RunningPrograms running = RunningPrograms::inThisSession(machine.onDisk("/proc"));
+    // Where each app came from decides how it goes.
+    const FoundAppListing listing = gatheredApps(machine, root, running);
     std::vector<InstalledApp> apps;
     for (const FoundApp& found : listing.apps) apps.push_back(found.app);
     const std::optional<FoundApp> chosen = appNamed(listing.apps, arguments.positionals.front());

@@ -25,6 +25,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdlib>
 #include <vector>
 
 #include "Base/FolderNames.h"
@@ -160,6 +161,11 @@ std::optional<std::string> RunningPrograms::appOfUnit(std::string_view unit) {
         name = name.substr(dash + 1);
     if (name.empty()) return std::nullopt;
     return unescapeUnit(name);
+}
+
+RunningPrograms RunningPrograms::inThisSession(const std::string& proc) {
+    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    return read(proc, runtime != nullptr && runtime[0] == '/' ? std::optional<std::string>(runtime) : std::nullopt);
 }
 
 RunningPrograms RunningPrograms::read(const std::string& proc, const std::optional<std::string>& runtimeFolder) {

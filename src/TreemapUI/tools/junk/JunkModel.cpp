@@ -81,11 +81,7 @@ JunkModel::Dependencies JunkModel::Dependencies::system(JunkPlaces places, QSett
         finding.appNamed = JunkSearch::appNames(AppCatalog::installedApps(DesktopMachine::fromEnvironment(places.root)).apps);
         return JunkSearch::run(places, finding, {}, progress, isCancelled);
     };
-    dependencies.running = [] {
-        const char* runtime = std::getenv("XDG_RUNTIME_DIR");
-        return RunningPrograms::read("/proc", runtime != nullptr && runtime[0] == '/' ? std::optional<std::string>(runtime)
-                                                                                      : std::nullopt);
-    };
+    dependencies.running = [] { return RunningPrograms::inThisSession(); };
     dependencies.now = [] {
         return std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch()).count();
     };

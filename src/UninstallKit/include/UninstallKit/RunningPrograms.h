@@ -35,6 +35,8 @@ struct RunningPrograms {
 
     // `proc` stands for /proc and `runtimeFolder` for $XDG_RUNTIME_DIR (none: no Flatpak instances are read).
     static RunningPrograms read(const std::string& proc = "/proc", const std::optional<std::string>& runtimeFolder = {});
+    // What runs in this session: `proc`, and the runtime folder $XDG_RUNTIME_DIR names.
+    static RunningPrograms inThisSession(const std::string& proc = "/proc");
     // The app a cgroup's last part is named for: "app-gnome-org.gnome.Maps-1234.scope" → org.gnome.Maps,
     // "app-flatpak-org.gimp.GIMP-5678.scope" → org.gimp.GIMP, "snap.firefox.firefox-1c2d.scope" → firefox.
     static std::optional<std::string> appOfUnit(std::string_view unit);
