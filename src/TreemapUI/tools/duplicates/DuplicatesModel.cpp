@@ -27,13 +27,10 @@ bool isAttached(const FileNode* node, const FileNode* root) {
 
 } // namespace
 
-int DuplicateGroupList::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : static_cast<int>(rows_.size());
-}
-
 QVariant DuplicateGroupList::data(const QModelIndex& index, int role) const {
-    if (!index.isValid() || index.row() >= rowCount()) return {};
-    const Row& row = rows_[static_cast<std::size_t>(index.row())];
+    const Row* at = rowAt(index);
+    if (at == nullptr) return {};
+    const Row& row = *at;
     switch (role) {
     case titleRole: return row.title;
     case detailRole: return row.detail;
@@ -46,20 +43,6 @@ QVariant DuplicateGroupList::data(const QModelIndex& index, int role) const {
 
 QHash<int, QByteArray> DuplicateGroupList::roleNames() const {
     return {{titleRole, "title"}, {detailRole, "detail"}, {freesRole, "frees"}, {filesRole, "files"}, {groupIdRole, "groupId"}};
-}
-
-void DuplicateGroupList::reset(std::vector<Row> rows) {
-    const bool counted = rows.size() != rows_.size();
-    beginResetModel();
-    rows_ = std::move(rows);
-    endResetModel();
-    if (counted) emit countChanged();
-}
-
-void DuplicateGroupList::replace(int row, Row value) {
-    if (row < 0 || row >= rowCount()) return;
-    rows_[static_cast<std::size_t>(row)] = std::move(value);
-    emit dataChanged(index(row), index(row));
 }
 
 DuplicatesModel::DuplicatesModel(Environment environment, ScannedTree& tree, RemovalRoad& road, QObject* parent)

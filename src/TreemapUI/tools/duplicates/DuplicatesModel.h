@@ -24,42 +24,33 @@
 #include "scan/ScannedTree.h"
 #include "tools/duplicates/DuplicateChoices.h"
 #include "support/MainThreadRelay.h"
+#include "support/RowListModel.h"
 
 namespace tessel {
 
 class RemovalRoad;
 
+struct DuplicateGroupListRow {
+    QString groupId;
+    QString title;
+    QString detail;
+    QString frees;
+    QVariantList files;
+};
+
 // One row per group; the files of a group travel as a list in one role.
-class DuplicateGroupList : public QAbstractListModel {
+class DuplicateGroupList : public RowListModel<DuplicateGroupListRow> {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("The duplicates room fills it")
-    Q_PROPERTY(int count READ rowCount NOTIFY countChanged)
 
 public:
     enum Role { titleRole = Qt::UserRole + 1, detailRole, freesRole, filesRole, groupIdRole };
-    struct Row {
-        QString groupId;
-        QString title;
-        QString detail;
-        QString frees;
-        QVariantList files;
-    };
+    using Row = DuplicateGroupListRow;
 
-    using QAbstractListModel::QAbstractListModel;
-    int rowCount(const QModelIndex& parent = {}) const override;
+    using RowListModel::RowListModel;
     QVariant data(const QModelIndex& index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;
-
-    void reset(std::vector<Row> rows);
-    void replace(int row, Row value);
-    const std::vector<Row>& rows() const { return rows_; }
-
-signals:
-    void countChanged();
-
-private:
-    std::vector<Row> rows_;
 };
 
 class DuplicatesModel : public QObject {

@@ -34,13 +34,10 @@ QString tickWord(JunkChoices::TickState state) {
 
 } // namespace
 
-int JunkGroupList::rowCount(const QModelIndex& parent) const {
-    return parent.isValid() ? 0 : static_cast<int>(rows_.size());
-}
-
 QVariant JunkGroupList::data(const QModelIndex& index, int role) const {
-    if (!index.isValid() || index.row() >= rowCount()) return {};
-    const Row& row = rows_[static_cast<std::size_t>(index.row())];
+    const Row* at = rowAt(index);
+    if (at == nullptr) return {};
+    const Row& row = *at;
     switch (role) {
     case groupIdRole: return row.groupId;
     case titleRole: return row.title;
@@ -56,20 +53,6 @@ QVariant JunkGroupList::data(const QModelIndex& index, int role) const {
 QHash<int, QByteArray> JunkGroupList::roleNames() const {
     return {{groupIdRole, "groupId"}, {titleRole, "title"},         {summaryRole, "summary"}, {sizeRole, "size"},
             {tickStateRole, "tickState"}, {tickableRole, "tickable"}, {itemsRole, "items"}};
-}
-
-void JunkGroupList::reset(std::vector<Row> rows) {
-    const bool counted = rows.size() != rows_.size();
-    beginResetModel();
-    rows_ = std::move(rows);
-    endResetModel();
-    if (counted) emit countChanged();
-}
-
-void JunkGroupList::replace(int row, Row value) {
-    if (row < 0 || row >= rowCount()) return;
-    rows_[static_cast<std::size_t>(row)] = std::move(value);
-    emit dataChanged(index(row), index(row));
 }
 
 JunkModel::Dependencies JunkModel::Dependencies::system(JunkPlaces places, QSettings* settings) {

@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "support/MainThreadRelay.h"
+#include "support/RowListModel.h"
 #include "tools/junk/JunkChoices.h"
 #include "UninstallKit/JunkFinder.h"
 #include "UninstallKit/RunningPrograms.h"
@@ -29,38 +30,29 @@ namespace tessel {
 
 class RemovalRoad;
 
+struct JunkGroupListRow {
+    QString groupId;
+    QString title;
+    QString summary;
+    QString size;
+    QString tickState; // "none", "some" or "all"
+    bool tickable = false;
+    QVariantList items;
+};
+
 // One row per group; the items of a group travel as a list in one role.
-class JunkGroupList : public QAbstractListModel {
+class JunkGroupList : public RowListModel<JunkGroupListRow> {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("The junk room fills it")
-    Q_PROPERTY(int count READ rowCount NOTIFY countChanged)
 
 public:
     enum Role { groupIdRole = Qt::UserRole + 1, titleRole, summaryRole, sizeRole, tickStateRole, tickableRole, itemsRole };
-    struct Row {
-        QString groupId;
-        QString title;
-        QString summary;
-        QString size;
-        QString tickState; // "none", "some" or "all"
-        bool tickable = false;
-        QVariantList items;
-    };
+    using Row = JunkGroupListRow;
 
-    using QAbstractListModel::QAbstractListModel;
-    int rowCount(const QModelIndex& parent = {}) const override;
+    using RowListModel::RowListModel;
     QVariant data(const QModelIndex& index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;
-
-    void reset(std::vector<Row> rows);
-    void replace(int row, Row value);
-
-signals:
-    void countChanged();
-
-private:
-    std::vector<Row> rows_;
 };
 
 class JunkModel : public QObject {
