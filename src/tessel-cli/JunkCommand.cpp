@@ -78,12 +78,7 @@ int runJunk(const std::vector<std::string>& words) {
     settings.now = static_cast<std::int64_t>(std::time(nullptr));
     settings.appNamed = JunkSearch::appNames(AppCatalog::installedApps(DesktopMachine::fromEnvironment(root)).apps);
     JunkSearchOptions options;
-    if (const std::optional<std::string> timeout = arguments.value("stall-timeout")) {
-        char* end = nullptr;
-        options.stallTimeout = std::strtod(timeout->c_str(), &end);
-        if (end == timeout->c_str() || *end != '\0' || !(options.stallTimeout > 0))
-            throw UsageError("--stall-timeout wants a number of seconds above 0, not \"" + *timeout + "\"");
-    }
+    if (const std::optional<double> stall = arguments.seconds("stall-timeout")) options.stallTimeout = *stall;
     const std::vector<JunkItem> items = JunkSearch::run(places, settings, options);
     const std::set<std::string> inUse = JunkSearch::inUse(items, RunningPrograms::inThisSession());
 
