@@ -33,6 +33,7 @@
 #include <utility>
 
 #include "Base/Lines.h"
+#include "Base/ReplaceFile.h"
 #include "Base/SmallFile.h"
 #include "DiskScanKit/Paths.h"
 #include "UninstallKit/CommandRunner.h"
@@ -87,25 +88,6 @@ std::set<std::string> taskManagerSettingsGroups(const std::vector<std::string_vi
             groups.insert(group + "[Configuration][General]");
     }
     return groups;
-}
-
-bool replaceFile(const std::string& path, const std::string& text) {
-    const std::string temporary = path + ".tessel-new";
-    const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600);
-    if (fd < 0) return false;
-    std::size_t done = 0;
-    while (done < text.size()) {
-        const ssize_t wrote = ::write(fd, text.data() + done, text.size() - done);
-        if (wrote <= 0) break;
-        done += static_cast<std::size_t>(wrote);
-    }
-    const bool written = done == text.size() && ::fsync(fd) == 0;
-    ::close(fd);
-    if (!written || ::rename(temporary.c_str(), path.c_str()) != 0) {
-        ::unlink(temporary.c_str());
-        return false;
-    }
-    return true;
 }
 
 // Where a launcher taken out goes back into `entries`: see the top of the file.
@@ -209,7 +191,7 @@ bool PlasmaLaunchers::write(const Lists& lists) {
         else text += line;
         text += '\n';
     }
-    return replaceFile(path_, text);
+    return replaceFileWhole(path_, text, 0600) == 0;
 }
 
 std::string PlasmaLaunchers::desktopId(const std::string& entry) const {

@@ -9,6 +9,7 @@
 
 #include <functional>
 
+#include "Base/ReplaceFile.h"
 #include "Base/SmallFile.h"
 #include "UninstallKit/DpkgDatabase.h"
 #include "UninstallKit/PathOwners.h"
@@ -20,20 +21,6 @@ namespace {
 void makeFolders(const std::string& folder) {
     for (std::size_t at = 1; at <= folder.size(); ++at)
         if (at == folder.size() || folder[at] == '/') mkdir(folder.substr(0, at).c_str(), 0700);
-}
-
-void writeReplacing(const std::string& path, const std::string& bytes) {
-    const std::string temporary = path + ".new" + std::to_string(getpid());
-    const int fd = open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600);
-    if (fd < 0) return;
-    std::size_t written = 0;
-    while (written < bytes.size()) {
-        const ssize_t wrote = write(fd, bytes.data() + written, bytes.size() - written);
-        if (wrote <= 0) break;
-        written += static_cast<std::size_t>(wrote);
-    }
-    const bool whole = written == bytes.size() && close(fd) == 0;
-    if (!whole || rename(temporary.c_str(), path.c_str()) != 0) unlink(temporary.c_str());
 }
 
 } // namespace
@@ -51,7 +38,7 @@ PathOwners PathOwners::cached(const std::string& root, const std::string& cacheF
     // carry a stamp it doesn't match, so it is not written.
     if (stamp(root) == stampNow) {
         makeFolders(cacheFolder);
-        writeReplacing(path, index.serialized(stampNow));
+        (void)replaceFileWhole(path, index.serialized(stampNow), 0600);
     }
     return index;
 }
