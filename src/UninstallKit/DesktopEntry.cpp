@@ -20,6 +20,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <unordered_set>
 
 #include "Base/SmallFile.h"
 
@@ -100,6 +101,8 @@ std::vector<std::string> MessagesLocale::candidates() const {
 DesktopEntry::Parse DesktopEntry::parse(std::string_view text) {
     DesktopEntry entry;
     std::size_t number = 0;
+    // Views into `text`: a hostile entry of many keys costs a look-up each, not a walk of all before it.
+    std::unordered_set<std::string_view> groupsSeen, keysSeen;
     while (!text.empty()) {
         const std::size_t end = text.find('\n');
         std::string_view line = text.substr(0, end);
@@ -111,12 +114,13 @@ DesktopEntry::Parse DesktopEntry::parse(std::string_view text) {
             const std::string_view name = line.substr(1, line.size() - 1 - (line.ends_with(']') ? 1 : 0));
             if (!line.ends_with(']') || line.size() < 3 || name.find_first_of("[]") != std::string_view::npos)
                 return {std::nullopt, lineFault(number, shown(line) + " is no group header")};
-            if (entry.hasGroup(name))
+            if (!groupsSeen.insert(name).second)
                 return {std::nullopt, lineFault(number, "the group [" + std::string(name) + "] is given twice")};
             if (entry.groups_.empty() && name != mainGroup)
                 return {std::nullopt, lineFault(number, "the first group is [" + std::string(name) +
                                                             "], not [Desktop Entry]")};
             entry.groups_.emplace_back(std::string(name), Keys{});
+            keysSeen.clear();
             continue;
         }
         const std::size_t equals = line.find('=');
@@ -126,7 +130,7 @@ DesktopEntry::Parse DesktopEntry::parse(std::string_view text) {
         if (entry.groups_.empty())
             return {std::nullopt, lineFault(number, "the key " + std::string(key) + " comes before any group")};
         Keys& keys = entry.groups_.back().second;
-        if (std::any_of(keys.begin(), keys.end(), [&](const auto& pair) { return pair.first == key; }))
+        if (!keysSeen.insert(key).second)
             return {std::nullopt, lineFault(number, "the key " + std::string(key) + " is given twice in [" +
                                                         entry.groups_.back().first + "]")};
         std::string_view value = line.substr(equals + 1);

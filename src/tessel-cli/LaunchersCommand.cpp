@@ -29,7 +29,10 @@ int runLaunchers(const std::vector<std::string>& words) {
         throw UsageError("launchers takes no path, not \"" + arguments.positionals.front() + "\"");
     const DesktopMachine machine = DesktopMachine::fromEnvironment(systemRoot(arguments));
     std::set<std::string> installed;
-    for (const InstalledApp& app : AppCatalog::installedApps(machine).apps) installed.insert(app.desktopId);
+    const DesktopAppListing listing = AppCatalog::installedApps(machine);
+    for (const InstalledApp& app : listing.apps) installed.insert(app.desktopId);
+    // An entry that could not be read may still be an installed app's: its launcher is no orphan.
+    for (const auto& [entry, reason] : listing.unreadable) installed.insert(std::string(Paths::lastComponent(entry)));
     const std::shared_ptr<DesktopLaunchers> launchers =
         DesktopLaunchers::system(Paths::xdgFolder("XDG_CONFIG_HOME", machine.home, ".config"));
     const std::vector<DesktopLaunchers::Orphan> orphans =

@@ -52,14 +52,17 @@ struct OpenedFile {
     ino_t inode = 0;
 };
 
-// The first 64 bytes of a regular file; a pipe or a device is never waited on.
+// The first 64 bytes of a regular file; a pipe or a device is never opened,
+// and one swapped in after the look is never read.
 std::optional<OpenedFile> openedFile(const std::string& path) {
+    struct stat seen {};
+    if (::stat(path.c_str(), &seen) != 0 || !S_ISREG(seen.st_mode)) return std::nullopt;
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0) return std::nullopt;
     struct stat info {};
     OpenedFile file;
     file.header.resize(64);
-    const bool regular = ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode);
+    const bool regular = ::fstat(fd, &info) == 0 && S_ISREG(info.st_mode) && info.st_dev == seen.st_dev && info.st_ino == seen.st_ino;
     const ssize_t got = regular ? ::pread(fd, file.header.data(), file.header.size(), 0) : -1;
     ::close(fd);
     if (got != 64) return std::nullopt;

@@ -38,6 +38,9 @@ namespace tessel {
 namespace {
 
 constexpr std::int64_t cgroupFileLimit = 64 * 1024;
+// A command line may fill the kernel's whole argument space (a quarter of the
+// stack limit, 2 MiB by default): long Java class paths and Electron flags do.
+constexpr std::int64_t commandLineLimit = 8 << 20;
 
 bool isNumber(std::string_view text) {
     return !text.empty() && std::ranges::all_of(text, [](char c) { return std::isdigit(static_cast<unsigned char>(c)) != 0; });
@@ -111,7 +114,7 @@ void addNames(const std::string& process, const std::optional<std::string>& prog
         if (!name.empty()) names.insert(std::move(name));
     }
     if (program) names.insert(baseName(*program));
-    const SmallFileRead commandLine = readSmallFile(process + "/cmdline", cgroupFileLimit);
+    const SmallFileRead commandLine = readSmallFile(process + "/cmdline", commandLineLimit);
     if (!commandLine.text) return;
     // Arguments end with a zero byte each.
     const std::string_view words = *commandLine.text;
