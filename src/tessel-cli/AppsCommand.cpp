@@ -2,7 +2,6 @@
 // with where each comes from, its version and size where its package says,
 // the AppImages no entry runs, and which of them run now.
 
-#include <sys/stat.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -86,13 +85,6 @@ int runApps(const std::vector<std::string>& words) {
     if (!arguments.positionals.empty())
         throw UsageError("apps takes no path, not \"" + arguments.positionals.front() + "\"");
     const std::string root = systemRoot(arguments);
-    if (arguments.value("root")) {
-        struct stat info {};
-        if (stat(root.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) {
-            printError("--root " + printable(root) + " is not a folder");
-            return exitFailure;
-        }
-    }
     const DesktopMachine machine = DesktopMachine::fromEnvironment(root);
     const RunningPrograms running =
         RunningPrograms::inThisSession(machine.onDisk("/proc"));

@@ -1,8 +1,11 @@
 #include "Arguments.h"
 
+#include <sys/stat.h>
+
 #include <charconv>
 #include <cmath>
 
+#include "TerminalText.h"
 #include "DiskScanKit/Paths.h"
 
 namespace tessel::cli {
@@ -79,7 +82,10 @@ std::string systemRoot(const Arguments& arguments) {
     const std::optional<std::string> root = arguments.value("root");
     if (!root) return "/";
     if (root->empty()) throw UsageError("--root wants the folder that stands for \"/\"");
-    return Paths::absolute(*root);
+    const std::string folder = Paths::absolute(*root);
+    struct stat info {};
+    if (::stat(folder.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) throw RunFailure("--root " + printable(folder) + " is not a folder");
+    return folder;
 }
 
 std::string cacheFolder() { return Paths::xdgFolder("XDG_CACHE_HOME", Paths::homeFolder(), ".cache") + "/Tessel"; }

@@ -17,6 +17,12 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// A command that cannot do its work with what it was given: one line, status 1.
+class RunFailure : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
 struct OptionSpec {
     std::string name; // without the leading "--"
     bool takesValue = false;

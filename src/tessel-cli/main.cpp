@@ -388,6 +388,9 @@ int main(int argc, char** argv) {
         tessel::raiseOpenFileLimit();
         try {
             return command.run(words);
+        } catch (const RunFailure& error) {
+            printError(error.what());
+            return exitFailure;
         } catch (const UsageError& error) {
             // The sentence may quote an option as typed, control characters and all.
             printError(printable(error.what()) + " (see \"tessel " + command.name + " --help\")");
