@@ -74,21 +74,20 @@ InstalledApp appOfImage(const AppImage& image, const DesktopMachine& machine) {
 }
 
 // The files `package` alone lists that are on the disk, in allocated bytes.
-std::int64_t packageBytes(const std::string& root, const std::string& package, const PathOwners& owners) {
+std::int64_t packageBytes(const std::string& root, const DpkgPackage& package, const PathOwners& owners) {
     const PackageContents contents = PackageReceipts::contents(root, package, owners);
-    const std::set<std::string> shared(contents.shared.begin(), contents.shared.end());
     std::int64_t bytes = 0;
     for (const std::string& path : contents.existing) {
         struct stat info {};
-        if (shared.contains(path) || ::lstat((root == "/" ? path : root + path).c_str(), &info) != 0 || !S_ISREG(info.st_mode))
-            continue;
+        if (::lstat((root == "/" ? path : root + path).c_str(), &info) != 0 || !S_ISREG(info.st_mode)) continue;
         bytes += static_cast<std::int64_t>(info.st_blocks) * 512;
     }
     return bytes;
 }
 
 // Gives `entry` what the package that lists its program says of it.
-void completeFromPackage(FoundApp& entry, const DesktopMachine& machine, const Packages& packages) {
+void completeFromPackage(FoundApp& entry, const DesktopMachine& machine, const Packages& packages,
+                         const std::map<std::string, DpkgPackage>& dpkg) {
     if (packages.owners == nullptr || !entry.app.programPath || entry.app.source != "other") return;
     std::vector<std::string_view> owners = packages.owners->owners(*entry.app.programPath);
     if (owners.empty()) {
@@ -104,11 +103,9 @@ void completeFromPackage(FoundApp& entry, const DesktopMachine& machine, const P
     entry.app.package = package;
     entry.app.isSystemApp = receipt->isSystem;
     if (!entry.app.version) entry.app.version = receipt->version;
-    try {
-        entry.bytes = packageBytes(machine.root, package, *packages.owners);
-    } catch (const std::exception&) {
-        // A package whose list can't be read has no size we can tell.
-    }
+    // A package whose record can't be read has no size we can tell.
+    if (const auto record = dpkg.find(package); record != dpkg.end())
+        entry.bytes = packageBytes(machine.root, record->second, *packages.owners);
 }
 
 } // namespace
@@ -122,6 +119,15 @@ FoundAppListing gather(const DesktopMachine& machine, const std::optional<std::s
     for (SnapApp& snap : SandboxedApps::snaps(machine.root)) snaps.try_emplace(snap.name, std::move(snap));
     std::vector<AppImage> images = AppImages::find(AppImages::usualFolders(machine.home), unsquashfs);
     std::vector<bool> imageHasEntry(images.size(), false);
+    std::vector<std::string> imagePaths;
+    for (const AppImage& image : images) imagePaths.push_back(realPath(image.path));
+    // The package database's records, read once for every app it installed.
+    std::map<std::string, DpkgPackage> dpkg;
+    if (packages.owners != nullptr) try {
+            dpkg = DpkgDatabase::byListName(DpkgDatabase::readStatus(dpkgAdminFolder(machine.root)));
+        } catch (const DpkgError&) {
+            dpkg.clear();
+        }
 
     FoundAppListing found;
     found.unreadable = std::move(listing.unreadable);
@@ -140,7 +146,7 @@ FoundAppListing gather(const DesktopMachine& machine, const std::optional<std::s
         if (app.programPath) {
             const std::string program = realPath(machine.onDisk(*app.programPath));
             for (std::size_t i = 0; i < images.size(); ++i)
-                if (realPath(images[i].path) == program) {
+                if (imagePaths[i] == program) {
                     imageHasEntry[i] = true;
                     app.source = "appimage";
                     if (!app.version) app.version = images[i].version;
@@ -151,12 +157,12 @@ FoundAppListing gather(const DesktopMachine& machine, const std::optional<std::s
         entry.isRunning = entry.isRunning || (app.package && running.runsApp(*app.package)) ||
                           (app.bundleIdentifier && running.runsApp(*app.bundleIdentifier));
         entry.app = std::move(app);
-        completeFromPackage(entry, machine, packages);
+        completeFromPackage(entry, machine, packages, dpkg);
         found.apps.push_back(std::move(entry));
     }
     for (std::size_t i = 0; i < images.size(); ++i) {
         if (imageHasEntry[i]) continue;
-        FoundApp entry{appOfImage(images[i], machine), images[i].bytes, running.runs(realPath(images[i].path))};
+        FoundApp entry{appOfImage(images[i], machine), images[i].bytes, running.runs(imagePaths[i])};
         found.apps.push_back(std::move(entry));
     }
     std::ranges::stable_sort(found.apps, [](const FoundApp& a, const FoundApp& b) { return AppCatalog::nameOrder(a.app, b.app); });

@@ -52,7 +52,12 @@ PackageContents contents(const std::string& root, const std::string& name, const
         if (each.name == name || each.listName() == name) package = &each;
     if (!package || package->state == "not-installed")
         throw DpkgError("no package named \"" + name + "\" is installed or has configuration left in " + admin);
+    return contents(root, *package, owners);
+}
 
+PackageContents contents(const std::string& root, const DpkgPackage& dpkgPackage, const PathOwners& owners) {
+    const std::string admin = dpkgAdminFolder(root);
+    const DpkgPackage* package = &dpkgPackage;
     PackageContents contents{package->name, package->stateLetters(), false, {}, {}, {}, {}};
     std::vector<std::string> paths;
     if (package->hasFiles()) {

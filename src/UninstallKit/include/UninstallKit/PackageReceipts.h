@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "UninstallKit/DpkgDatabase.h"
 #include "UninstallKit/PathOwners.h"
 
 namespace tessel {
@@ -46,6 +47,8 @@ std::vector<PackageReceipt> list(const std::string& root);
 // removed with its configuration left, those configuration files. Throws
 // DpkgError when there is no such package.
 PackageContents contents(const std::string& root, const std::string& package, const PathOwners& owners);
+// The same for a package already read from the database.
+PackageContents contents(const std::string& root, const DpkgPackage& package, const PathOwners& owners);
 
 } // namespace PackageReceipts
 
