@@ -26,7 +26,6 @@ namespace tessel::ScanReport {
 
 namespace {
 
-constexpr int rowsPerList = 5;
 constexpr const char* scannedWord = ", scanned ";
 constexpr const char* foldersWord = " folders";
 constexpr const char* filesWord = " files";
@@ -51,7 +50,10 @@ void appendList(std::string& out, const char* heading, const std::vector<FileNod
 } // namespace
 
 std::string summaryText(const FileNode& root, TimePoint scannedAt) {
-    const Inventory listed = inventory(root, rowsPerList);
+    return summaryText(root, inventory(root, summaryRows), scannedAt);
+}
+
+std::string summaryText(const FileNode& root, const Inventory& listed, TimePoint scannedAt) {
     std::string out = withControlPictures(rootName(root));
     out += ": ";
     out += ByteFormat::string(root.totalBytes());

@@ -45,6 +45,9 @@ std::string html(const FileNode& root, TimePoint scannedAt, int limit, Platform 
                  const Progress& progress = {});
 // A few lines for the clipboard: the totals and the five largest folders and files.
 std::string summaryText(const FileNode& root, TimePoint scannedAt);
+// The same from an inventory already taken, of at least `summaryRows` of each.
+constexpr int summaryRows = 5;
+std::string summaryText(const FileNode& root, const Inventory& listed, TimePoint scannedAt);
 
 // The pieces the writers share.
 

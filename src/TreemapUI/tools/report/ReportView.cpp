@@ -66,8 +66,9 @@ void ReportView::takeInventory() {
     ReportView* self = this;
     // The tiles need one walk of the whole tree: off the main thread.
     tree_.read([relay = relay_, self, generation, scannedAt = timePoint(scannedAt_)](FileNode& root) {
-        ScanReport::Inventory inventory = ScanReport::inventory(root, 1);
-        QString summary = toQString(ScanReport::summaryText(root, scannedAt));
+        // One walk serves the tiles and the summary.
+        ScanReport::Inventory inventory = ScanReport::inventory(root, ScanReport::summaryRows);
+        QString summary = toQString(ScanReport::summaryText(root, inventory, scannedAt));
         relay->post([self, generation, inventory = std::move(inventory), summary = std::move(summary)]() mutable {
             if (generation != self->generation_) return;
             self->inventory_ = std::move(inventory);
