@@ -2,11 +2,12 @@
 
 #include "UninstallKit/AppCatalog.h"
 
-#include <dirent.h>
 
 #include <algorithm>
 #include <set>
 
+#include "Base/AsciiCase.h"
+#include "Base/FolderNames.h"
 #include "Base/SmallFile.h"
 #include "DiskScanKit/Paths.h"
 #include "TrashKit/PropertyList.h"
@@ -25,13 +26,6 @@ std::optional<PropertyList> infoPlist(const std::string& path) {
     std::optional<PropertyList> list = PropertyList::parse(*file.text);
     if (!list || list->type() != PropertyList::Type::dictionary) return std::nullopt;
     return list;
-}
-
-std::string lowered(std::string_view text) {
-    std::string result(text);
-    for (char& c : result)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    return result;
 }
 
 std::optional<std::string> nonEmpty(std::optional<std::string> text) {
@@ -78,15 +72,8 @@ std::optional<InstalledApp> read(const std::string& bundlePath, bool isSystem) {
 }
 
 std::vector<InstalledApp> applications(const std::string& folder, bool isSystem) {
-    std::vector<std::string> names;
-    if (DIR* listing = opendir(folder.c_str())) {
-        while (const dirent* item = readdir(listing)) {
-            const std::string_view name = item->d_name;
-            if (name.size() > 4 && name.ends_with(".app")) names.emplace_back(name);
-        }
-        closedir(listing);
-    }
-    std::sort(names.begin(), names.end());
+    std::vector<std::string> names = folderNames(folder);
+    std::erase_if(names, [](const std::string& name) { return name.size() <= 4 || !name.ends_with(".app"); });
     std::vector<InstalledApp> apps;
     for (const std::string& name : names)
         if (std::optional<InstalledApp> app = read(Paths::join(folder, name), isSystem)) apps.push_back(std::move(*app));
@@ -116,7 +103,7 @@ std::optional<std::string> bundleIdentifier(const std::string& bundlePath) {
 }
 
 bool nameOrder(const InstalledApp& left, const InstalledApp& right) {
-    const std::string a = lowered(left.name), b = lowered(right.name);
+    const std::string a = asciiLower(left.name), b = asciiLower(right.name);
     if (a != b) return a < b;
     if (left.name != right.name) return left.name < right.name;
     return left.desktopId < right.desktopId;

@@ -18,6 +18,8 @@
 #include <algorithm>
 #include <array>
 
+#include "Base/AsciiCase.h"
+
 namespace tessel {
 
 namespace {
@@ -26,8 +28,6 @@ constexpr std::array<std::string_view, 22> fileExtensions{
     "dmg", "pkg", "mpkg", "zip", "appimage", "deb", "rpm", "tar", "gz", "tgz", "bz2",
     "xz", "zst", "7z", "exe", "msi", "snap", "flatpak", "flatpakref", "run", "iso", "sh"};
 constexpr std::size_t shortestMatch = 3;
-
-char lowered(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 bool isAlphanumeric(char c) {
     return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || static_cast<unsigned char>(c) >= 0x80;
@@ -46,7 +46,7 @@ std::string joined(const std::vector<std::string>& words) {
 
 std::string stem(std::string_view fileName) {
     std::string name;
-    for (char c : fileName) name += lowered(c);
+    for (char c : fileName) name += asciiLower(c);
     for (bool stripped = true; stripped;) {
         stripped = false;
         for (std::string_view extension : fileExtensions) {
@@ -70,7 +70,7 @@ std::vector<std::string> AppMatcher::words(std::string_view name) {
         word.clear();
     };
     for (char c : name) {
-        c = lowered(c);
+        c = asciiLower(c);
         if (isAlphanumeric(c)) word += c;
         else finish();
     }

@@ -22,6 +22,7 @@
 #include <cstdlib>
 #include <unordered_set>
 
+#include "Base/Lines.h"
 #include "Base/SmallFile.h"
 
 namespace tessel {
@@ -43,12 +44,6 @@ bool isValidKey(std::string_view key) {
     if (!key.ends_with(']') || key.size() < bracket + 3) return false;
     const std::string_view locale = key.substr(bracket + 1, key.size() - bracket - 2);
     return std::all_of(locale.begin(), locale.end(), isLocaleCharacter);
-}
-
-std::string_view trimmed(std::string_view text) {
-    const std::size_t first = text.find_first_not_of(" \t");
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
 std::string lineFault(std::size_t number, const std::string& what) {

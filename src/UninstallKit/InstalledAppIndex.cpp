@@ -26,6 +26,7 @@
 
 #include <algorithm>
 
+#include "Base/AsciiCase.h"
 #include "Base/FolderNames.h"
 #include "DiskScanKit/Paths.h"
 #include "UninstallKit/AppCatalog.h"
@@ -38,17 +39,10 @@ namespace {
 constexpr int maxBundleDepth = 8;
 constexpr int maxBundleItems = 20000;
 
-std::string lowered(std::string_view text) {
-    std::string result(text);
-    for (char& c : result)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    return result;
-}
-
 bool isCarriedBundle(std::string_view name) {
     const std::size_t dot = name.rfind('.');
     if (dot == std::string_view::npos || dot == 0) return false;
-    const std::string extension = lowered(name.substr(dot + 1));
+    const std::string extension = asciiLower(name.substr(dot + 1));
     return std::find(InstalledAppIndex::carriedBundleExtensions.begin(),
                      InstalledAppIndex::carriedBundleExtensions.end(),
                      extension) != InstalledAppIndex::carriedBundleExtensions.end();
@@ -82,13 +76,13 @@ std::vector<std::string> InstalledAppIndex::carriedIdentifiers(const std::string
 
 InstalledAppIndex::InstalledAppIndex(std::vector<InstalledApp> found) : apps(std::move(found)) {
     for (const InstalledApp& app : apps) {
-        if (app.bundleIdentifier) byIdentifier.emplace(lowered(*app.bundleIdentifier), app);
+        if (app.bundleIdentifier) byIdentifier.emplace(asciiLower(*app.bundleIdentifier), app);
         if (std::optional<std::string> vendor = app.developerPrefix()) byVendor[*vendor].push_back(app);
         byName[ReverseDns::fold(app.name)].push_back(app);
     }
     for (const InstalledApp& app : apps) {
         for (const std::string& identifier : app.source == "bundle" ? carriedIdentifiers(app.bundlePath) : app.carries) {
-            const std::string key = lowered(identifier);
+            const std::string key = asciiLower(identifier);
             if (byIdentifier.contains(key) || !carried.emplace(key, Carrier{app, identifier}).second) continue;
             if (std::optional<std::string> vendor = ReverseDns::vendor(key)) carriedVendors.insert(*vendor);
         }
@@ -98,9 +92,9 @@ InstalledAppIndex::InstalledAppIndex(std::vector<InstalledApp> found) : apps(std
 std::optional<InstalledAppIndex::Claim> InstalledAppIndex::owner(std::string_view identifier) const {
     for (const std::string& step : ReverseDns::lineage(identifier)) {
         if (const auto own = byIdentifier.find(step); own != byIdentifier.end())
-            return Claim{own->second, lowered(identifier), false};
+            return Claim{own->second, asciiLower(identifier), false};
         if (const auto inside = carried.find(step); inside != carried.end())
-            return Claim{inside->second.app, lowered(identifier), true};
+            return Claim{inside->second.app, asciiLower(identifier), true};
     }
     return std::nullopt;
 }

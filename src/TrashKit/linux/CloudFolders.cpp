@@ -49,6 +49,7 @@
 #include <optional>
 #include <pugixml.hpp>
 
+#include "Base/Lines.h"
 #include "DiskScanKit/NameBytes.h"
 #include "DiskScanKit/Paths.h"
 
@@ -65,25 +66,6 @@ std::optional<std::string> placed(std::string_view raw, const std::string& home)
     const std::string path = fromHome ? Paths::standardized(Paths::join(home, raw), home) : Paths::standardized(raw, home);
     if (path == "/" || !path.starts_with('/')) return std::nullopt;
     return path;
-}
-
-std::vector<std::string_view> lines(std::string_view text) {
-    std::vector<std::string_view> all;
-    while (!text.empty()) {
-        const std::size_t end = text.find('\n');
-        std::string_view line = text.substr(0, end);
-        if (line.ends_with('\r')) line.remove_suffix(1);
-        all.push_back(line);
-        if (end == std::string_view::npos) break;
-        text.remove_prefix(end + 1);
-    }
-    return all;
-}
-
-std::string_view trimmed(std::string_view text) {
-    const std::size_t first = text.find_first_not_of(" \t");
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
 std::vector<std::string> dropbox(std::string_view text) {
@@ -163,7 +145,8 @@ std::string iniValue(std::string_view raw) {
 
 std::vector<std::string> qtSettings(std::string_view text) {
     std::vector<std::string> paths;
-    for (std::string_view line : lines(text)) {
+    for (std::string_view line : linesOf(text)) {
+        if (line.ends_with('\r')) line.remove_suffix(1);
         const std::size_t equals = line.find('=');
         if (equals == std::string_view::npos) continue;
         const std::string_view key = trimmed(line.substr(0, equals));
@@ -176,7 +159,8 @@ std::vector<std::string> qtSettings(std::string_view text) {
 
 std::vector<std::string> onedrive(std::string_view text) {
     std::optional<std::string> folder;
-    for (std::string_view line : lines(text)) {
+    for (std::string_view line : linesOf(text)) {
+        if (line.ends_with('\r')) line.remove_suffix(1);
         line = trimmed(line);
         const std::size_t equals = line.find('=');
         if (line.starts_with('#') || equals == std::string_view::npos || trimmed(line.substr(0, equals)) != "sync_dir")

@@ -30,6 +30,8 @@
 #include <cstdlib>
 #include <thread>
 
+#include "DiskScanKit/UniqueFd.h"
+
 extern char** environ;
 
 namespace tessel::CommandRunner {
@@ -38,20 +40,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds gracePeriod{1000};
-
-class Descriptor {
-public:
-    explicit Descriptor(int fd = -1) : fd_(fd) {}
-    ~Descriptor() {
-        if (fd_ >= 0) ::close(fd_);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return fd_; }
-
-private:
-    int fd_;
-};
 
 std::string temporaryFolder() {
     const char* folder = std::getenv("TMPDIR");
@@ -103,7 +91,7 @@ std::optional<std::string> readAll(int fd, std::size_t limit) {
 } // namespace
 
 std::optional<std::string> output(const std::string& program, const std::vector<std::string>& arguments, Limits limits) {
-    const Descriptor out(unnamedFile());
+    const UniqueFd out(unnamedFile());
     if (out.get() < 0) return std::nullopt;
 
     posix_spawn_file_actions_t actions;
@@ -134,7 +122,7 @@ std::optional<std::string> output(const std::string& program, const std::vector<
     posix_spawnattr_destroy(&attributes);
     if (failed != 0) return std::nullopt;
 
-    const Descriptor pidfd(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
+    const UniqueFd pidfd(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)));
     std::optional<int> status = waitUntil(pid, pidfd.get(), Clock::now() + limits.timeout);
     if (!status) {
         ::kill(-pid, SIGTERM);

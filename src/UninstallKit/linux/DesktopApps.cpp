@@ -40,6 +40,7 @@
 #include <cstring>
 #include <set>
 
+#include "Base/AsciiCase.h"
 #include "DiskScanKit/Paths.h"
 #include "UninstallKit/AppCatalog.h"
 
@@ -97,14 +98,7 @@ void listEntries(const DesktopMachine& machine, const std::string& folder, const
     }
 }
 
-bool endsWithAppImage(std::string_view name) {
-    constexpr std::string_view suffix = ".appimage";
-    if (name.size() <= suffix.size()) return false;
-    const std::string_view tail = name.substr(name.size() - suffix.size());
-    return std::equal(tail.begin(), tail.end(), suffix.begin(), [](char a, char b) {
-        return (a >= 'A' && a <= 'Z' ? static_cast<char>(a - 'A' + 'a') : a) == b;
-    });
-}
+bool endsWithAppImage(std::string_view name) { return name.size() > 9 && endsWithIgnoringAsciiCase(name, ".appimage"); }
 
 // The program a command runs: "env A=1 viewer" runs viewer. With options
 // given to env, env it stays, rather than a guess at which word is the program.

@@ -16,6 +16,7 @@
 
 #include <algorithm>
 
+#include "Base/AsciiCase.h"
 #include "Base/Lines.h"
 #include "Base/SmallFile.h"
 
@@ -26,22 +27,6 @@ namespace {
 constexpr std::int64_t statusLimit = std::int64_t{1} << 30;
 constexpr std::int64_t listLimit = std::int64_t{256} << 20;
 constexpr std::int64_t diversionsLimit = std::int64_t{64} << 20;
-
-std::string_view trimmed(std::string_view text) {
-    while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);
-    while (!text.empty() && (text.back() == ' ' || text.back() == '\t' || text.back() == '\r')) text.remove_suffix(1);
-    return text;
-}
-
-bool sameName(std::string_view a, std::string_view b) {
-    if (a.size() != b.size()) return false;
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        const char x = (a[i] >= 'A' && a[i] <= 'Z') ? static_cast<char>(a[i] + 32) : a[i];
-        const char y = (b[i] >= 'A' && b[i] <= 'Z') ? static_cast<char>(b[i] + 32) : b[i];
-        if (x != y) return false;
-    }
-    return true;
-}
 
 std::vector<std::string_view> words(std::string_view text, std::string_view separators = " \t") {
     std::vector<std::string_view> found;
@@ -57,43 +42,43 @@ std::vector<std::string_view> words(std::string_view text, std::string_view sepa
 
 // " /etc/foo.conf 0123abcd [obsolete]" → "/etc/foo.conf".
 std::optional<std::string> conffilePath(std::string_view line) {
-    line = trimmed(line);
+    line = trimmed(line, " \t\r");
     for (std::string_view flag : {"obsolete", "remove-on-upgrade"}) {
         if (line.size() > flag.size() && line.ends_with(flag) && line[line.size() - flag.size() - 1] == ' ')
-            line = trimmed(line.substr(0, line.size() - flag.size()));
+            line = trimmed(line.substr(0, line.size() - flag.size()), " \t\r");
     }
     const std::size_t space = line.rfind(' ');
     if (space == std::string_view::npos) return std::nullopt;
-    const std::string_view path = trimmed(line.substr(0, space));
+    const std::string_view path = trimmed(line.substr(0, space), " \t\r");
     if (path.empty() || path.front() != '/') return std::nullopt;
     return std::string(path);
 }
 
 void keepField(DpkgPackage& package, std::string_view name, std::string_view value,
                const std::vector<std::string_view>& continuation) {
-    if (sameName(name, "Package")) package.name = std::string(value);
-    else if (sameName(name, "Version")) package.version = std::string(value);
-    else if (sameName(name, "Architecture")) package.architecture = std::string(value);
-    else if (sameName(name, "Multi-Arch")) package.multiArch = std::string(value);
-    else if (sameName(name, "Priority")) package.priority = std::string(value);
+    if (equalsIgnoringAsciiCase(name, "Package")) package.name = std::string(value);
+    else if (equalsIgnoringAsciiCase(name, "Version")) package.version = std::string(value);
+    else if (equalsIgnoringAsciiCase(name, "Architecture")) package.architecture = std::string(value);
+    else if (equalsIgnoringAsciiCase(name, "Multi-Arch")) package.multiArch = std::string(value);
+    else if (equalsIgnoringAsciiCase(name, "Priority")) package.priority = std::string(value);
     // "Source: chromium" or "Source: chromium (120.0-1)": the name alone.
-    else if (sameName(name, "Source")) package.source = std::string(value.substr(0, value.find(' ')));
-    else if (sameName(name, "Essential")) package.essential = sameName(value, "yes");
-    else if (sameName(name, "Status")) {
+    else if (equalsIgnoringAsciiCase(name, "Source")) package.source = std::string(value.substr(0, value.find(' ')));
+    else if (equalsIgnoringAsciiCase(name, "Essential")) package.essential = equalsIgnoringAsciiCase(value, "yes");
+    else if (equalsIgnoringAsciiCase(name, "Status")) {
         const std::vector<std::string_view> parts = words(value);
         if (parts.size() == 3) {
             package.want = std::string(parts[0]);
             package.flag = std::string(parts[1]);
             package.state = std::string(parts[2]);
         }
-    } else if (sameName(name, "Depends")) {
+    } else if (equalsIgnoringAsciiCase(name, "Depends")) {
         // "a (>= 1), b:any | c" gives a, b and c.
         for (std::string_view each : words(value, ",|")) {
-            each = trimmed(each);
+            each = trimmed(each, " \t\r");
             each = each.substr(0, each.find_first_of(" (:["));
             if (!each.empty()) package.depends.emplace_back(each);
         }
-    } else if (sameName(name, "Conffiles")) {
+    } else if (equalsIgnoringAsciiCase(name, "Conffiles")) {
         for (std::string_view line : continuation)
             if (std::optional<std::string> path = conffilePath(line)) package.conffiles.push_back(std::move(*path));
     }
@@ -164,7 +149,7 @@ std::vector<DpkgPackage> parseStatus(std::string_view text) {
         if (end == std::string_view::npos) end = text.size();
         const std::string_view line = text.substr(at, end - at);
         at = end + 1;
-        if (trimmed(line).empty()) {
+        if (trimmed(line, " \t\r").empty()) {
             endStanza();
             continue;
         }
@@ -176,7 +161,7 @@ std::vector<DpkgPackage> parseStatus(std::string_view text) {
         const std::size_t colon = line.find(':');
         if (colon == std::string_view::npos || colon == 0) continue;
         fieldName = line.substr(0, colon);
-        fieldValue = trimmed(line.substr(colon + 1));
+        fieldValue = trimmed(line.substr(colon + 1), " \t\r");
     }
     endStanza();
     return packages;
@@ -189,23 +174,16 @@ std::vector<DpkgPackage> readStatus(const std::string& adminFolder) {
 void checkFormat(const std::string& adminFolder) {
     const std::string path = adminFolder + "/info/format";
     if (!exists(path)) return;
-    const std::string text(trimmed(readWhole(path, 4096)));
+    const std::string text(trimmed(readWhole(path, 4096), " \t\r"));
     std::string_view first = text;
     if (const std::size_t newline = first.find('\n'); newline != std::string_view::npos) first = first.substr(0, newline);
-    if (trimmed(first) != "1")
-        throw DpkgError(path + " says the database is in format \"" + std::string(trimmed(first).substr(0, 40)) +
+    if (trimmed(first, " \t\r") != "1")
+        throw DpkgError(path + " says the database is in format \"" + std::string(trimmed(first, " \t\r").substr(0, 40)) +
                         "\"; only format 1 can be read");
 }
 
 std::vector<DpkgDiversion> parseDiversions(std::string_view text) {
-    std::vector<std::string_view> lines;
-    std::size_t at = 0;
-    while (at < text.size()) {
-        std::size_t end = text.find('\n', at);
-        if (end == std::string_view::npos) end = text.size();
-        lines.push_back(text.substr(at, end - at));
-        at = end + 1;
-    }
+    const std::vector<std::string_view> lines = linesOf(text);
     std::vector<DpkgDiversion> diversions;
     for (std::size_t i = 0; i + 2 < lines.size(); i += 3) {
         if (lines[i].empty() || lines[i + 1].empty() || lines[i + 2].empty()) continue;

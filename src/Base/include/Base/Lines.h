@@ -4,6 +4,7 @@
 // A last line without its newline counts; a final newline makes no empty line.
 
 #include <string_view>
+#include <vector>
 
 namespace tessel {
 
@@ -16,6 +17,20 @@ void forEachLine(std::string_view text, Visit&& visit) {
         visit(text.substr(start, end - start));
         start = end + 1;
     }
+}
+
+// Every line of `text`, as forEachLine gives them.
+inline std::vector<std::string_view> linesOf(std::string_view text) {
+    std::vector<std::string_view> lines;
+    forEachLine(text, [&](std::string_view line) { lines.push_back(line); });
+    return lines;
+}
+
+// `text` without the `blanks` at either end.
+inline std::string_view trimmed(std::string_view text, std::string_view blanks = " \t") {
+    const std::size_t first = text.find_first_not_of(blanks);
+    if (first == std::string_view::npos) return {};
+    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
 } // namespace tessel
