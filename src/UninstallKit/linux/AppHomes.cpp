@@ -55,13 +55,9 @@ std::vector<std::string> ownPlaces(const std::vector<std::string>& listed, const
 
 std::vector<AppHome> of(const std::vector<InstalledApp>& apps, const PathOwners* owners, const DesktopMachine& machine) {
     const AppOwners places(apps, owners, machine);
-    std::map<std::string, DpkgPackage> packages;
     const std::string admin = dpkgAdminFolder(machine.root);
-    if (owners != nullptr) try {
-            packages = DpkgDatabase::byListName(DpkgDatabase::readStatus(admin));
-        } catch (const DpkgError&) {
-            packages.clear();
-        }
+    const std::map<std::string, DpkgPackage> packages =
+        owners != nullptr ? DpkgDatabase::packagesOf(machine.root) : std::map<std::string, DpkgPackage>{};
     std::map<std::string, std::set<std::string>> bySource; // source → the packages built from it
     for (const auto& [name, package] : packages) bySource[package.sourceName()].insert(name);
     std::vector<AppHome> homes;

@@ -71,13 +71,9 @@ std::vector<std::string> fromPaths(const std::vector<std::string>& paths, std::s
 }
 
 void fill(std::vector<InstalledApp>& apps, const PathOwners* owners, const DesktopMachine& machine) {
-    std::map<std::string, DpkgPackage> packages;
     const std::string admin = dpkgAdminFolder(machine.root);
-    if (owners != nullptr) try {
-            packages = DpkgDatabase::byListName(DpkgDatabase::readStatus(admin));
-        } catch (const DpkgError&) {
-            packages.clear();
-        }
+    const std::map<std::string, DpkgPackage> packages =
+        owners != nullptr ? DpkgDatabase::packagesOf(machine.root) : std::map<std::string, DpkgPackage>{};
     std::map<std::string, std::string> flatpakDeployments;
     for (const FlatpakApp& flatpak : SandboxedApps::flatpaks(machine.root, machine.dataHome))
         flatpakDeployments.try_emplace(flatpak.id, flatpak.deployPath);

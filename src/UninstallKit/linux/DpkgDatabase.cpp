@@ -246,6 +246,14 @@ std::vector<std::string> listedPaths(std::string_view listText) {
     return paths;
 }
 
+std::map<std::string, DpkgPackage> packagesOf(const std::string& root) {
+    try {
+        return byListName(readStatus(dpkgAdminFolder(root)));
+    } catch (const DpkgError&) {
+        return {};
+    }
+}
+
 std::map<std::string, DpkgPackage> byListName(std::vector<DpkgPackage> packages) {
     std::map<std::string, DpkgPackage> named;
     for (DpkgPackage& package : packages) named.try_emplace(package.listName(), std::move(package));

@@ -122,12 +122,8 @@ FoundAppListing gather(const DesktopMachine& machine, const std::optional<std::s
     std::vector<std::string> imagePaths;
     for (const AppImage& image : images) imagePaths.push_back(realPath(image.path));
     // The package database's records, read once for every app it installed.
-    std::map<std::string, DpkgPackage> dpkg;
-    if (packages.owners != nullptr) try {
-            dpkg = DpkgDatabase::byListName(DpkgDatabase::readStatus(dpkgAdminFolder(machine.root)));
-        } catch (const DpkgError&) {
-            dpkg.clear();
-        }
+    const std::map<std::string, DpkgPackage> dpkg =
+        packages.owners != nullptr ? DpkgDatabase::packagesOf(machine.root) : std::map<std::string, DpkgPackage>{};
 
     FoundAppListing found;
     found.unreadable = std::move(listing.unreadable);

@@ -86,6 +86,8 @@ std::optional<std::string> readFileList(const std::string& adminFolder, const Dp
 std::vector<std::string> listedPaths(std::string_view listText);
 // Packages by the name their file list goes by: NAME, or NAME:ARCH for Multi-Arch "same".
 std::map<std::string, DpkgPackage> byListName(std::vector<DpkgPackage> packages);
+// The packages of the machine whose "/" is `root`, by list name; none where its database can't be read.
+std::map<std::string, DpkgPackage> packagesOf(const std::string& root);
 // The packages that make up an installed desktop: what the desktop's core
 // metapackages (gnome-core, kde-plasma-desktop, xfce4, task-*-desktop...)
 // depend on, those metapackages included.
