@@ -46,7 +46,7 @@ std::string realHome(const std::string& systemRoot, const std::string& home) {
 } // namespace
 
 std::vector<DiskVolume> fromTable(const std::vector<MountEntry>& table, const std::string& systemRoot,
-                                  const std::string& home) {
+                                  const std::string& home, bool measured) {
     std::optional<std::uint64_t> homeDevice;
     if (!home.empty())
         if (std::optional<MountEntry> holder = MountTable::containing(table, realHome(systemRoot, home)))
@@ -64,13 +64,15 @@ std::vector<DiskVolume> fromTable(const std::vector<MountEntry>& table, const st
         volume.mountPoint = mount.mountPoint;
         volume.device = mount.source;
         volume.fileSystem = mount.fileSystem;
-        std::variant<VolumeCapacity, std::string> measured =
-            VolumeSampler::measure(MountTable::onSystem(systemRoot, mount.mountPoint));
-        if (VolumeCapacity* capacity = std::get_if<VolumeCapacity>(&measured)) {
-            capacity->name = volume.name;
-            volume.capacity = *capacity;
-        } else {
-            volume.capacityFailure = std::get<std::string>(measured);
+        if (measured) {
+            std::variant<VolumeCapacity, std::string> figures =
+                VolumeSampler::measure(MountTable::onSystem(systemRoot, mount.mountPoint));
+            if (VolumeCapacity* capacity = std::get_if<VolumeCapacity>(&figures)) {
+                capacity->name = volume.name;
+                volume.capacity = *capacity;
+            } else {
+                volume.capacityFailure = std::get<std::string>(figures);
+            }
         }
         volume.isRoot = mount.mountPoint == "/";
         volume.holdsHome = homeDevice == device;
@@ -83,10 +85,10 @@ std::vector<DiskVolume> fromTable(const std::vector<MountEntry>& table, const st
     return volumes;
 }
 
-DiskVolumeListing list(const std::string& systemRoot, const std::string& home) {
+DiskVolumeListing list(const std::string& systemRoot, const std::string& home, bool measured) {
     MountTableReading table = MountTable::read(systemRoot);
     if (!table.failure.empty()) return {{}, std::move(table.failure)};
-    return {fromTable(table.entries, systemRoot, home), {}};
+    return {fromTable(table.entries, systemRoot, home, measured), {}};
 }
 
 std::optional<std::string> homeDisk(const std::vector<DiskVolume>& volumes) {

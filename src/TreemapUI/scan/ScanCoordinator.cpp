@@ -43,9 +43,9 @@ ScanCoordinator::Environment ScanCoordinator::Environment::system(QSettings* set
     return environment;
 }
 
-std::vector<ScanCoordinator::Volume> ScanCoordinator::Environment::systemVolumes(const std::string& home) {
+std::vector<ScanCoordinator::Volume> ScanCoordinator::Environment::systemVolumes(const std::string& home, bool measured) {
     std::vector<Volume> volumes;
-    for (const DiskVolume& disk : DiskVolumes::list("/", home).volumes)
+    for (const DiskVolume& disk : DiskVolumes::list("/", home, measured).volumes)
         volumes.push_back({disk.mountPoint, disk.name, disk.isRoot, disk.holdsHome});
     return volumes;
 }
@@ -64,7 +64,8 @@ ScanCoordinator::~ScanCoordinator() {
 
 std::string ScanCoordinator::initialPath(const QStringList& positionalArguments) {
     if (!positionalArguments.isEmpty()) return Paths::absolute(toBytes(positionalArguments.front()));
-    return defaultPath(Environment::systemVolumes(Paths::homeFolder()));
+    // Before the window opens: the disks as the mount table has them, none asked for its figures.
+    return defaultPath(Environment::systemVolumes(Paths::homeFolder(), false));
 }
 
 std::string ScanCoordinator::defaultPath(const std::vector<Volume>& volumes) {

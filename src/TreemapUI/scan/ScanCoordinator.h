@@ -90,7 +90,7 @@ public:
         // Called on the main thread when the user should pick a folder.
         static Environment system(QSettings* settings);
         // The local disks, as "tessel volumes" lists them.
-        static std::vector<Volume> systemVolumes(const std::string& home);
+        static std::vector<Volume> systemVolumes(const std::string& home, bool measured = true);
     };
 
     ScanCoordinator(Environment environment, std::string initialPath, QObject* parent = nullptr);

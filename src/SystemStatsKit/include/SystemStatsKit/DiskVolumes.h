@@ -36,10 +36,12 @@ namespace DiskVolumes {
 // The local disks of `table`, "/" first, then by mount point. `home` is a path
 // of the machine that `systemRoot` stands for; labels and figures are read
 // under `systemRoot` too.
+// Unless `measured`, no disk is asked for its figures: a listing made before
+// the app's window opens must not wait on a disk that never answers.
 std::vector<DiskVolume> fromTable(const std::vector<MountEntry>& table, const std::string& systemRoot,
-                                  const std::string& home);
+                                  const std::string& home, bool measured = true);
 // The same from the mount table under `systemRoot`.
-DiskVolumeListing list(const std::string& systemRoot, const std::string& home);
+DiskVolumeListing list(const std::string& systemRoot, const std::string& home, bool measured = true);
 // The mount point of the disk that holds the home folder; none when it is on
 // no local disk (a home on tmpfs or a network share).
 std::optional<std::string> homeDisk(const std::vector<DiskVolume>& volumes);
