@@ -192,9 +192,12 @@ std::function<std::optional<std::string>(const std::string&)> appNames(const std
 }
 
 std::set<std::string> inUse(const std::vector<JunkItem>& items, const RunningPrograms& running) {
+    // Tools are named in lower case, as folders are most often named for them; programs keep their own case.
+    std::set<std::string> names;
+    for (const std::string& name : running.names) names.insert(asciiLower(name));
     std::set<std::string> held;
     for (const JunkItem& item : items) {
-        const bool toolRuns = std::ranges::any_of(item.tools, [&](const std::string& tool) { return running.runsNamed(tool); });
+        const bool toolRuns = std::ranges::any_of(item.tools, [&](const std::string& tool) { return names.contains(asciiLower(tool)); });
         if (toolRuns || (item.identifier && running.runsApp(*item.identifier))) held.insert(item.path);
     }
     return held;
