@@ -12,32 +12,14 @@ using namespace tessel::test;
 
 TEST(DpkgStatus, StanzasFieldsAndContinuationLines) {
     const std::vector<DpkgPackage> packages = DpkgDatabase::parseStatus(
-        "Package: bash\n"
-        "Essential: yes\n"
-        "status: install ok installed\n"
-        "Priority: required\n"
-        "Version: 5.2.15-2+b2\n"
+        "Package: bash\nEssential: yes\nstatus: install ok installed\nPriority: required\nVersion: 5.2.15-2+b2\n"
         "Depends: base-files (>= 2.1.12), debianutils (>= 5.6-0.1),libc6:any|  musl [amd64] , \n"
-        "Description: a shell\n"
-        " Package: not-a-package\n"
-        " .\n"
-        "\n\n\n"
-        "Version: 1.0\n"
-        "Description: a stanza with no package is passed over\n"
-        "\n"
-        "Package: libfoo1\n"
-        "Status: deinstall ok config-files\n"
-        "Multi-Arch: same\n"
-        "Architecture: amd64\n"
-        "Conffiles:\n"
-        " /etc/foo.conf 0123456789abcdef0123456789abcdef\n"
-        " /etc/foo bar.conf 0123456789abcdef0123456789abcdef obsolete\n"
-        " /etc/gone.conf newconffile remove-on-upgrade\n"
-        "Version: 1:2.0-1\n"
-        "\n"
-        "Package: held\r\n"
-        "Status: hold reinstreq half-installed\r\n"
-        "Priority: optional");
+        "Description: a shell\n Package: not-a-package\n .\n\n\n\n"
+        "Version: 1.0\nDescription: a stanza with no package is passed over\n\n"
+        "Package: libfoo1\nStatus: deinstall ok config-files\nMulti-Arch: same\nArchitecture: amd64\nConffiles:\n"
+        " /etc/foo.conf 0123456789abcdef0123456789abcdef\n /etc/foo bar.conf 0123456789abcdef0123456789abcdef obsolete\n"
+        " /etc/gone.conf newconffile remove-on-upgrade\nVersion: 1:2.0-1\n\n"
+        "Package: held\r\nStatus: hold reinstreq half-installed\r\nPriority: optional");
     ASSERT_EQ(packages.size(), 3u) << "a stanza with no package is passed over, a continuation line is no field";
     const DpkgPackage& bash = packages[0];
     EXPECT_EQ(bash.version, "5.2.15-2+b2");
