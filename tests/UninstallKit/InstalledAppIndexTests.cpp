@@ -76,16 +76,6 @@ TEST_F(MacApps, CarriedIdentifiersClaimNamesForTheAppThatCarriesThem) {
     EXPECT_FALSE(index.appContaining(folder / "Applications/Other.app/x"));
 }
 
-TEST(InstalledAppIndexLinux, DesktopAppsAreIndexedButCarryNothing) {
-    InstalledApp maps;
-    maps.name = "Maps";
-    maps.bundleIdentifier = "org.example.Maps";
-    maps.bundlePath = "/nonexistent/org.example.Maps.desktop";
-    const InstalledAppIndex index({maps});
-    EXPECT_EQ(index.app("org.example.maps.Cache")->name, "Maps");
-    EXPECT_TRUE(index.carried.empty());
-}
-
 TEST(AppMatcherNames, FileNamesFindTheirAppsVersionsAside) {
     std::vector<InstalledApp> apps(5);
     for (std::size_t i = 0; const char* name : {"Firefox", "Visual Studio Code", "Paint", "Paint Pro", "Go"}) apps[i++].name = name;
