@@ -12,54 +12,25 @@ using namespace tessel::test;
 
 TEST(DpkgStatus, StanzasFieldsAndContinuationLines) {
     const std::vector<DpkgPackage> packages = DpkgDatabase::parseStatus(
-        "Package: bash\n"
-        "Essential: yes\n"
-        "status: install ok installed\n"
-        "Priority: required\n"
-        "Version: 5.2.15-2+b2\n"
+        "Package: bash\nEssential: yes\nstatus: install ok installed\nPriority: required\nVersion: 5.2.15-2+b2\n"
         "Depends: base-files (>= 2.1.12), debianutils (>= 5.6-0.1),libc6:any|  musl [amd64] , \n"
-        "Description: a shell\n"
-        " Package: not-a-package\n"
-        " .\n"
-        "\n\n\n"
-        "Version: 1.0\n"
-        "Description: a stanza with no package is passed over\n"
-        "\n"
-        "Package: libfoo1\n"
-        "Status: deinstall ok config-files\n"
-        "Multi-Arch: same\n"
-        "Architecture: amd64\n"
-        "Conffiles:\n"
-        " /etc/foo.conf 0123456789abcdef0123456789abcdef\n"
-        " /etc/foo bar.conf 0123456789abcdef0123456789abcdef obsolete\n"
-        " /etc/gone.conf newconffile remove-on-upgrade\n"
-        "Version: 1:2.0-1\n"
-        "\n"
-        "Package: held\r\n"
-        "Status: hold reinstreq half-installed\r\n"
-        "Priority: optional");
-    ASSERT_EQ(packages.size(), 3u);
+        "Description: a shell\n Package: not-a-package\n .\n\n\n\n"
+        "Version: 1.0\nDescription: a stanza with no package is passed over\n\n"
+        "Package: libfoo1\nStatus: deinstall ok config-files\nMulti-Arch: same\nArchitecture: amd64\nConffiles:\n"
+        " /etc/foo.conf 0123456789abcdef0123456789abcdef\n /etc/foo bar.conf 0123456789abcdef0123456789abcdef obsolete\n"
+        " /etc/gone.conf newconffile remove-on-upgrade\nVersion: 1:2.0-1\n\n"
+        "Package: held\r\nStatus: hold reinstreq half-installed\r\nPriority: optional");
+    ASSERT_EQ(packages.size(), 3u) << "a stanza with no package is passed over, a continuation line is no field";
     const DpkgPackage& bash = packages[0];
-    EXPECT_EQ(bash.name, "bash");
     EXPECT_EQ(bash.version, "5.2.15-2+b2");
-    EXPECT_TRUE(bash.essential);
-    EXPECT_TRUE(bash.isSystem());
-    EXPECT_EQ(bash.stateLetters(), "ii");
-    EXPECT_EQ(bash.listName(), "bash");
-    EXPECT_TRUE(bash.hasFiles());
+    EXPECT_TRUE(bash.isSystem()) << "essential";
     EXPECT_EQ(bash.depends, (std::vector<std::string>{"base-files", "debianutils", "libc6", "musl"}));
-
     const DpkgPackage& library = packages[1];
     EXPECT_EQ(library.listName(), "libfoo1:amd64");
     EXPECT_EQ(library.stateLetters(), "rc");
-    EXPECT_FALSE(library.hasFiles());
-    EXPECT_FALSE(library.isSystem());
     EXPECT_EQ(library.version, "1:2.0-1") << "a field after Conffiles' lines still counts";
     EXPECT_EQ(library.conffiles, (std::vector<std::string>{"/etc/foo.conf", "/etc/foo bar.conf", "/etc/gone.conf"}));
-
-    EXPECT_EQ(packages[2].name, "held") << "carriage returns are not part of a value";
-    EXPECT_EQ(packages[2].stateLetters(), "hHR");
-    EXPECT_FALSE(packages[2].isSystem());
+    EXPECT_EQ(packages[2].name + " " + packages[2].stateLetters(), "held hHR") << "carriage returns are not part of a value";
 }
 
 TEST(DpkgStatus, TheDesktopIsWhatItsInstalledCoreMetapackagesDependOn) {
@@ -90,28 +61,19 @@ TEST(DpkgFiles, UnknownFormatsAndHostileFilesAreClearErrors) {
     DpkgMachine machine(true);
     machine.install({{"Package: a\nStatus: install ok installed", "a", {"/usr/bin/a"}}});
     EXPECT_NO_THROW(DpkgDatabase::checkFormat(machine.admin()));
-    EXPECT_EQ(DpkgDatabase::readStatus(machine.admin()).size(), 1u);
-
+    const auto failureOf = [&](auto read) -> std::string {
+        try {
+            read(machine.admin());
+        } catch (const DpkgError& error) {
+            return error.what();
+        }
+        return "(no failure)";
+    };
     writeText(machine.admin() + "/info/format", "2\n");
-    try {
-        DpkgDatabase::checkFormat(machine.admin());
-        ADD_FAILURE() << "format 2 was accepted";
-    } catch (const DpkgError& error) {
-        EXPECT_NE(std::string(error.what()).find("only format 1"), std::string::npos) << error.what();
-        EXPECT_NE(std::string(error.what()).find(machine.admin() + "/info/format"), std::string::npos) << error.what();
-    }
-
+    EXPECT_NE(failureOf(DpkgDatabase::checkFormat).find(machine.admin() + "/info/format"), std::string::npos);
     // A pipe in place of status would block a plain open until someone writes.
-    ASSERT_EQ(unlink((machine.admin() + "/status").c_str()), 0);
-    ASSERT_EQ(mkfifo((machine.admin() + "/status").c_str(), 0644), 0);
-    EXPECT_THROW(DpkgDatabase::readStatus(machine.admin()), DpkgError);
-    ASSERT_EQ(unlink((machine.admin() + "/status").c_str()), 0);
-    try {
-        DpkgDatabase::readStatus(machine.admin());
-        ADD_FAILURE() << "a missing status was read";
-    } catch (const DpkgError& error) {
-        EXPECT_NE(std::string(error.what()).find(machine.admin() + "/status"), std::string::npos) << error.what();
-    }
+    ASSERT_EQ(unlink((machine.admin() + "/status").c_str()) | mkfifo((machine.admin() + "/status").c_str(), 0644), 0);
+    EXPECT_NE(failureOf(DpkgDatabase::readStatus).find(machine.admin() + "/status"), std::string::npos);
 
     // A list that is a link, and a name that would climb out of info/.
     makeSymlink("/etc/passwd", machine.admin() + "/info/b.list");
@@ -119,7 +81,7 @@ TEST(DpkgFiles, UnknownFormatsAndHostileFilesAreClearErrors) {
     linked.name = "b";
     std::string failure;
     EXPECT_FALSE(DpkgDatabase::readFileList(machine.admin(), linked, &failure));
-    EXPECT_NE(failure.find("not a regular file"), std::string::npos) << failure;
+    EXPECT_NE(failure.find(machine.admin() + "/info/b.list"), std::string::npos) << failure;
     DpkgPackage climbing;
     climbing.name = "../../../outside";
     writeText(machine / "var/outside.list", "/usr/bin/a\n");

@@ -1,5 +1,5 @@
-// What Flatpak, snapd, AppImages and the processes add to the apps a
-// described machine's desktop entries show.
+// What Flatpak, snapd, AppImages, the package database and the processes add
+// to the apps a described machine's desktop entries show.
 #include <gtest/gtest.h>
 
 #include <unistd.h>
@@ -9,14 +9,29 @@
 #include "UninstallKit/AppHomes.h"
 #include "UninstallKit/AppOwners.h"
 #include "UninstallKit/CarriedNames.h"
-#include "UninstallKit/InstalledAppIndex.h"
 #include "UninstallKit/FoundApps.h"
+#include "UninstallKit/InstalledAppIndex.h"
 
 namespace tessel {
 namespace {
 
+// A machine whose root holds a package database, with Maps deployed by Flatpak and Viewer on the PATH.
 struct DescribedApps : DescribedLinux {
-    const FoundApp& named(const FoundAppListing& listing, const std::string& name) {
+    test::DpkgMachine dpkg{false};
+    const std::string maps = "/var/lib/flatpak/app/org.example.Maps/x86_64/stable/c0ffee";
+
+    void SetUp() override {
+        DescribedLinux::SetUp();
+        machine.root = dpkg.root();
+        program("/usr/bin/viewer");
+        app("/usr/share/applications/viewer.desktop", "Viewer");
+        write(maps + "/metadata", "[Application]\nname=org.example.Maps\n");
+        test::makeSymlink("x86_64/stable", local("/var/lib/flatpak/app/org.example.Maps/current"));
+        test::makeSymlink("c0ffee", local(maps.substr(0, maps.rfind('/')) + "/active"));
+        app("/usr/share/applications/org.example.Maps.desktop", "Maps",
+            "Exec=/usr/bin/flatpak run org.example.Maps\nX-Flatpak=org.example.Maps\n");
+    }
+    static const FoundApp& named(const FoundAppListing& listing, const std::string& name) {
         for (const FoundApp& found : listing.apps)
             if (found.app.name == name) return found;
         throw std::runtime_error("no app named " + name);
@@ -31,49 +46,36 @@ struct DescribedApps : DescribedLinux {
         write(path, header + std::string(padding, 'x'));
         chmod(local(path).c_str(), 0755);
     }
+    void viewerPackage(const std::vector<std::string>& files) {
+        dpkg.install({{"Package: viewer\nStatus: install ok installed\nPriority: important\nVersion: 2.0-1", "viewer", files},
+                      {"Package: base\nStatus: install ok installed\nPriority: required\nVersion: 1", "base",
+                       {"/usr", "/usr/bin", "/usr/share", "/usr/share/common/shared"}}});
+    }
 };
 
 TEST_F(DescribedApps, SandboxesAndImagesGiveVersionsSizesAndAppsOfTheirOwn) {
-    const std::string deploy = "/var/lib/flatpak/app/org.example.Maps/x86_64/stable/c0ffee";
-    write(deploy + "/metadata", "[Application]\nname=org.example.Maps\n");
-    write(deploy + "/files/share/metainfo/org.example.Maps.metainfo.xml",
-          "<component><releases><release version=\"45.1\"/></releases></component>");
-    write(deploy + "/files/bin/maps", std::string(300'000, 'm'));
-    test::makeSymlink("x86_64/stable", local("/var/lib/flatpak/app/org.example.Maps/current"));
-    test::makeSymlink("c0ffee", local("/var/lib/flatpak/app/org.example.Maps/x86_64/stable/active"));
-    app("/usr/share/applications/org.example.Maps.desktop", "Maps",
-        "Exec=/usr/bin/flatpak run org.example.Maps\nX-Flatpak=org.example.Maps\n");
-
+    write(maps + "/files/share/metainfo/org.example.Maps.metainfo.xml", "<component><releases><release version=\"45.1\"/></releases></component>");
+    write(maps + "/files/bin/maps", std::string(300'000, 'm'));
     write("/snap/notes/12/meta/snap.yaml", "name: notes\nversion: \"3.2\"\n");
     test::makeSymlink("12", local("/snap/notes/current"));
     write("/var/lib/snapd/snaps/notes_12.snap", std::string(200'000, 's'));
     app("/usr/share/applications/notes_notes.desktop", "Notes", "Exec=/snap/bin/notes\nX-SnapInstanceName=notes\n");
-
     appImage(machine.home + "/Applications/Paint.AppImage", 500'000);
-    app(machine.home + "/.local/share/applications/paint.desktop", "Paint",
-        "Exec=" + machine.home + "/Applications/Paint.AppImage\n");
+    app(machine.home + "/.local/share/applications/paint.desktop", "Paint", "Exec=" + machine.home + "/Applications/Paint.AppImage\n");
     appImage(machine.home + "/Downloads/Loose-1.0.AppImage", 10);
 
     const FoundAppListing listing = FoundApps::gather(machine, std::nullopt, RunningPrograms{});
-    const FoundApp& maps = named(listing, "Maps");
-    EXPECT_EQ(maps.app.version, "45.1");
-    EXPECT_GE(maps.bytes.value_or(0), 300'000) << "the whole deployment";
-    const FoundApp& notes = named(listing, "Notes");
-    EXPECT_EQ(notes.app.version, "3.2");
-    EXPECT_GE(notes.bytes.value_or(0), 200'000) << "the snap's image";
-    const FoundApp& paint = named(listing, "Paint");
-    EXPECT_EQ(paint.app.source, "appimage");
-    EXPECT_GE(paint.bytes.value_or(0), 500'000);
-    const FoundApp& loose = named(listing, "Loose-1.0");
-    EXPECT_EQ(loose.app.source, "appimage") << "an AppImage no entry runs is an app of its own";
-    EXPECT_EQ(loose.app.bundlePath, machine.home + "/Downloads/Loose-1.0.AppImage");
-    EXPECT_EQ(listing.apps.size(), 4u) << "Paint's image is not listed twice";
+    EXPECT_EQ(named(listing, "Maps").app.version, "45.1");
+    EXPECT_GE(named(listing, "Maps").bytes.value_or(0), 300'000) << "the whole deployment";
+    EXPECT_EQ(named(listing, "Notes").app.version, "3.2");
+    EXPECT_GE(named(listing, "Notes").bytes.value_or(0), 200'000) << "the snap's image";
+    EXPECT_GE(named(listing, "Paint").bytes.value_or(0), 500'000);
+    EXPECT_EQ(named(listing, "Loose-1.0").app.bundlePath, machine.home + "/Downloads/Loose-1.0.AppImage")
+        << "an AppImage no entry runs is an app of its own";
+    EXPECT_EQ(listing.apps.size(), 5u) << "Paint's image is not listed twice";
 }
 
 TEST_F(DescribedApps, AnAppRunsByItsProgramItsSandboxOrItsUnit) {
-    app("/usr/share/applications/viewer.desktop", "Viewer");
-    app("/usr/share/applications/org.example.Maps.desktop", "Maps",
-        "Exec=/usr/bin/flatpak run org.example.Maps\nX-Flatpak=org.example.Maps\n");
     program("/usr/bin/idle");
     app("/usr/share/applications/org.example.Idle.desktop", "Idle", "Exec=idle\n");
     RunningPrograms running;
@@ -88,119 +90,73 @@ TEST_F(DescribedApps, AnAppRunsByItsProgramItsSandboxOrItsUnit) {
 }
 
 TEST_F(DescribedApps, AnEntryWhosePackageListsItsProgramIsThatPackagesApp) {
-    test::DpkgMachine dpkg(false);
-    machine.root = dpkg.root();
-    program("/usr/bin/viewer");
     program("/usr/bin/loose");
-    app("/usr/share/applications/viewer.desktop", "Viewer");
     app("/usr/share/applications/loose.desktop", "Loose", "Exec=loose\n");
     write("/usr/share/viewer/data", std::string(100'000, 'd'));
     write("/usr/share/common/shared", std::string(400'000, 's'));
-    dpkg.install({{"Package: viewer\nStatus: install ok installed\nPriority: important\nVersion: 2.0-1", "viewer",
-                   {"/usr", "/usr/bin", "/usr/bin/viewer", "/usr/share/viewer/data", "/usr/share/common/shared"}},
-                  {"Package: common\nStatus: install ok installed\nPriority: optional\nVersion: 1", "common",
-                   {"/usr", "/usr/share/common/shared"}}});
+    viewerPackage({"/usr", "/usr/bin", "/usr/bin/viewer", "/usr/share/viewer/data", "/usr/share/common/shared"});
     const PathOwners owners = PathOwners::build(machine.root);
     const FoundAppListing listing =
         FoundApps::gather(machine, std::nullopt, RunningPrograms{}, {&owners, PackageReceipts::list(machine.root)});
     const FoundApp& viewer = named(listing, "Viewer");
-    EXPECT_EQ(viewer.app.source, "dpkg");
     EXPECT_EQ(viewer.app.package, "viewer");
     EXPECT_EQ(viewer.app.version, "2.0-1");
     EXPECT_TRUE(viewer.app.isSystemApp) << "Priority important";
     EXPECT_GE(viewer.bytes.value_or(0), 100'000);
     EXPECT_LT(viewer.bytes.value_or(0), 400'000) << "a file another package lists too is not the app's alone";
-    const FoundApp& loose = named(listing, "Loose");
-    EXPECT_EQ(loose.app.source, "other") << "no package lists its program";
-    EXPECT_EQ(loose.bytes, std::nullopt);
+    EXPECT_EQ(named(listing, "Loose").app.source, "other") << "no package lists its program";
 }
 
 TEST_F(DescribedApps, APathBelongsToTheAppWhosePackageListsItOrWhoseFolderHoldsIt) {
-    test::DpkgMachine dpkg(false);
-    machine.root = dpkg.root();
-    program("/usr/bin/viewer");
-    app("/usr/share/applications/viewer.desktop", "Viewer");
-    dpkg.install({{"Package: viewer\nStatus: install ok installed\nPriority: optional\nVersion: 2", "viewer",
-                   {"/usr", "/usr/bin", "/usr/bin/viewer", "/usr/share/viewer/help.html"}},
-                  {"Package: base\nStatus: install ok installed\nPriority: required\nVersion: 1", "base", {"/usr", "/usr/bin"}}});
+    viewerPackage({"/usr", "/usr/bin", "/usr/bin/viewer", "/usr/share/viewer/help.html"});
     program("/opt/suite/tool/bin/tool");
     app("/usr/share/applications/tool.desktop", "Tool", "Exec=/opt/suite/tool/bin/tool\n");
-    app("/usr/share/applications/org.example.Maps.desktop", "Maps",
-        "Exec=/usr/bin/flatpak run org.example.Maps\nX-Flatpak=org.example.Maps\n");
     app("/usr/share/applications/notes_notes.desktop", "Notes", "Exec=/snap/bin/notes\nX-SnapInstanceName=notes\n");
     const PathOwners owners = PathOwners::build(machine.root);
     const AppOwners apps(AppCatalog::installedApps(machine).apps, &owners, machine);
-
-    auto nameAt = [&](const std::string& path) { return apps.appContaining(path).value_or(InstalledApp{}).name; };
-    EXPECT_EQ(nameAt("/usr/share/viewer/help.html"), "Viewer") << "listed by the package of its program";
-    EXPECT_EQ(nameAt("/usr/bin/../share/viewer/help.html"), "Viewer");
-    EXPECT_EQ(nameAt("/opt/suite/tool/lib/x.so"), "Tool");
-    EXPECT_EQ(nameAt("/opt/suite"), "Tool") << "unpacked by hand: the folder below /opt";
-    EXPECT_EQ(nameAt("/var/lib/flatpak/app/org.example.Maps/x86_64/stable/active/files/bin/maps"), "Maps");
-    EXPECT_EQ(nameAt(machine.dataHome + "/flatpak/app/org.example.Maps"), "Maps");
-    EXPECT_EQ(nameAt("/snap/notes/12/bin/notes"), "Notes");
-    EXPECT_EQ(apps.appContaining("/opt/other/file"), std::nullopt);
-    EXPECT_EQ(apps.appContaining("/usr/bin"), std::nullopt) << "a folder other packages list too";
-    EXPECT_EQ(apps.appContaining("/var/lib/flatpak/app/org.example.MapsPro/x"), std::nullopt) << "whole names only";
+    for (const auto& [path, name] : std::vector<std::pair<std::string, std::string>>{
+             {"/usr/share/viewer/help.html", "Viewer"}, // listed by the package of its program
+             {"/usr/bin/../share/viewer/help.html", "Viewer"},
+             {"/opt/suite", "Tool"}, // unpacked by hand: the folder below /opt
+             {"/var/lib/flatpak/app/org.example.Maps/x86_64/stable/active/files/bin/maps", "Maps"},
+             {machine.dataHome + "/flatpak/app/org.example.Maps", "Maps"},
+             {"/snap/notes/12/bin/notes", "Notes"},
+             {"/usr/bin", ""}, // a folder other packages list too
+             {"/var/lib/flatpak/app/org.example.MapsPro/x", ""}}) // whole names only
+        EXPECT_EQ(apps.appContaining(path).value_or(InstalledApp{}).name, name) << path;
 }
 
 TEST_F(DescribedApps, AnAppsHomesAreItsOwnFolderOrWhatOnlyItsPackagesList) {
-    test::DpkgMachine dpkg(false);
-    machine.root = dpkg.root();
-    program("/usr/bin/viewer");
-    app("/usr/share/applications/viewer.desktop", "Viewer");
     program("/opt/editor/bin/editor");
     app("/usr/share/applications/editor.desktop", "Editor", "Exec=/opt/editor/bin/editor\n");
     program("/usr/bin/plain");
     app("/usr/share/applications/plain.desktop", "Plain", "Exec=plain\n");
-    dpkg.install({{"Package: viewer\nStatus: install ok installed\nPriority: optional\nVersion: 2", "viewer",
+    dpkg.install({{"Package: viewer\nStatus: install ok installed\nVersion: 2", "viewer",
                    {"/usr", "/usr/bin", "/usr/bin/viewer", "/usr/share", "/usr/share/viewer", "/usr/share/viewer/img",
-                    "/usr/share/viewer/img/a.png", "/usr/share/viewer/help.html", "/usr/share/doc/viewer",
-                    "/usr/share/doc/viewer/copyright"}},
-                  {"Package: viewer-data\nSource: viewer (2)\nStatus: install ok installed\nPriority: optional\nVersion: 2",
-                   "viewer-data", {"/usr", "/usr/share", "/usr/share/viewer", "/usr/share/viewer/img", "/usr/share/viewer/img/b.png",
-                                   "/usr/share/viewer-extra", "/usr/share/viewer-extra/x"}},
-                  {"Package: base\nStatus: install ok installed\nPriority: required\nVersion: 1", "base",
-                   {"/usr", "/usr/bin", "/usr/share", "/usr/share/doc"}}});
+                    "/usr/share/viewer/img/a.png", "/usr/share/doc/viewer", "/usr/share/doc/viewer/copyright"}},
+                  {"Package: viewer-data\nSource: viewer (2)\nStatus: install ok installed\nVersion: 2", "viewer-data",
+                   {"/usr", "/usr/share", "/usr/share/viewer", "/usr/share/viewer/img", "/usr/share/viewer-extra"}},
+                  {"Package: base\nStatus: install ok installed\nVersion: 1", "base", {"/usr", "/usr/bin", "/usr/share", "/usr/share/doc"}}});
     const PathOwners owners = PathOwners::build(machine.root);
-    const std::vector<AppHome> homes = AppHomes::of(AppCatalog::installedApps(machine).apps, &owners, machine);
+    std::vector<AppHome> homes = AppHomes::of(AppCatalog::installedApps(machine).apps, &owners, machine);
+    std::erase_if(homes, [](const AppHome& home) { return home.name == "Maps"; });
     ASSERT_EQ(homes.size(), 2u) << "Plain has neither a folder of its own nor a package";
-    EXPECT_EQ(homes[0].name, "Editor");
     EXPECT_EQ(homes[0].paths, std::vector<std::string>{"/opt/editor"});
-    EXPECT_EQ(homes[1].name, "Viewer");
     EXPECT_EQ(homes[1].paths, (std::vector<std::string>{"/usr/bin/viewer", "/usr/share/doc/viewer", "/usr/share/viewer",
                                                          "/usr/share/viewer-extra"}))
         << "a folder the app's packages share (one source) is its home, and so is a file of theirs in a shared "
            "folder; what lies below a home, and folders other packages list, are not";
 }
 
-TEST(CarriedNamesOfPaths, EntriesServicesUnitsAndAutostartByTheirFolders) {
-    EXPECT_EQ(CarriedNames::fromPaths({"/usr/share/applications/org.example.Viewer.desktop",
-                                       "/usr/share/applications/org.example.Viewer.Settings.desktop",
-                                       "/usr/share/dbus-1/services/org.example.Viewer.SearchProvider.service",
-                                       "/usr/lib/systemd/user/viewer-indexer.service", "/lib/systemd/user/viewer-indexer.timer",
-                                       "/etc/xdg/autostart/viewer-tray.desktop", "/usr/share/doc/viewer/README.service",
-                                       "/usr/bin/viewer"},
-                                      "org.example.Viewer.desktop"),
-              (std::vector<std::string>{"org.example.Viewer.SearchProvider", "org.example.Viewer.Settings", "viewer-indexer",
-                                        "viewer-tray"}));
-}
-
 TEST_F(DescribedApps, WhatAnAppsPackageCarriesIsClaimedForIt) {
-    test::DpkgMachine dpkg(false);
-    machine.root = dpkg.root();
-    program("/usr/bin/viewer");
-    app("/usr/share/applications/org.example.Viewer.desktop", "Viewer");
-    dpkg.install({{"Package: viewer\nStatus: install ok installed\nPriority: optional\nVersion: 2", "viewer",
-                   {"/usr/bin/viewer", "/usr/share/applications/org.example.Viewer.desktop",
-                    "/usr/share/dbus-1/services/org.example.ViewerSearch.service"}}});
-    const std::string deploy = "/var/lib/flatpak/app/org.example.Maps/x86_64/stable/c0ffee";
-    write(deploy + "/metadata", "[Application]\nname=org.example.Maps\n");
-    write(deploy + "/export/share/dbus-1/services/org.example.Maps.Provider.service", "");
-    test::makeSymlink("x86_64/stable", local("/var/lib/flatpak/app/org.example.Maps/current"));
-    test::makeSymlink("c0ffee", local("/var/lib/flatpak/app/org.example.Maps/x86_64/stable/active"));
-    app("/usr/share/applications/org.example.Maps.desktop", "Maps",
-        "Exec=/usr/bin/flatpak run org.example.Maps\nX-Flatpak=org.example.Maps\n");
+    viewerPackage({"/usr/bin/viewer", "/usr/share/applications/viewer.desktop", "/usr/share/dbus-1/services/org.example.ViewerSearch.service"});
+    write(maps + "/export/share/dbus-1/services/org.example.Maps.Provider.service", "");
+    EXPECT_EQ(CarriedNames::fromPaths({"/usr/share/applications/org.example.Viewer.Settings.desktop",
+                                       "/usr/lib/systemd/user/viewer-indexer.service", "/lib/systemd/user/viewer-indexer.timer",
+                                       "/etc/xdg/autostart/viewer-tray.desktop", "/usr/share/doc/viewer/README.service"},
+                                      "org.example.Viewer.desktop"),
+              (std::vector<std::string>{"org.example.Viewer.Settings", "viewer-indexer", "viewer-tray"}))
+        << "entries, user units and autostart entries, by their folders";
 
     const PathOwners owners = PathOwners::build(machine.root);
     std::vector<InstalledApp> apps = AppCatalog::installedApps(machine).apps;
@@ -210,9 +166,8 @@ TEST_F(DescribedApps, WhatAnAppsPackageCarriesIsClaimedForIt) {
     ASSERT_TRUE(search);
     EXPECT_EQ(search->app.name, "Viewer");
     EXPECT_TRUE(search->isCarried);
-    const std::optional<InstalledAppIndex::Claim> provider = index.claim("org.example.Maps.Provider.cache");
-    ASSERT_TRUE(provider) << "a Flatpak's exports, and what is named below them";
-    EXPECT_EQ(provider->app.name, "Maps");
+    ASSERT_TRUE(index.claim("org.example.Maps.Provider.cache")) << "a Flatpak's exports, and what is named below them";
+    EXPECT_EQ(index.claim("org.example.Maps.Provider.cache")->app.name, "Maps");
     EXPECT_FALSE(index.claim("org.example.Other"));
 }
 

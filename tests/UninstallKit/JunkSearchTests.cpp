@@ -6,8 +6,6 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <filesystem>
-#include <fstream>
 #include <thread>
 
 #include "Fixture.h"
@@ -35,16 +33,11 @@ std::vector<std::string> pathsOf(const std::vector<JunkItem>& items) {
 
 TEST(JunkSearch, TheScannedHomeAnswersAsTheDiskWouldAndAHungFolderCostsOneStall) {
     test::TempFolder home;
-    for (const char* folder : {".cache", ".cache/app", "Downloads", "net", "net/.cache", "work", "work/site",
-                               "work/site/node_modules", "work/site/node_modules/left-pad", "work/site/node_modules/left-pad/node_modules"})
-        test::makeFolder(home / folder);
-    test::writeFile(home / ".cache/app/blob", 3'000'000);
-    test::writeFile(home / "Downloads/tool.deb", 2'000'000);
-    test::writeFile(home / "net/.cache/huge", 2'000'000);
-    std::ofstream(home / "work/site/package.json") << "{}";
-    std::ofstream(home / "work/site/package-lock.json") << "{}";
-    test::writeFile(home / "work/site/node_modules/left-pad/index.js", 1'500'000);
-    test::writeFile(home / "work/site/node_modules/left-pad/node_modules/x", 1'500'000);
+    for (const char* file : {"work/site/package.json", "work/site/package-lock.json", ".cache/app/blob", "Downloads/tool.deb",
+                             "net/.cache/huge", "work/site/node_modules/left-pad/node_modules/x"})
+        test::writeText(home / file, "{}");
+    for (const char* file : {".cache/app/blob", "Downloads/tool.deb", "net/.cache/huge", "work/site/node_modules/left-pad/node_modules/x"})
+        test::writeFile(home / file, 2'000'000);
 
     const JunkPlaces places = JunkPlaces::forHome(home.path());
     const std::vector<JunkItem> fromDisk = JunkFinder(places, JunkFinder::Disk::real(), settingsNow()).find();
@@ -63,12 +56,8 @@ TEST(JunkSearch, TheScannedHomeAnswersAsTheDiskWouldAndAHungFolderCostsOneStall)
     EXPECT_EQ(pathsOf(scanned), (std::vector<std::string>{home / ".cache/app", home / "Downloads/tool.deb",
                                                           home / "work/site/node_modules"}))
         << "the nested node_modules once, nothing of the folder that never answered";
-    EXPECT_EQ(pathsOf(fromDisk), pathsOf(scanned)) << "the disk read directly finds the same, the answering folders aside";
-    for (const JunkItem& item : scanned) {
-        const auto same = std::ranges::find(fromDisk, item.path, &JunkItem::path);
-        ASSERT_NE(same, fromDisk.end());
-        EXPECT_EQ(item.bytes, same->bytes) << item.path;
-    }
+    ASSERT_EQ(pathsOf(fromDisk), pathsOf(scanned)) << "the disk read directly finds the same, the answering folders aside";
+    for (const JunkItem& item : scanned) EXPECT_EQ(item.bytes, std::ranges::find(fromDisk, item.path, &JunkItem::path)->bytes) << item.path;
 }
 
 TEST(JunkSearch, AnItemIsInUseWhileItsToolOrItsAppRuns) {

@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <ctime>
-#include <filesystem>
-#include <fstream>
 
 #include "Fixture.h"
 #include "UninstallKit/JunkFinder.h"
@@ -18,11 +16,10 @@ class Projects : public ::testing::Test {
 protected:
     test::TempFolder home;
 
-    void file(const std::string& relative) {
-        std::filesystem::create_directories(std::filesystem::path(home / relative).parent_path());
-        std::ofstream(home / relative) << "x";
+    // A folder for a path that ends in "/", else a file.
+    void make(std::initializer_list<std::string> relatives) {
+        for (const std::string& relative : relatives) test::writeText(home / relative + (relative.ends_with('/') ? ".keep" : ""), "x");
     }
-    void folder(const std::string& relative) { std::filesystem::create_directories(home / relative); }
 
     // The candidates as of `daysLater` days from now: every file here was made today.
     std::vector<JunkFinder::Candidate> found(int daysLater, int budget = 2'000) {
@@ -40,23 +37,12 @@ protected:
 } // namespace
 
 TEST_F(Projects, OutputsNeedTheirProjectsProofAndAreFoundOnce) {
-    file("code/site/package.json");
-    file("code/site/package-lock.json");
-    folder("code/site/node_modules/a/node_modules/b");
-    folder("code/site/dist");
-    file("code/loose/package.json"); // no lockfile
-    folder("code/loose/node_modules");
-    folder("code/notes/build"); // no marker anywhere
-    folder("code/notes/node_modules"); // no package.json beside it
-    file("code/crate/Cargo.toml");
-    folder("code/crate/target/debug");
-    file("code/cpp/CMakeLists.txt");
-    file("code/cpp/cmake-build-debug/CMakeCache.txt");
-    file("code/py/pyproject.toml");
-    folder("code/py/src/pkg/__pycache__");
-    folder("Library/site/node_modules"); // never entered
-    folder(".hidden/site/node_modules");
-    file(".hidden/site/package.json");
+    make({"code/site/package.json", "code/site/package-lock.json", "code/site/node_modules/a/node_modules/b/", "code/site/dist/",
+          "code/loose/package.json", "code/loose/node_modules/", // no lockfile
+          "code/notes/build/", "code/notes/node_modules/",        // no marker anywhere, no package.json beside it
+          "code/crate/Cargo.toml", "code/crate/target/debug/", "code/cpp/CMakeLists.txt", "code/cpp/cmake-build-debug/CMakeCache.txt",
+          "code/py/pyproject.toml", "code/py/src/pkg/__pycache__/",
+          "Library/site/node_modules/", ".hidden/site/node_modules/", ".hidden/site/package.json"}); // never entered
 
     const std::vector<JunkFinder::Candidate> candidates = found(0);
     std::vector<std::string> paths;
@@ -64,38 +50,18 @@ TEST_F(Projects, OutputsNeedTheirProjectsProofAndAreFoundOnce) {
     std::ranges::sort(paths);
     EXPECT_EQ(paths, (std::vector<std::string>{"code/cpp/cmake-build-debug", "code/crate/target", "code/loose/node_modules",
                                                "code/py/src/pkg/__pycache__", "code/site/dist", "code/site/node_modules"}));
-    const JunkFinder::Candidate& modules = *at(candidates, "code/site/node_modules");
-    EXPECT_EQ(modules.name, "site node_modules");
-    EXPECT_TRUE(modules.tools.contains("npm"));
+    EXPECT_TRUE(at(candidates, "code/site/node_modules")->tools.contains("npm"));
     EXPECT_EQ(at(candidates, "code/py/src/pkg/__pycache__")->name, "py __pycache__") << "named for the project, found above";
-    EXPECT_NE(at(candidates, "code/crate/target")->note.find("Any app or archive built into it goes with it."), std::string::npos);
 }
 
 TEST_F(Projects, OnlyAPinnedIdleProjectsOutputIsRecommended) {
-    file("site/package.json");
-    file("site/yarn.lock");
-    folder("site/node_modules");
-    file("loose/package.json");
-    folder("loose/node_modules");
-    file("crate/Cargo.toml");
-    folder("crate/target");
-
-    const std::vector<JunkFinder::Candidate> today = found(0);
-    EXPECT_FALSE(at(today, "site/node_modules")->recommended);
-    EXPECT_EQ(at(today, "site/node_modules")->note,
-              "npm install brings it back, from yarn.lock. Not ticked for you: the project changed in the last three months.");
-
+    make({"site/package.json", "site/yarn.lock", "site/node_modules/", "loose/package.json", "loose/node_modules/", "crate/Cargo.toml",
+          "crate/target/"});
+    EXPECT_FALSE(at(found(0), "site/node_modules")->recommended) << "the project changed in the last three months";
     const std::vector<JunkFinder::Candidate> later = found(91);
     EXPECT_TRUE(at(later, "site/node_modules")->recommended);
-    EXPECT_EQ(at(later, "site/node_modules")->note,
-              "Nothing in the project has changed for months. npm install brings it back, the same versions, from yarn.lock.");
     EXPECT_FALSE(at(later, "loose/node_modules")->recommended) << "without a lockfile, never";
-    EXPECT_EQ(at(later, "loose/node_modules")->note,
-              "npm install brings it back. Not ticked for you: without a lockfile, the versions it installs may differ.");
     EXPECT_FALSE(at(later, "crate/target")->recommended) << "Cargo's lockfile is missing too";
-
-    for (int i = 0; i < 20; ++i) file("site/src/file" + std::to_string(i));
-    const std::vector<JunkFinder::Candidate> tooBig = found(91, 10);
-    EXPECT_FALSE(at(tooBig, "site/node_modules")->recommended);
-    EXPECT_NE(at(tooBig, "site/node_modules")->note.find("too big, or too closed"), std::string::npos);
+    for (int i = 0; i < 20; ++i) make({"site/src/file" + std::to_string(i)});
+    EXPECT_FALSE(at(found(91, 10), "site/node_modules")->recommended) << "too many files to tell when the project last changed";
 }

@@ -1,16 +1,18 @@
-// tessel apps, run as the real tool on a machine described under --root with
-// a home of its own: that the home, the root and LANG reach the app index,
-// names kept to the byte, and what a script and a person read. How desktop
-// entries are read and which wins is tested with the index.
+// tessel apps, uninstall, launchers and junk, run as the real tool on a
+// machine described under --root with a home of its own: that the home, the
+// root and LANG reach the kits, names kept to the byte, what a script and a
+// person read, and that only what is chosen goes to that home's Trash. How
+// entries are read, residue graded and junk found is the kit's own, tested there.
 
-#include <gtest/gtest.h>
+#include <signal.h>
+#include <spawn.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 
 #include <filesystem>
-#include <fstream>
+#include <map>
 
 #include "DiskScanKit/NameBytes.h"
-#include "Fixture.h"
 #include "ScopedEnvironment.h"
 #include "ToolRun.h"
 
@@ -18,58 +20,107 @@ namespace tessel::cli {
 namespace {
 
 using nlohmann::json;
+namespace fs = std::filesystem;
 
-struct DescribedApps : ::testing::Test {
+struct Apps : WithHome {
+    test::ScopedEnvironment environment;
+    test::TempFolder root;
     void SetUp() override {
         for (const char* name : {"XDG_DATA_DIRS", "LC_ALL", "LC_MESSAGES"}) environment.unset(name);
         environment.set("LANG", "de_DE.UTF-8");
         environment.set("PATH", "/usr/bin:/bin");
-        write(root + "/usr/bin/viewer", "#!/bin/sh\n", 0755);
-        write(root + "/usr/bin/caf\xe9", "#!/bin/sh\n", 0755);
-        write(root + "/usr/share/applications/viewer.desktop",
-              "[Desktop Entry]\nType=Application\nName=Viewer\nName[de]=Betrachter\nExec=viewer %F\nNoDisplay=true\n");
-        write(root + "/usr/local/share/applications/caf\xe9.desktop", "[Desktop Entry]\nType=Application\nName=Caf\xe9\nExec=caf\xe9\n");
-        write(root + "/usr/share/applications/editor.desktop", "[Desktop Entry]\nType=Application\nName=Editor\nExec=viewer\n");
-        write(home + "/.local/share/applications/editor.desktop", "[Desktop Entry]\nType=Application\nHidden=true\n");
-        write(home + "/.local/share/applications/broken.desktop", "Name=Broken\n");
     }
-    static void write(const std::string& path, const std::string& text, mode_t mode = 0644) {
-        std::filesystem::create_directories(path.substr(0, path.rfind('/')));
-        std::ofstream(path) << text;
-        chmod(path.c_str(), mode);
+    void entry(const std::string& path, const std::string& name, const std::string& more) const {
+        test::writeText(path, "[Desktop Entry]\nType=Application\nName=" + name + "\n" + more);
     }
-    Outcome run(std::vector<std::string> words) { return runTessel(std::move(words), As::usual, home); }
-
-    test::ScopedEnvironment environment;
-    test::TempFolder folder;
-    std::string root = folder / "root";
-    std::string home = folder / "home";
 };
 
-} // namespace
-
-TEST_F(DescribedApps, JsonListsTheAppsByNameWithTheirPathsToTheByte) {
-    const json report = runJson({"apps", "--json", "--root", root}, As::usual, home);
+TEST_F(Apps, TheHomeTheRootAndTheLanguageReachTheListAndNamesKeepTheirBytes) {
+    for (const std::string program : {"/usr/bin/viewer", "/usr/bin/caf\xe9"}) {
+        test::writeText(root / program, "#!/bin/sh\n");
+        chmod((root / program).c_str(), 0755);
+    }
+    entry(root / "usr/share/applications/viewer.desktop", "Viewer", "Name[de]=Betrachter\nExec=viewer %F\nNoDisplay=true\n");
+    entry(root / "usr/share/applications/caf\xe9.desktop", "Caf\xe9", "Exec=caf\xe9\n");
+    test::writeText(home / ".local/share/applications/broken.desktop", "Name=Broken\n");
+    const json report = runJson({"apps", "--json", "--root", root.path()});
     const json& apps = report.at("apps");
-    ASSERT_EQ(apps.size(), 2u) << report << "\nthe home's Hidden=true entry removes the editor";
+    ASSERT_EQ(apps.size(), 2u) << report;
     EXPECT_EQ(apps[0], (json{{"name", "Betrachter"}, {"identifier", "viewer"}, {"version", nullptr},
                              {"path", "/usr/bin/viewer"}, {"source", "other"}, {"isSystem", false}, {"bytes", nullptr},
                              {"isRunning", false}, {"isShown", false}, {"entry", "/usr/share/applications/viewer.desktop"}}));
-    EXPECT_EQ(apps[1].at("nameBytes"), Base64::encode("Caf\xe9"));
-    EXPECT_EQ(apps[1].at("identifierBytes"), Base64::encode("caf\xe9"));
     EXPECT_EQ(apps[1].at("pathBytes"), Base64::encode("/usr/bin/caf\xe9"));
-    ASSERT_EQ(report.at("unreadable").size(), 1u);
-    EXPECT_EQ(report.at("unreadable")[0].at("file"), home + "/.local/share/applications/broken.desktop");
+    EXPECT_EQ(report.at("unreadable").at(0).at("file"), home / ".local/share/applications/broken.desktop");
+
+    const Outcome text = run({"apps", "--root=" + root.path()});
+    EXPECT_NE(text.out.find("Betrachter (viewer, not shown in menus)\n  /usr/bin/viewer\n"), std::string::npos) << text.out;
+    EXPECT_NE(text.out.find("Caf\\xe9 (caf\\xe9)\n"), std::string::npos) << text.out;
+    expectOneErrorLine(run({"apps", "--root", root / "missing"}), 1, root / "missing");
 }
 
-TEST_F(DescribedApps, TextNamesEachAppAndWhatWasPassedOver) {
-    const Outcome outcome = run({"apps", "--root=" + root});
-    ASSERT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_NE(outcome.out.find("Betrachter (viewer, not shown in menus)\n  /usr/bin/viewer\n"), std::string::npos) << outcome.out;
-    EXPECT_NE(outcome.out.find("Caf\\xe9 (caf\\xe9)\n"), std::string::npos) << outcome.out;
-    EXPECT_NE(outcome.out.find("\n  " + home + "/.local/share/applications/broken.desktop: "), std::string::npos) << outcome.out;
-    expectOneErrorLine(run({"apps", "--root", folder / "missing"}), 1, folder / "missing");
-    expectOneErrorLine(run({"apps", "/usr"}), 2, "/usr");
+TEST_F(Apps, AnUninstalledAppImageGoesToTheTrashWholeWithItsResidue) {
+    const std::string image = home / "Applications/Editor.AppImage", bytes = "\x7f" "ELF appimage bytes \x01\x02";
+    test::writeText(image, bytes);
+    fs::permissions(image, fs::perms::owner_all);
+    entry(home / ".local/share/applications/editor.desktop", "Editor", "Exec=" + image + " %F\n");
+    test::writeText(home / ".config/editor/settings.ini", "theme=dark\n");
+    const json plan = runJson({"uninstall", "--json", "--dry-run", "--root", root.path(), "Editor"});
+    EXPECT_EQ(plan.at("bundle").at("path"), image);
+    EXPECT_EQ(plan.at("residue").size(), 2u) << plan;
+    EXPECT_TRUE(fs::exists(image)) << "a dry run moves nothing";
+
+    const Outcome removed = run({"uninstall", "--root", root.path(), "editor"});
+    ASSERT_EQ(removed.status, 0) << removed.out << removed.err;
+    EXPECT_EQ(test::readText(home / ".local/share/Trash/files/Editor.AppImage"), bytes) << "moved whole, byte for byte";
+    EXPECT_EQ(test::readText(home / ".local/share/Trash/files/editor/settings.ini"), "theme=dark\n");
+    EXPECT_FALSE(fs::exists(home / ".local/share/applications/editor.desktop"));
+    expectOneErrorLine(run({"uninstall", "--root", root.path(), "Nothing Like It"}), 1, "Nothing Like It");
 }
 
+TEST_F(Apps, LaunchersOfGoneAppsAreListedAndTakenOffOnlyWhenAsked) {
+    entry(root / "usr/share/applications/org.kde.dolphin.desktop", "Dolphin", "Exec=dolphin\n");
+    const std::string applets = home / ".config/plasma-org.kde.plasma.desktop-appletsrc";
+    test::writeText(applets, "[Containments][1][Applets][3]\nplugin=org.kde.plasma.icontasks\n\n"
+                             "[Containments][1][Applets][3][Configuration][General]\n"
+                             "launchers=applications:org.kde.dolphin.desktop,applications:gone.desktop\n");
+    const json report = runJson({"launchers", "--json", "--root", root.path()});
+    ASSERT_EQ(report.at("orphans").size(), 1u) << report;
+    EXPECT_EQ(report.at("orphans")[0].at("entry"), "applications:gone.desktop");
+    EXPECT_NE(test::readText(applets).find("gone.desktop"), std::string::npos) << "listing changes nothing";
+    EXPECT_EQ(run({"launchers", "--remove", "--root", root.path()}).status, 0);
+    EXPECT_NE(test::readText(applets).find("launchers=applications:org.kde.dolphin.desktop\n"), std::string::npos);
+}
+
+TEST_F(Apps, ARunningProgramHoldsItsJunkBackAndCleanTakesOnlyWhatIsTicked) {
+    for (const char* file : {".cache/viewer/blob", ".cache/quietbuilder/blob", "Downloads/tool.deb"}) {
+        fs::create_directories(fs::path(home / file).parent_path());
+        test::writeFile(home / file, 1'200'000);
+    }
+    // A program of the name the cache is named for runs while the tool looks; it has its name once spawned.
+    std::string program = root / "quietbuilder", seconds = "30";
+    test::makeSymlink("/bin/sleep", program);
+    char* words[] = {program.data(), seconds.data(), nullptr};
+    pid_t child = 0;
+    ASSERT_EQ(posix_spawn(&child, program.c_str(), nullptr, nullptr, words, environ), 0);
+    const json report = runJson({"junk", "--json", "--root", root.path()});
+    const Outcome cleaned = run({"junk", "--clean", "--root", root.path()});
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+
+    std::map<std::string, json> items;
+    for (const json& item : report.at("items")) items[item.at("path")] = item;
+    const json &viewer = items[home / ".cache/viewer"], &held = items[home / ".cache/quietbuilder"],
+               &installer = items[home / "Downloads/tool.deb"];
+    EXPECT_EQ(viewer.value("category", ""), "appCaches") << report;
+    EXPECT_EQ(viewer.value("startsTicked", false), true);
+    EXPECT_EQ(held.value("inUse", false), true) << report;
+    EXPECT_EQ(held.value("startsTicked", true), false) << "a cache whose program runs is not ticked";
+    EXPECT_EQ(installer.value("startsTicked", true), false) << "the user's own, never ticked";
+    EXPECT_EQ(report.at("tickedBytes"), viewer.value("bytes", -1));
+    ASSERT_EQ(cleaned.status, 0) << cleaned.out << cleaned.err;
+    EXPECT_TRUE(fs::exists(home / ".local/share/Trash/files/viewer")) << "moved, not deleted";
+    EXPECT_TRUE(fs::exists(home / ".cache/quietbuilder") && fs::exists(home / "Downloads/tool.deb"));
+}
+
+} // namespace
 } // namespace tessel::cli

@@ -5,7 +5,10 @@
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+
+#include "Fixture.h"
 
 namespace tessel::cli {
 
@@ -30,10 +33,14 @@ Outcome runTessel(std::vector<std::string> words, As as = As::usual, const std::
 // (a parse error fails the test, as output that is not JSON should).
 nlohmann::json runJson(std::vector<std::string> words, As as = As::usual, const std::string& home = {});
 
-// The lines of `text`, without their ends.
-std::vector<std::string> linesOf(const std::string& text);
-
 // A failure is one line on standard error, holding `mention`, and nothing on standard output.
 void expectOneErrorLine(const Outcome& run, int status, const std::string& mention);
+
+// Runs with a home folder of the test's own, so the Trash, the snapshots and the settings the tool uses are the test's.
+struct WithHome : ::testing::Test {
+    test::TempFolder home;
+    Outcome run(std::vector<std::string> words, As as = As::usual) { return runTessel(std::move(words), as, home.path()); }
+    nlohmann::json runJson(std::vector<std::string> words) { return cli::runJson(std::move(words), As::usual, home.path()); }
+};
 
 } // namespace tessel::cli
