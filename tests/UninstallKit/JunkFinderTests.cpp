@@ -3,6 +3,8 @@
 // boundary can be met to the byte), and times set on the files.
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -81,6 +83,22 @@ TEST_F(JunkHome, TheCacheFolderGivesEachChildOnceAndNeverModelsOrTessel) {
     const JunkItem& chromium = named(items, "Chromium Web Browser cache");
     EXPECT_EQ(chromium.app, "Chromium Web Browser");
     EXPECT_TRUE(chromium.tools.contains("chromium")) << "the program the folder is named for holds it back";
+}
+
+TEST_F(JunkHome, HostileEntriesAreKeptToTheByteOrPassedOverWithoutWaiting) {
+    const std::string latin1 = "caf\xe9";
+    const std::string longest(255, 'x');
+    make(".cache/" + latin1);
+    make(".cache/" + longest);
+    make("elsewhere/big");
+    std::filesystem::create_directory_symlink(home + "/elsewhere/big", home + "/.cache/linked");
+    make("Downloads");
+    ASSERT_EQ(mkfifo((home + "/Downloads/pipe.deb").c_str(), 0600), 0);
+    std::vector<std::string> paths;
+    for (const JunkItem& item : found()) paths.push_back(item.path);
+    std::ranges::sort(paths);
+    EXPECT_EQ(paths, (std::vector<std::string>{home + "/.cache/" + latin1, home + "/.cache/" + longest}))
+        << "a name not UTF-8 and one of 255 bytes stand as they are; a link is not followed, a pipe never opened";
 }
 
 TEST_F(JunkHome, SandboxedAppsBrowserProfilesAndToolCachesOfLinux) {
