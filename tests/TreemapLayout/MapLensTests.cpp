@@ -84,7 +84,6 @@ TEST_F(MapLensTree, OnLinuxFlatpaksSnapsAndAppImagesAreAppsAndKnownAppsStandByAl
     file(me, "Editor.AppImage", 20);
     at(me, "snap/firefox", 5); // a snap's data in the home is not the snap
     EXPECT_EQ(namesOf(MapLens::apps(disk, Platform::linuxOS)), (Names{"org.gimp.GIMP", "firefox", "Editor.AppImage"}));
-    EXPECT_TRUE(MapLens::apps(disk, Platform::macOS).empty());
     EXPECT_EQ(namesOf(MapLens::apps(FileNode::atPath(*disk, "/snap"), Platform::linuxOS)), (Names{"firefox"}))
         << "a scan of the snap folder itself finds its apps";
     at(disk, "usr/lib/chromium", 290);
@@ -98,10 +97,8 @@ TEST_F(MapLensTree, OnLinuxFlatpaksSnapsAndAppImagesAreAppsAndKnownAppsStandByAl
         << "system areas hold known apps too; a known app found by its place keeps its name and is not listed twice";
     EXPECT_EQ(apps[0].bytes, 297) << "every home counts";
     EXPECT_EQ(namesOf(apps[0].contents()), (Names{"chromium", "chromium"}));
-    EXPECT_EQ(apps[1].node->path(), "/var/lib/flatpak/app/org.gimp.GIMP") << "an app with one home is that home";
-    const std::vector<MapItem> belowUsrLib = MapLens::apps(FileNode::atPath(*disk, "/usr/lib"), Platform::linuxOS, known);
-    ASSERT_EQ(namesOf(belowUsrLib), (Names{"Chromium Web Browser"})) << "only homes below the place shown";
-    EXPECT_EQ(belowUsrLib.front().bytes, 290);
+    EXPECT_EQ(MapLens::apps(FileNode::atPath(*disk, "/usr/lib"), Platform::linuxOS, known).at(0).bytes, 290)
+        << "only homes below the place shown";
 }
 
 TEST_F(MapLensTree, BiggestFoldersSplitTheLargestUntilTheTargetStandsNoneInsideAnother) {
