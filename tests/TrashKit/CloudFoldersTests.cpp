@@ -50,15 +50,6 @@ protected:
     }
 };
 
-// Counts the configurations read.
-struct CountingFiles : FileManager {
-    mutable int reads = 0;
-    std::optional<std::string> contents(const std::string& path, std::int64_t limit) const override {
-        ++reads;
-        return FileManager::contents(path, limit);
-    }
-};
-
 } // namespace
 
 TEST_F(SyncClients, EachClientsOwnConfigurationNamesItsFolders) {
@@ -88,12 +79,10 @@ TEST_F(SyncClients, EachClientsOwnConfigurationNamesItsFolders) {
 TEST_F(SyncClients, AConfigurationThatNamesNoUsableFolderFallsBackToTheUsualOne) {
     EXPECT_EQ(found(), usual()) << "none at all; Syncthing has no usual folder to assume";
     const std::vector<std::pair<std::string, std::string>> junk{
-        {".dropbox/info.json", "{\"personal\": {\"path\": "},
+        {".dropbox/info.json", "{\"personal\": {\"path\": "}, {".config/onedrive/config", "# sync_dir = \"~/elsewhere\"\n"},
         {".dropbox/info.json", R"({"personal": {"path": "/"}})"}, // the whole disk is never taken for synced
         {".config/Nextcloud/nextcloud.cfg", "[Accounts]\n0\\Folders\\1\\localPath=\n"},
-        {".config/onedrive/config", "# sync_dir = \"~/elsewhere\"\n"},
-        {".local/state/syncthing/config.xml", "<configuration><folder path=\"/data/x\""},
-    };
+        {".local/state/syncthing/config.xml", "<configuration><folder path=\"/data/x\""}};
     for (const auto& [configuration, text] : junk) {
         write(configuration, text);
         EXPECT_EQ(found(), usual()) << configuration << ": " << text;
@@ -140,18 +129,4 @@ TEST_F(SyncedHome, ALinkIntoASyncedFolderOrASyncedFolderThatIsALinkIsJudgedByBot
     makeSymlink(real, dropbox);
     EXPECT_EQ(judged(dropbox, false), DeletionRefusal::cloudSynced);
     EXPECT_EQ(judged(real + "/Photos/a.jpg", false), DeletionRefusal::cloudSynced);
-}
-
-TEST_F(SyncedHome, ConfigurationsAreReadOncePerPlanAndOncePerTrashRunNotPerCandidate) {
-    CountingFiles files;
-    std::vector<DeletionCandidate> candidates{{dropbox + "/Photos/a.jpg", 10, false}};
-    for (int i = 0; i < 5; ++i) candidates.push_back({put(home + "/file " + std::to_string(i)), 10, false});
-    const DeletionPlan plan = DeletionGuard::plan(candidates, context, files, "");
-    ASSERT_EQ(plan.allowed.size(), 5u);
-    const int perPlan = files.reads;
-    EXPECT_LE(perPlan, 6) << "one read per configuration";
-    files.reads = 0;
-    TrashService reading(files, bin, 10);
-    EXPECT_EQ(reading.trash(plan, context).receipts.size(), 5u);
-    EXPECT_EQ(files.reads, perPlan);
 }

@@ -25,15 +25,13 @@ std::string arrayOf(const std::vector<std::uint32_t>& references) {
 
 // A binary list of these objects, the first one on top.
 std::string binaryList(const std::vector<std::string>& objects) {
-    std::string bytes = "bplist00";
-    std::string offsets;
+    std::string bytes = "bplist00", offsets;
     for (const std::string& object : objects) {
         offsets += bigEndian(bytes.size(), 4);
         bytes += object;
     }
-    const std::size_t table = bytes.size();
-    return bytes + offsets + std::string(6, '\0') + '\x04' + '\x04' + bigEndian(objects.size(), 8) + bigEndian(0, 8) +
-           bigEndian(table, 8);
+    return bytes + offsets + std::string(6, '\0') + "\x04\x04" + bigEndian(objects.size(), 8) + bigEndian(0, 8) +
+           bigEndian(bytes.size(), 8);
 }
 
 // Each array refers `fanOut` times to the next, `levels` deep.
@@ -44,16 +42,11 @@ std::string chainedArrays(std::uint32_t levels, std::size_t fanOut) {
     return binaryList(objects);
 }
 
+// Text with what XML escapes, a negative number, a boolean, bytes with a NUL, an array.
 PropertyList sample() {
-    PropertyList list = PropertyList::dictionary();
-    list.set("name", PropertyList::text("Caf\xC3\xA9 & <Bar>"));
-    list.set("count", PropertyList::integer(-7));
-    list.set("on", PropertyList::boolean(true));
-    list.set("bytes", PropertyList::data(std::string("a\0b", 3)));
-    PropertyList items = PropertyList::array();
-    items.append(PropertyList::integer(2));
-    list.set("items", items);
-    return list;
+    return *PropertyList::parse("<plist><dict><key>name</key><string>Caf\xC3\xA9 &amp; &lt;Bar&gt;</string><key>count</key>"
+                                "<integer>-7</integer><key>on</key><true/><key>bytes</key><data>YQBi</data><key>items</key>"
+                                "<array><integer>2</integer></array></dict></plist>");
 }
 
 } // namespace

@@ -26,7 +26,7 @@ TEST_F(Trashing, EveryByteModeAndTimeComesBack) {
         before[path] = stateOf(path);
     }
     // A folder named with a trailing slash goes as well.
-    ASSERT_EQ(trashPlanned({{home + "/project/", 0, true}, {home + "/loose.pdf", 0, false}}).receipts.size(), 2u);
+    ASSERT_EQ(forced({{home + "/project/", 0, true}, {home + "/loose.pdf", 0, false}}).receipts.size(), 2u);
     for (const auto& [path, state] : before) EXPECT_FALSE(disk.exists(path)) << path;
     EXPECT_EQ(service.undoLast().restored.size(), 2u);
     for (const auto& [path, state] : before) EXPECT_EQ(stateOf(path), state) << path;
@@ -44,8 +44,7 @@ TEST_F(Trashing, UndoKeepsTheNewestOperationsOnlyAndAnEmptyPlanIsNone) {
 
 TEST_F(Trashing, WhatWasEmptiedOrIsInTheWayStaysInTheTrashWithItsReasonAndTheRestComesBack) {
     const std::string emptied = put(home + "/emptied"), inBox = put(home + "/box/item"), taken = put(home + "/taken");
-    const TrashOutcome outcome =
-        trashPlanned({{emptied, 10, false}, {inBox, 10, false}, {taken, 10, false}, {put(home + "/fine"), 10, false}});
+    const TrashOutcome outcome = forced({{emptied, 10, false}, {inBox, 10, false}, {taken, 10, false}, {put(home + "/fine"), 10, false}});
     ASSERT_EQ(outcome.receipts.size(), 4u);
     std::map<std::string, std::string> trashedOf;
     for (const TrashReceipt& receipt : outcome.receipts) trashedOf[receipt.originalPath] = receipt.trashedPath;

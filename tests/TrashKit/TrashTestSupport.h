@@ -41,9 +41,6 @@ protected:
     std::optional<DeletionRefusal> judged(const std::string& path, bool isDirectory) const {
         return DeletionGuard::refusal({path, 0, isDirectory}, context, disk, "");
     }
-    TrashOutcome trashPlanned(const std::vector<DeletionCandidate>& candidates) {
-        return service.trash(DeletionGuard::plan(candidates, context, disk, ""), context);
-    }
     // Handed to the service as if a plan had allowed them: the service must judge them again itself.
     TrashOutcome forced(std::vector<DeletionCandidate> allowed) { return service.trash({std::move(allowed), {}}, context); }
     // Why the service, handed `path` as allowed, left it in place: the words of its refusal.
