@@ -5,9 +5,7 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <filesystem>
-#include <fstream>
 
 #include "DescribedMachine.h"
 #include "FifoRelease.h"
@@ -20,24 +18,21 @@ using namespace tessel::test;
 
 namespace {
 
-// A laptop with btrfs subvolumes, a data disk mounted twice, an NTFS disk
-// through ntfs-3g, and everything a Linux machine mounts that is not a disk.
+// A laptop with btrfs subvolumes, a data disk mounted twice (once a folder of
+// it), an NTFS disk through ntfs-3g, mounts that are not disks, and lines that can't be read.
 const char* const laptop =
-    "22 1 0:21 / /proc rw,relatime - proc proc rw\n"
-    "24 1 0:6 / /dev rw - devtmpfs devtmpfs rw,size=1k\n"
+    "garbage\n"
+    "28 1 x:y / /x rw - ext4 /dev/sdb1 rw\n"
+    "29 1 8:3 / /y rw ext4 /dev/sdc1 rw\n"
     "27 1 8:2 /@ / rw,relatime shared:1 - btrfs /dev/sda2 rw,subvol=/@\n"
     "28 27 8:2 /@home /home rw,relatime shared:2 - btrfs /dev/sda2 rw,subvol=/@home\n"
-    "29 27 8:2 /@/var/lib/machines /var/lib/machines rw - btrfs /dev/sda2 rw\n"
     "30 27 8:1 / /boot/efi rw - vfat /dev/sda1 rw\n"
     "40 27 8:17 /www /var/www rw - ext4 /dev/sdb1 rw\n"
     "41 27 8:17 / /srv/data rw - ext4 /dev/sdb1 rw\n"
     "42 27 8:33 / /media/me/Windows rw - fuseblk /dev/sdc1 rw,user_id=0\n"
     "43 27 253:1 / /srv/vault rw - xfs /dev/mapper/vault rw\n"
     "50 27 0:45 / /tmp rw - tmpfs tmpfs rw\n"
-    "51 27 0:46 / /var/lib/docker/overlay2/x/merged rw - overlay overlay rw\n"
-    "52 27 7:0 / /snap/core/1 ro - squashfs /dev/loop0 ro\n"
     "53 27 0:47 / /home/me/remote rw - fuse.sshfs me@host: rw\n"
-    "54 27 0:48 / /mnt/share rw - nfs4 host:/share rw\n"
     "55 27 0:49 / /mnt/with\\040space rw - ext4 /dev/sdd1 rw\n";
 
 class DescribedLaptop : public testing::Test {
@@ -49,8 +44,8 @@ protected:
         std::filesystem::create_symlink("../dm-1", machine / "/dev/mapper/vault");
         machine.label("Data\\x20Disk", "sdb1");
         machine.label("Vault", "dm-1");
-        machine.label("Elsewhere", "sdz9");
-        for (const char* place : {"/home/me", "/srv/data/me", "/boot/efi"}) machine.folder(place);
+        for (const char* place : {"/home/me", "/srv/data/me", "/boot/efi", "/home/links"}) machine.folder(place);
+        std::filesystem::create_symlink("../../srv/data/me", machine / "/home/links/me");
     }
 
     std::vector<DiskVolume> volumes(const std::string& home = "/home/me") const {
@@ -59,120 +54,52 @@ protected:
         return listing.volumes;
     }
 
-    static const DiskVolume* at(const std::vector<DiskVolume>& volumes, const std::string& mountPoint) {
-        auto found = std::find_if(volumes.begin(), volumes.end(),
-                                  [&](const DiskVolume& volume) { return volume.mountPoint == mountPoint; });
-        return found == volumes.end() ? nullptr : &*found;
-    }
-
     TempFolder folder;
     DescribedMachine machine{folder.path()};
 };
 
 } // namespace
 
-TEST_F(DescribedLaptop, EachLocalDiskOnceStartupDiskFirst) {
-    std::vector<std::string> mountPoints;
-    for (const DiskVolume& volume : volumes()) mountPoints.push_back(volume.mountPoint);
-    EXPECT_EQ(mountPoints, (std::vector<std::string>{"/", "/boot/efi", "/media/me/Windows", "/mnt/with space",
-                                                     "/srv/data", "/srv/vault"}));
+// Subvolumes and a bind mount of a folder give way to the whole file system.
+TEST_F(DescribedLaptop, EachLocalDiskOnceStartupDiskFirstNamedByItsLabel) {
+    std::vector<std::string> listed;
+    for (const DiskVolume& volume : volumes()) listed.push_back(volume.mountPoint + " " + volume.name);
+    EXPECT_EQ(listed, (std::vector<std::string>{"/ Startup Disk", "/boot/efi /boot/efi", "/media/me/Windows /media/me/Windows",
+                                                "/mnt/with space /mnt/with space", "/srv/data Data Disk",
+                                                "/srv/vault Vault"}))
+        << "/dev/mapper/vault and the label both lead to dm-1";
 }
 
-TEST_F(DescribedLaptop, BtrfsSubvolumesAreOneDiskAtTheStartupDisk) {
-    const std::vector<DiskVolume> list = volumes();
-    const DiskVolume* root = at(list, "/");
-    ASSERT_NE(root, nullptr);
-    EXPECT_TRUE(root->isRoot);
-    EXPECT_EQ(root->fileSystem, "btrfs");
-    EXPECT_EQ(root->device, "/dev/sda2");
-    EXPECT_EQ(root->name, "Startup Disk");
-    EXPECT_EQ(at(list, "/home"), nullptr);
-    EXPECT_EQ(at(list, "/var/lib/machines"), nullptr);
-}
-
-TEST_F(DescribedLaptop, BindMountOfAFolderGivesWayToTheWholeFileSystem) {
-    const std::vector<DiskVolume> list = volumes();
-    EXPECT_EQ(at(list, "/var/www"), nullptr) << "shorter, but only one folder of the disk";
-    const DiskVolume* data = at(list, "/srv/data");
-    ASSERT_NE(data, nullptr);
-    EXPECT_FALSE(data->isRoot);
-}
-
-TEST_F(DescribedLaptop, NamesComeFromLabelsThroughLinksElseTheMountPoint) {
-    const std::vector<DiskVolume> list = volumes();
-    EXPECT_EQ(at(list, "/srv/data")->name, "Data Disk");
-    EXPECT_EQ(at(list, "/srv/vault")->name, "Vault") << "/dev/mapper/vault and the label both lead to dm-1";
-    EXPECT_EQ(at(list, "/boot/efi")->name, "/boot/efi");
-    EXPECT_EQ(at(list, "/media/me/Windows")->fileSystem, "fuseblk");
-}
-
-TEST_F(DescribedLaptop, HomeIsHeldByTheFileSystemOfItsMount) {
-    std::vector<DiskVolume> list = volumes("/home/me");
-    for (const DiskVolume& volume : list) EXPECT_EQ(volume.holdsHome, volume.mountPoint == "/") << volume.mountPoint;
-    EXPECT_EQ(DiskVolumes::homeDisk(list), "/");
-
-    list = volumes("/srv/data/me");
-    EXPECT_EQ(DiskVolumes::homeDisk(list), "/srv/data");
-    EXPECT_EQ(std::count_if(list.begin(), list.end(), [](const DiskVolume& volume) { return volume.holdsHome; }), 1);
-}
-
-TEST_F(DescribedLaptop, HomeReachedThroughALinkIsFoundWhereItReallyIs) {
-    machine.folder("/home/links");
-    std::filesystem::create_symlink("../../srv/data/me", machine / "/home/links/me");
-    EXPECT_EQ(DiskVolumes::homeDisk(volumes("/home/links/me")), "/srv/data");
-}
-
-TEST_F(DescribedLaptop, HomeOnNoLocalDiskIsHeldByNone) {
-    EXPECT_FALSE(DiskVolumes::homeDisk(volumes("/tmp/me")));
-    EXPECT_FALSE(DiskVolumes::homeDisk(volumes("")));
+TEST_F(DescribedLaptop, HomeIsHeldByTheFileSystemOfItsMountWhereItReallyIs) {
+    const std::vector<std::pair<std::string, std::optional<std::string>>> cases{
+        {"/home/me", "/"}, {"/srv/data/me", "/srv/data"}, {"/home/links/me", "/srv/data"}, {"/tmp/me", std::nullopt},
+        {"", std::nullopt}};
+    for (const auto& [home, disk] : cases) EXPECT_EQ(DiskVolumes::homeDisk(volumes(home)), disk) << home;
 }
 
 TEST_F(DescribedLaptop, CapacityIsReadUnderTheRootOrSaysWhyNot) {
-    const std::vector<DiskVolume> list = volumes();
-    const DiskVolume* efi = at(list, "/boot/efi");
-    ASSERT_TRUE(efi->capacity) << efi->capacityFailure;
-    EXPECT_GT(efi->capacity->total, 0);
-    EXPECT_EQ(efi->capacity->used() + efi->capacity->reserved + efi->capacity->available, efi->capacity->total);
-    EXPECT_EQ(efi->capacity->name, efi->name);
-    const DiskVolume* windows = at(list, "/media/me/Windows");
-    EXPECT_FALSE(windows->capacity);
-    EXPECT_EQ(windows->capacityFailure,
-              "statvfs(" + machine / "/media/me/Windows" + "): No such file or directory");
+    const std::vector<DiskVolume> list = volumes(); // "/boot/efi" is a folder of the machine, the Windows disk none
+    ASSERT_TRUE(list[1].capacity) << list[1].capacityFailure;
+    EXPECT_EQ(list[1].capacity->name, "/boot/efi");
+    EXPECT_FALSE(list[2].capacity);
+    EXPECT_NE(list[2].capacityFailure.find("statvfs(" + machine / "/media/me/Windows"), std::string::npos);
 }
 
-TEST(DiskVolumesUnreadableTable, MissingFifoAndHugeTablesSayWhy) {
+TEST(DiskVolumesUnreadableTable, AMissingAFifoOrAHugeTableSaysWhichAndIsNeverWaitedOn) {
     TempFolder folder;
     DescribedMachine machine(folder.path());
     const std::string table = machine / "/proc/self/mountinfo";
-    EXPECT_EQ(DiskVolumes::list(machine.root(), "/home/me").failure,
-              "lstat(" + table + "): No such file or directory");
-
+    EXPECT_NE(DiskVolumes::list(machine.root(), "/home/me").failure.find("lstat(" + table), std::string::npos);
     machine.folder("/proc/self");
     ASSERT_EQ(mkfifo(table.c_str(), 0644), 0);
     {
         const FifoRelease guard(table);
-        DiskVolumeListing fifo = DiskVolumes::list(machine.root(), "/home/me");
+        EXPECT_NE(DiskVolumes::list(machine.root(), "/home/me").failure.find(table), std::string::npos);
         EXPECT_FALSE(guard.hadToRelease()) << "the list waited on " << table;
-        EXPECT_EQ(fifo.failure, table + " is not a regular file");
-        EXPECT_TRUE(fifo.volumes.empty());
     }
-
     std::filesystem::remove(table);
-    {
-        std::ofstream huge(table, std::ios::binary);
-        const std::string line = "27 1 8:2 / / rw - ext4 /dev/sda2 rw\n";
-        for (std::size_t written = 0; written <= (16u << 20); written += line.size()) huge << line;
-    }
-    EXPECT_EQ(DiskVolumes::list(machine.root(), "/home/me").failure, table + " holds more than 16777216 bytes");
-}
-
-TEST(DiskVolumesUnreadableTable, LinesThatCantBeReadAreSkipped) {
-    const std::vector<MountEntry> table = MountTable::parse("garbage\n"
-                                                            "27 1 8:2 / / rw - ext4 /dev/sda2 rw\n"
-                                                            "28 1 x:y / /x rw - ext4 /dev/sdb1 rw\n"
-                                                            "29 1 8:3 / /y rw ext4 /dev/sdc1 rw\n");
-    ASSERT_EQ(table.size(), 1u);
-    EXPECT_EQ(table[0].mountPoint, "/");
+    writeSparseFile(table, (16 << 20) + 1);
+    EXPECT_NE(DiskVolumes::list(machine.root(), "/home/me").failure.find(table), std::string::npos);
 }
 
 TEST(VolumeSamplerLive, TheRootOfThisMachineHasFiguresThatAddUp) {

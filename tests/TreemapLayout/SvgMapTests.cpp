@@ -6,14 +6,8 @@
 
 #include <sys/wait.h>
 
-#include <cstdint>
 #include <cstdio>
-#include <cstdlib>
-#include <fstream>
 #include <limits>
-#include <memory>
-#include <string>
-#include <vector>
 
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/FileNode.h"
@@ -43,49 +37,40 @@ int pythonParses(const std::string& doc) {
 
 struct SvgPicture : testing::Test, test::TreeBuilder {
     const TreemapTheme& theme = TreemapTheme::all().front();
-
-    // Names that break naive XML, as folders (title bands, open cards) and as files.
-    void hostile() {
-        std::int64_t bytes = 40 * GB;
-        for (const char* name : {"<script>alert(1)</script>", "Tom & Jerry", "\"quoted\" 'single'", "bad\xff" "byte",
-                                 "line\nbreak", "bell\x07", "overlong\xC0\xAF", "surrogate\xED\xA0\x80",
-                                 "cut short\xE2\x82", "]]> end", "caf\xC3\xA9 \xF0\x9F\x8E\x89"}) {
-            FileNode* folder = add(root, name, true);
-            add(folder, name, false, bytes);
-            add(folder, std::string(name) + " 2", false, bytes / 3);
-            add(root, std::string(name) + " file", false, bytes / 2);
-            bytes = bytes * 4 / 5;
-        }
-        std::string long_;
-        for (int i = 0; i < 300; ++i) long_ += "\xC3\xA9";
-        add(root, long_, false, 8 * GB);
-    }
 };
 
 } // namespace
 
+// Names that break naive XML, as folders (title bands, open cards) and as files.
 TEST_F(SvgPicture, HostileNamesStillMakeWellFormedXml) {
-    hostile();
+    std::int64_t bytes = 40 * GB;
+    for (const std::string name : {"<script>alert(1)</script>", "Tom & Jerry", "bad\xff" "byte", "bell\x07", "]]> end"}) {
+        add(add(root, name, true), name, false, bytes);
+        add(root, name + " file", false, bytes /= 2);
+    }
+    std::string accented;
+    for (int i = 0; i < 300; ++i) accented += "\xC3\xA9";
+    add(root, accented, false, 8 * GB);
     const std::string treemap = SvgMap::treemap(*root, 1280, 800, theme);
     for (const std::string& svg : {treemap, SvgMap::cards(*root, 1280, 800, theme)}) {
-        if (pythonParses(svg) < 0) GTEST_SKIP() << "no Python here to read the XML";
-        EXPECT_EQ(pythonParses(svg), 1) << "Python's XML parser refused the picture";
+        const int parsed = pythonParses(svg);
+        if (parsed < 0) GTEST_SKIP() << "no Python here to read the XML";
+        EXPECT_EQ(parsed, 1) << "Python's XML parser refused the picture";
         EXPECT_EQ(svg.find("<script"), std::string::npos);
         EXPECT_NE(svg.find("&lt;script&gt;"), std::string::npos);
-        EXPECT_NE(svg.find("Tom &amp; Jerry"), std::string::npos);
     }
     EXPECT_NE(treemap.find("\xC3\xA9\xE2\x80\xA6</text>"), std::string::npos) << "a long name ends in an ellipsis on a whole character";
 }
 
 TEST(SvgEscaped, ReplacesWhatXmlCannotHoldAndKeepsEverythingElse) {
-    const std::string replaced = "\xEF\xBF\xBD";
-    EXPECT_EQ(SvgMap::escaped("a<b\"\n\xff"), "a&lt;b&quot;" + replaced + replaced);
-    EXPECT_EQ(SvgMap::escaped("x>y & 'z'"), "x&gt;y &amp; &apos;z&apos;");
-    EXPECT_EQ(SvgMap::escaped("\xC0\xAF"), replaced + replaced);                       // an overlong "/"
-    EXPECT_EQ(SvgMap::escaped("\xED\xA0\x80"), replaced + replaced + replaced);        // a surrogate
-    EXPECT_EQ(SvgMap::escaped("\xEF\xBF\xBF" "\xC2\x85"), replaced + replaced);        // U+FFFF, a C1 control
-    const std::string fine = "\xC3\xA9\xE6\x97\xA5\xF0\x9F\x8E\x89 plain";
-    EXPECT_EQ(SvgMap::escaped(fine), fine);
+    const std::string replaced = "\xEF\xBF\xBD", fine = "\xC3\xA9\xE6\x97\xA5\xF0\x9F\x8E\x89 plain";
+    const std::vector<std::pair<std::string, std::string>> cases{
+        {"a<b\"\n\xff", "a&lt;b&quot;" + replaced + replaced}, {"x>y & 'z'", "x&gt;y &amp; &apos;z&apos;"},
+        {"\xC0\xAF", replaced + replaced},                       // an overlong "/"
+        {"\xED\xA0\x80", replaced + replaced + replaced},        // a surrogate
+        {"\xEF\xBF\xBF" "\xC2\x85", replaced + replaced},        // U+FFFF, a C1 control
+        {"cut short\xE2\x82", "cut short" + replaced + replaced}, {fine, fine}};
+    for (const auto& [raw, escaped] : cases) EXPECT_EQ(SvgMap::escaped(raw), escaped) << raw;
 }
 
 TEST_F(SvgPicture, EmptyFolderOrSizeDrawsOnlyTheBackgroundOfTheSizeAsked) {
@@ -102,13 +87,10 @@ TEST_F(SvgPicture, NamesAndSizesShowInDecimalUnitsAndCardsAreRounded) {
     FileNode* folder = add(root, "Documents", true);
     for (int i = 0; i < 6; ++i) add(folder, "d" + std::to_string(i), false, (i + 1) * GB);
     add(root, "Movies.mov", false, 25 * GB);
-    const std::string treemap = SvgMap::treemap(*root, 1000, 700, theme);
-    const std::string cards = SvgMap::cards(*root, 1000, 700, theme);
+    const std::string treemap = SvgMap::treemap(*root, 1000, 700, theme), cards = SvgMap::cards(*root, 1000, 700, theme);
     for (const std::string& svg : {treemap, cards}) {
         EXPECT_NE(svg.find(">Movies.mov</text>"), std::string::npos);
         EXPECT_NE(svg.find(">" + ByteFormat::string(25 * GB) + "</text>"), std::string::npos);
     }
-    EXPECT_NE(cards.find("rx=\"12\""), std::string::npos); // on the ground
-    EXPECT_NE(cards.find("rx=\"8\""), std::string::npos);  // inside the open card
-    EXPECT_EQ(treemap.find("rx="), std::string::npos);
+    EXPECT_TRUE(cards.find("rx=") != std::string::npos && treemap.find("rx=") == std::string::npos);
 }
