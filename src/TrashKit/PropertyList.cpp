@@ -152,7 +152,10 @@ private:
             length = number(after + 1, width);
             after += 1 + width;
         }
-        if (length > table_ - after) return false; // each unit is at least a byte
+        // A counted object's units are at least a byte each; a number's or a date's low
+        // bits are its width, and a boolean, a null or a fill byte holds nothing after it.
+        const std::uint64_t fixedBytes = kind == 0x1 || kind == 0x2 ? (length < 4 ? 1U << length : 16) : kind == 0x3 ? 8 : 0;
+        if ((counted ? length : fixedBytes) > table_ - after) return false;
         object = Object{index, after, 0, 0, 0, {}};
         if (kind == 0x4 || kind == 0x5) {
             object.payload = length;

@@ -63,6 +63,16 @@ TEST(PropertyListReading, XmlAndBinaryCarryTheSameValues) {
     }
 }
 
+TEST(PropertyListReading, ABinaryListMayEndInABoolean) {
+    // A boolean's marker is 0x09: its low bits are no length, though a string before it makes them look like one.
+    PropertyList list = PropertyList::array();
+    list.append(PropertyList::text("abcdefghijkl"));
+    list.append(PropertyList::boolean(true));
+    const std::optional<PropertyList> read = PropertyList::parse(list.toBinary());
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->at(1).asBoolean(), true);
+}
+
 TEST(PropertyListReading, WhatIsNotAListOrIsTooLargeReadsAsNone) {
     const char withNul[] = "<plist><string>a\0b</string></plist>";
     for (const std::string& bytes : {std::string("hello"), std::string("bplist00"), std::string("<plist><array></plist>"),
