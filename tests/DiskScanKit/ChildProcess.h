@@ -1,7 +1,7 @@
 #pragma once
 // Running another program from a test: in a process group of its own, with its
 // output kept and a deadline after which the whole group is killed, so that a
-// hung browser and its helpers never outlive the test.
+// hung program never outlives the test.
 
 #include <chrono>
 #include <string>
@@ -16,10 +16,8 @@ struct ChildOutcome {
     std::string err;
 };
 
-// `words[0]` is a path or a name looked up in PATH. Each of `environment`
-// ("NAME=value") replaces or adds to the test's own environment.
-ChildOutcome runChild(const std::vector<std::string>& words, std::chrono::milliseconds deadline,
-                      const std::vector<std::string>& environment = {});
+// `words[0]` is a path or a name looked up in PATH.
+ChildOutcome runChild(const std::vector<std::string>& words, std::chrono::milliseconds deadline);
 // The executable `name` is found as in PATH, or empty.
 std::string findProgram(const std::string& name);
 

@@ -25,7 +25,7 @@ struct LoopRecipe {
 class LoopVolume {
 public:
     // Makes `name`.img in `folder` and mounts it at `name`.
-    LoopVolume(const TempFolder& folder, const std::string& name, LoopRecipe recipe);
+    LoopVolume(const TempFolder& folder, const std::string& name, const LoopRecipe& recipe);
     ~LoopVolume();
     LoopVolume(const LoopVolume&) = delete;
     LoopVolume& operator=(const LoopVolume&) = delete;
@@ -34,21 +34,31 @@ public:
     const std::string& failure() const { return failure_; }
     const std::string& path() const { return path_; }
     std::string operator/(const std::string& name) const { return path_ + "/" + name; }
-    const std::string& image() const { return image_; }
 
     // Runs `words`, its first a program found as root's are (in PATH, else
     // /usr/sbin or /sbin); the first line of what it said when it failed,
     // else empty.
     static std::string run(const std::vector<std::string>& words);
+    // Each mount is undone when this goes; each returns what `run` does.
     // The image mounted again at `where`, with mount's `options` ("subvol=@home").
-    std::string mountImageAgain(const std::string& options, const std::string& where);
+    std::string mountImageAgain(const std::string& options, const std::string& where) {
+        return remembered(run({"mount", "-o", "loop," + options, image_, where}), where);
+    }
     // `folder` shown again at `where`.
-    std::string bind(const std::string& folder, const std::string& where);
+    std::string bind(const std::string& folder, const std::string& where) {
+        return remembered(run({"mount", "--bind", folder, where}), where);
+    }
     // A tmpfs of a few megabytes at `where`, as a machine mounts one on /tmp.
-    std::string mountTmpfs(const std::string& where);
+    std::string mountTmpfs(const std::string& where) {
+        return remembered(run({"mount", "-t", "tmpfs", "-o", "size=4m", "tessel-test", where}), where);
+    }
 
 private:
     std::string make(const LoopRecipe& recipe);
+    std::string remembered(std::string failure, const std::string& where) {
+        if (failure.empty()) mounts_.push_back(where);
+        return failure;
+    }
 
     std::string image_;
     std::string path_;

@@ -2,7 +2,9 @@
 // clipboard text, and the pieces they are made of.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <ctime>
+#include <set>
 
 #include "DiskScanKit/ScanReport.h"
 #include "ScopedEnvironment.h"
@@ -98,6 +100,27 @@ TEST_F(Reports, PageLoadsNothingAndItsFooterSpeaksOfItsPlatform) {
     const std::string mac = page(Platform::macOS);
     EXPECT_EQ(mac.substr(0, mac.find("<footer>")), onLinux.substr(0, onLinux.find("<footer>")))
         << "everything but the footer is the same page";
+}
+
+TEST_F(Reports, HostileNamesStayTextOnThePage) {
+    // Markup, a comment, an entity, quotes, control bytes and a line break, in the root's path and in names.
+    TreeBuilder hostile("/scans/<script>alert(1)</script>");
+    hostile.folder(hostile.root, "<img src=x onerror=alert(1)>", 9000);
+    for (const char* name : {"Tom's & \"Jerry\"", "bell\a esc\x1b[31m del\x7f", "line\nbreak", "<!-- open", "]]><b>bold",
+                             "<tr><td>a row of its own"})
+        hostile.file(hostile.root, name, 1000);
+    const std::string html = ScanReport::html(*hostile.root, moment, 200);
+    const std::set<std::string> pageTags{"!DOCTYPE", "html", "head", "meta", "title", "style", "body", "main", "header",
+        "p", "h1", "time", "dl", "div", "dt", "dd", "section", "h2", "table", "colgroup", "col", "thead", "tbody", "tr",
+        "th", "td", "span", "wbr", "footer"};
+    for (std::size_t at = html.find('<'); at != std::string::npos; at = html.find('<', at + 1)) {
+        const std::size_t start = html[at + 1] == '/' ? at + 2 : at + 1;
+        EXPECT_TRUE(pageTags.contains(html.substr(start, html.find_first_of(" >", start) - start))) << html.substr(at, 30);
+    }
+    EXPECT_EQ(countOf(html, "<tr>"), 2u + 1u + 6u) << "a head row in each table and one row a node";
+    EXPECT_TRUE(std::none_of(html.begin(), html.end(), [](char c) { return (c >= 0 && c < 0x20 && c != '\n') || c == 0x7F; }))
+        << "a raw control byte reached the page";
+    EXPECT_NE(html.find("<title>Disk report: /scans/&lt;script&gt;alert(1)&lt;/script&gt;</title>"), std::string::npos);
 }
 
 TEST_F(Reports, PageRowSplitsThePathAndShowsSizeAndShare) {
