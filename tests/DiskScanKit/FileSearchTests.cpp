@@ -1,10 +1,11 @@
 // Searching a tree by name, size and kind: what matches, in what order, and
-// how much of it is kept.
+// how much of it is kept; and the search for hidden items, with their notes.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
 #include "DiskScanKit/FileSearch.h"
+#include "DiskScanKit/HiddenItems.h"
 #include "TreeBuilder.h"
 
 using namespace tessel;
@@ -157,4 +158,33 @@ TEST(FileSearchWalk, FindsTheBottomOfAChainFiveThousandFoldersDeep) {
     EXPECT_EQ(levels.totalMatched, 5000);
     ASSERT_EQ(levels.matches.size(), 2u);
     EXPECT_EQ(levels.matches[1]->depth(), 2) << "equal names: the shallower first";
+}
+
+TEST(HiddenItemExplanation, ExactNamesAndTheDotUnderscorePrefix) {
+    EXPECT_TRUE(HiddenItems::explanation(".npm"));
+    for (const char* name : {".GIT", ".gitignore", "git", ".cache ", "", "._", "_.Holiday.jpg"})
+        EXPECT_FALSE(HiddenItems::explanation(name)) << '"' << name << '"';
+    const std::optional<HiddenItemNote> photo = HiddenItems::explanation("._Holiday.jpg");
+    ASSERT_TRUE(photo);
+    EXPECT_EQ(HiddenItems::explanation("._.Trashes")->summary, photo->summary) << "the prefix decides, not what follows";
+}
+
+TEST(HiddenItemResults, ListsHiddenItemsAtAnyDepthWithoutEnteringThem) {
+    test::TreeBuilder t;
+    FileNode* cache = t.folder(t.root, ".cache");
+    t.file(t.folder(cache, ".pip"), ".wheel", 500);
+    t.file(cache, "blob", 300);
+    FileNode* app = t.folder(t.folder(t.root, "Projects"), "app");
+    t.file(t.folder(t.folder(app, ".git"), "objects"), ".pack", 200);
+    t.file(app, ".env", 50);
+    t.file(app, "main.c", 900);
+    t.file(t.root, "._notes.txt", 10);
+
+    const SearchResults results = HiddenItems::results(*t.root, 10);
+    EXPECT_EQ(namesOf(results.matches), (Names{".cache", ".git", ".env", "._notes.txt"}));
+    EXPECT_EQ(results.totalBytes, 800 + 200 + 50 + 10) << "each hidden folder counts once, with all it holds";
+    const SearchResults first = HiddenItems::results(*t.root, 1);
+    EXPECT_EQ(namesOf(first.matches), (Names{".cache"}));
+    EXPECT_EQ(first.totalMatched, 4);
+    EXPECT_TRUE(first.truncated);
 }

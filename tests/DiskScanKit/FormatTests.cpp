@@ -1,4 +1,4 @@
-// ByteFormat, TextFormat, Paths, the names of a disk's Trash, and thread names.
+// ByteFormat, TextFormat, Paths, the names of a disk's Trash, and the words for a disk.
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -8,7 +8,6 @@
 #include "DiskScanKit/Paths.h"
 #include "DiskScanKit/ScanOptions.h"
 #include "DiskScanKit/TextFormat.h"
-#include "DiskScanKit/Threads.h"
 
 using namespace tessel;
 
@@ -50,10 +49,6 @@ TEST(ScanOptions, TopTrashNames) {
     using namespace std::string_view_literals;
     for (std::string_view name : {".Trash-"sv, ".Trash-1000x"sv, ".trash-1000"sv, ".Trashes"sv, ".Trash-1\0"sv})
         EXPECT_FALSE(ScanOptions::isTopTrashName(name)) << name;
-}
-
-TEST(ThreadNames, KernelNameKeepsTheNumberWithinFifteenCharacters) {
-    EXPECT_EQ(kernelThreadName("DiskScanner.worker.", 12345), "DiskScanne12345");
 }
 
 TEST(DiskWords, TheReserveIsNamedOnlyWhenThereIsOneToName) {

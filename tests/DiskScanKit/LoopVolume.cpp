@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -18,8 +19,10 @@ namespace {
 constexpr std::chrono::seconds commandDeadline{60};
 
 std::string systemProgram(const std::string& name) {
-    for (const std::string& candidate : {findProgram(name), "/usr/sbin/" + name, "/sbin/" + name})
-        if (!candidate.empty() && access(candidate.c_str(), X_OK) == 0) return candidate;
+    const char* path = std::getenv("PATH");
+    std::istringstream folders(std::string(path != nullptr ? path : "/usr/bin:/bin") + ":/usr/sbin:/sbin");
+    for (std::string folder; std::getline(folders, folder, ':');)
+        if (!folder.empty() && access((folder + "/" + name).c_str(), X_OK) == 0) return folder + "/" + name;
     return "";
 }
 

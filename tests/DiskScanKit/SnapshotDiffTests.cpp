@@ -54,6 +54,8 @@ TEST(SnapshotChanges, EachChangeIsToldOnceWhereItHappened) {
          {{"/a", 300 * MB, 440 * MB, Kind::grew}, {"/a/b", 100 * MB, 180 * MB, Kind::grew}}},
         {"a new folder in a new parent", {{"/", 100 * MB}}, {{"/", 200 * MB}, {"/new", 100 * MB}, {"/new/inner", 100 * MB}},
          {{"/new", 0, 100 * MB, Kind::appeared}}},
+        {"a new folder in a parent that was there", {{"/", 100 * MB}, {"/q", 10 * MB}}, {{"/", 160 * MB}, {"/q", 70 * MB}, {"/q/x", 60 * MB}},
+         {{"/q/x", 0, 60 * MB, Kind::appeared}}},
         {"a moved folder", {{"/", 300 * MB}, {"/old", 150 * MB}, {"/old/Trip", 90 * MB}, {"/new", 150 * MB}},
          {{"/", 300 * MB}, {"/old", 60 * MB}, {"/new", 240 * MB}, {"/new/Trip", 90 * MB}},
          {{"/new/Trip", 0, 90 * MB, Kind::appeared}, {"/old/Trip", 90 * MB, 0, Kind::disappeared}}},
@@ -65,18 +67,6 @@ TEST(SnapshotChanges, TheLimitKeepsTheLargest) {
     const Changes changes = diff({{"/", 0}}, {{"/", 210 * MB}, {"/f0", 60 * MB}, {"/f2", 80 * MB}, {"/f1", 70 * MB}}, 2);
     EXPECT_EQ(changes, (Changes{{"/f2", 0, 80 * MB, Kind::appeared}, {"/f1", 0, 70 * MB, Kind::appeared}}));
     EXPECT_TRUE(diff({{"/", 0}}, {{"/", 60 * MB}, {"/f0", 60 * MB}}, 0).empty());
-}
-
-TEST(SnapshotChanges, InsideAParentOfTheSameKindNeedsTheParentToHaveChangedEnough) {
-    const SnapshotDiff::SizeTable sizes{{"/p", {std::nullopt, 80 * MB}}, {"/q", {10 * MB, 70 * MB}},
-                                        {"/small", {std::nullopt, 20 * MB}}};
-    const auto inside = [&](const std::string& path, Kind kind) {
-        return SnapshotDiff::isInsideParentOfSameKind({path, 0, 0, kind}, sizes, 50 * MB);
-    };
-    EXPECT_TRUE(inside("/p/x", Kind::appeared));
-    EXPECT_FALSE(inside("/p/x", Kind::grew));
-    EXPECT_FALSE(inside("/q/x", Kind::appeared)) << "the parent was there before";
-    EXPECT_FALSE(inside("/small/x", Kind::appeared)) << "the parent changed by less than the floor";
 }
 
 } // namespace
