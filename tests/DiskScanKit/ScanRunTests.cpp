@@ -1,8 +1,6 @@
-// The run's moving parts: progress pacing, cancellation, the watchdog that
-// gives up on a silent folder, and the names of the threads.
+// The run's moving parts: progress pacing, cancellation, and the watchdog that
+// gives up on a silent folder.
 #include <gtest/gtest.h>
-
-#include <pthread.h>
 
 #include <atomic>
 #include <chrono>
@@ -53,10 +51,11 @@ class StallingTree : public testing::Test {
 protected:
     void SetUp() override {
         for (const char* file : {"a/file", "b/file", "slow/file", "slow/inner/file"}) writeText(folder / file, std::string(200000, 'x'));
-        gate->path = folder / "slow";
     }
     void TearDown() override { gate->release(); } // before the fixture goes
     ScanOptions gatedOptions(int workers, double stallTimeout) {
+        gate = std::make_shared<Gate>();
+        gate->path = folder / "slow";
         ScanOptions options;
         options.workerCount = workers;
         options.stallTimeout = stallTimeout;
@@ -65,7 +64,7 @@ protected:
     }
 
     TempFolder folder;
-    std::shared_ptr<Gate> gate = std::make_shared<Gate>();
+    std::shared_ptr<Gate> gate;
 };
 
 } // namespace
@@ -86,8 +85,6 @@ TEST_F(StallingTree, SilentFolderIsGivenUpAndTheRestIsCounted) {
         std::this_thread::sleep_for(milliseconds(100));
         EXPECT_TRUE(slow->children().empty());
         EXPECT_EQ(result.root->totalBytes(), result.bytes);
-        gate = std::make_shared<Gate>();
-        gate->path = folder / "slow";
     }
 }
 
@@ -125,21 +122,4 @@ TEST(ScanProgress, ReportsAreSpacedByTheIntervalAndNeverAheadAndCancelStopsTheSc
     std::atomic<bool> cancelled{false};
     EXPECT_THROW(DiskScanner::scan(t.path(), options, [&](const ScanProgress&) { cancelled = true; }, [&] { return cancelled.load(); }),
                  DiskScanError);
-}
-
-TEST(ScanThreads, WorkersCarryTheirNames) {
-    TempFolder t;
-    makeFolder(t / "sub");
-    std::mutex lock;
-    std::vector<std::string> names;
-    ScanOptions options;
-    options.workerCount = 0; // raised to one
-    options.beforeReading = [&](const std::string&) {
-        char name[16] = {};
-        pthread_getname_np(pthread_self(), name, sizeof name);
-        std::lock_guard guard(lock);
-        names.emplace_back(name);
-    };
-    DiskScanner::scan(t.path(), options);
-    EXPECT_EQ(names, (std::vector<std::string>{"DiskScanner.wo0", "DiskScanner.wo0"}));
 }
