@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <filesystem>
 
 #include "DiskScanKit/AnchoredPath.h"
 #include "Fixture.h"
@@ -20,10 +21,7 @@ namespace {
 // two levels down, abs to an absolute path, a loop and a dangling link.
 struct LinkedFolder : testing::Test {
     TempFolder temp;
-    std::string root = [this] {
-        char real[PATH_MAX];
-        return std::string(realpath(temp.path().c_str(), real));
-    }();
+    std::string root = std::filesystem::canonical(temp.path());
 
     void SetUp() override {
         makeFolder(root + "/sub");

