@@ -24,15 +24,12 @@ struct LinkedFolder : testing::Test {
     std::string root = std::filesystem::canonical(temp.path());
 
     void SetUp() override {
-        makeFolder(root + "/sub");
-        makeFolder(root + "/sub/dir");
+        std::filesystem::create_directories(root + "/sub/dir");
         writeFile(root + "/victim", 10);
         writeFile(root + "/sub/victim", 10);
-        makeSymlink(root, root + "/hop");
-        makeSymlink("sub/dir", root + "/lnk");
-        makeSymlink(root + "/sub", root + "/abs");
-        makeSymlink("loop", root + "/loop");
-        makeSymlink("nowhere", root + "/dangling");
+        for (const auto& [target, link] : {std::pair{root, "hop"}, {"sub/dir", "lnk"}, {root + "/sub", "abs"}, {"loop", "loop"},
+                                           {"nowhere", "dangling"}})
+            makeSymlink(target, root + "/" + link);
     }
     // The item resolved, or the failure told by the test.
     static AnchoredPath resolved(const std::string& path) {

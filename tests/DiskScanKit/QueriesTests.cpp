@@ -14,15 +14,8 @@
 
 using namespace tessel;
 using test::TreeBuilder;
-using Paths = std::vector<std::string>;
-
-namespace {
-Paths paths(const std::vector<FileNode*>& nodes) {
-    Paths list;
-    for (FileNode* node : nodes) list.push_back(node->path());
-    return list;
-}
-} // namespace
+using test::namesOf;
+using Names = std::vector<std::string>;
 
 TEST(LargestNodes, RanksByBytesThenDepthThenNameThenOrderAndKeepsOnlyTheBest) {
     TreeBuilder t;
@@ -59,8 +52,8 @@ TEST(Inventory, CountsEverythingAndListsTheLargestOutsidePackages) {
     const ScanReport::Inventory inventory = ScanReport::inventory(*t.root, 10);
     EXPECT_EQ(inventory.folderCount, 4);
     EXPECT_EQ(inventory.fileCount, 4 + 3 + 1 + 1 + 1 + 2 + 1 + 1);
-    EXPECT_EQ(paths(inventory.folders), (Paths{"/r/Big.app", "/r/media", "/r/docs"}));
-    EXPECT_EQ(paths(inventory.files), (Paths{"/r/media/movie", "/r/docs/big"}))
+    EXPECT_EQ(namesOf(inventory.folders), (Names{"Big.app", "media", "docs"}));
+    EXPECT_EQ(namesOf(inventory.files), (Names{"movie", "big"}))
         << "neither a package's insides nor a nameless file is listed";
     EXPECT_TRUE(ScanReport::inventory(*t.root, -5).files.empty());
 }

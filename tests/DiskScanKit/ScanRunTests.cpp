@@ -4,7 +4,7 @@
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
+#include <future>
 #include <mutex>
 #include <thread>
 
@@ -22,25 +22,19 @@ namespace {
 // stopped answering. Shared by pointer: an abandoned thread may still be inside.
 struct Gate {
     std::string path;
-    std::mutex lock;
-    std::condition_variable opened;
-    bool open = false;
+    std::promise<void> opening;
+    std::shared_future<void> opened = opening.get_future().share();
     std::atomic<int> waiting{0};
 
     void passThrough(const std::string& reading) {
         if (reading != path) return;
         ++waiting;
-        std::unique_lock guard(lock);
-        opened.wait(guard, [this] { return open; });
+        opened.wait();
         --waiting;
     }
     // Returns once every held thread has left.
     void release() {
-        {
-            std::lock_guard guard(lock);
-            open = true;
-        }
-        opened.notify_all();
+        if (opened.wait_for(milliseconds(0)) != std::future_status::ready) opening.set_value();
         for (int i = 0; i < 200 && waiting > 0; ++i) std::this_thread::sleep_for(milliseconds(10));
     }
 };
