@@ -143,8 +143,7 @@ TEST(NameBytes, ValidUtf8IsKeptAndEachBadByteIsReplaced) {
 }
 
 TEST(NameBytes, Base64GivesBackEveryByteAndRefusesWhatIsNot) {
-    EXPECT_EQ(Base64::encode("fo"), "Zm8=");
-    EXPECT_EQ(Base64::encode(std::string_view("\xff\xfe\x00", 3)), "//4A") << "the alphabet's last two letters";
+    EXPECT_EQ(Base64::encode(std::string_view("\xff\xfe\x00" "fo", 5)), "//4AZm8=") << "the alphabet's last two letters";
     std::string every;
     for (int byte = 0; byte < 256; ++byte) every += static_cast<char>(byte);
     for (std::size_t length = 0; length <= every.size(); length += 37)
