@@ -53,13 +53,15 @@ inline ChildOutcome runChild(const std::vector<std::string>& words, std::chrono:
     int status = 0;
     for (pid_t ended; (ended = waitpid(child, &status, WNOHANG)) != child;) {
         if (ended < 0 && errno != EINTR) throw std::system_error(errno, std::generic_category(), "waitpid");
-        if (!outcome.timedOut && std::chrono::steady_clock::now() >= giveUpAt) outcome.timedOut = killpg(child, SIGKILL) == 0;
+        if (!outcome.timedOut && std::chrono::steady_clock::now() >= giveUpAt)
+            outcome.timedOut = killpg(child, SIGKILL) == 0;
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
     outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     for (auto [fd, text] : {std::pair{out, &outcome.out}, {err, &outcome.err}}) {
         text->resize(static_cast<std::size_t>(lseek(fd, 0, SEEK_END)));
-        if (pread(fd, text->data(), text->size(), 0) != static_cast<ssize_t>(text->size())) *text = "(could not be read back)";
+        if (pread(fd, text->data(), text->size(), 0) != static_cast<ssize_t>(text->size()))
+            *text = "(could not be read back)";
         close(fd);
     }
     return outcome;

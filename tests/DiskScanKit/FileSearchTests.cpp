@@ -83,7 +83,8 @@ TEST(FileSearchFilters, AcceptsFiltersMatchesAndDescendsIntoFencesOffSubtreesBut
     t.file(t.folder(fenced, "sub"), "log deeper", 10);
     const auto accepts = [](const FileNode& node) { return node.name() != "log two"; };
     const auto descendsInto = [](const FileNode& folder) { return folder.name() != "log fenced"; };
-    const SearchResults results = FileSearch::run({.text = "log", .sort = Sort::nameAscending}, *t.root, noLimit, accepts, descendsInto);
+    const SearchResults results =
+        FileSearch::run({.text = "log", .sort = Sort::nameAscending}, *t.root, noLimit, accepts, descendsInto);
     EXPECT_EQ(namesOf(results.matches), (Names{"log fenced", "log one"})) << "a fenced folder can still match";
     const auto nowhere = [](const FileNode&) { return false; };
     EXPECT_EQ(namesOf(FileSearch::run({}, *t.root, noLimit, {}, nowhere).matches), (Names{"keep", "log fenced"}));

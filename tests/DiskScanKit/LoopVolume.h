@@ -63,9 +63,10 @@ public:
         command.front() = systemProgram(words.front());
         if (command.front().empty()) return words.front() + " is not installed";
         const ChildOutcome outcome = runChild(command, deadline);
-        const std::string& told = outcome.err.empty() ? outcome.out : outcome.err;
         if (outcome.status == 0) return "";
-        return words.front() + " failed (" + (told.empty() ? "status " + std::to_string(outcome.status) : told.substr(0, told.find('\n'))) + ")";
+        const std::string& told = outcome.err.empty() ? outcome.out : outcome.err;
+        const std::string said = told.empty() ? "status " + std::to_string(outcome.status) : told.substr(0, told.find('\n'));
+        return words.front() + " failed (" + said + ")";
     }
     // Each mount is undone when this goes; each returns what `run` does.
     // The image mounted again at `where`, with mount's `options` ("subvol=@home").

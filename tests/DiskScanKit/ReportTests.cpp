@@ -44,12 +44,10 @@ struct Reports : ::testing::Test {
 
 } // namespace
 
-TEST(ReportPieces, PathsAndDatesInTheLocalZone) {
+TEST(ReportPieces, TheDiskRootAndDatesInTheLocalZone) {
     TreeBuilder disk("/");
     EXPECT_EQ(ScanReport::fullPath(*disk.folder(disk.root, "Users")), "/Users");
     EXPECT_EQ(ScanReport::rootName(*disk.root), "/");
-    EXPECT_EQ(ScanReport::splitPath("/r/a/b.txt").folder, "/r/a/");
-    EXPECT_EQ(ScanReport::splitPath("/").name, "");
     for (auto [rule, iso] : {std::pair{"UTC-1", "2026-11-21T21:40:12+01:00"}, {"XST+3:30", "2026-11-21T17:10:12-03:30"}}) {
         LocalZone zone(rule);
         EXPECT_EQ(ScanReport::isoDate(moment), iso);

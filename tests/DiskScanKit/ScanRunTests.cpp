@@ -44,7 +44,8 @@ double secondsSince(Clock::time_point start) { return std::chrono::duration<doub
 class StallingTree : public testing::Test {
 protected:
     void SetUp() override {
-        for (const char* file : {"a/file", "b/file", "slow/file", "slow/inner/file"}) writeText(folder / file, std::string(200000, 'x'));
+        for (const char* file : {"a/file", "b/file", "slow/file", "slow/inner/file"})
+            writeText(folder / file, std::string(200000, 'x'));
     }
     void TearDown() override { gate->release(); } // before the fixture goes
     ScanOptions gatedOptions(int workers, double stallTimeout) {
