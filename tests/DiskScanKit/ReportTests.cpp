@@ -62,7 +62,6 @@ TEST(ReportPieces, CsvFieldsAndHtmlEscaping) {
                                {"trail ", "\"trail \""}, {"\ttab", "\"\ttab\""}})
         EXPECT_EQ(ScanReport::csvField(text), field);
     EXPECT_EQ(ScanReport::htmlEscaped("<a href='x'>&\"</a>"), "&lt;a href=&#39;x&#39;&gt;&amp;&quot;&lt;/a&gt;");
-    EXPECT_EQ(ScanReport::htmlEscaped("/r/a", true), "/<wbr>r/<wbr>a");
     EXPECT_EQ(ScanReport::htmlEscaped(std::string_view("\0\a\n\x1b\x7f", 5)), "␀␇␊␛␡");
     EXPECT_EQ(ScanReport::htmlEscaped("Con 자백 é"), "Con 자백 é");
 }
