@@ -2,8 +2,6 @@
 // how much of it is kept; and the search for hidden items, with their notes.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include "DiskScanKit/FileSearch.h"
 #include "DiskScanKit/HiddenItems.h"
 #include "TreeBuilder.h"
