@@ -4,10 +4,10 @@
 
 #include <sys/mount.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <climits>
+#include <filesystem>
 
 #include "DiskScanKit/AnchoredPath.h"
 #include "Fixture.h"
@@ -17,89 +17,63 @@ using namespace tessel::test;
 
 namespace {
 
-// A folder with links the way a person leaves them: hop to the folder itself,
-// lnk to a folder two levels down, abs to an absolute path, a loop and a dangling link.
+// Links the way a person leaves them: hop to the folder itself, lnk to a folder
+// two levels down, abs to an absolute path, a loop and a dangling link.
 struct LinkedFolder : testing::Test {
     TempFolder temp;
-    std::string root = realOf(temp.path());
-
-    static std::string realOf(const std::string& path) {
-        char real[PATH_MAX];
-        return realpath(path.c_str(), real) != nullptr ? real : path;
-    }
+    std::string root = std::filesystem::canonical(temp.path());
 
     void SetUp() override {
-        makeFolder(root + "/sub");
-        makeFolder(root + "/sub/dir");
+        std::filesystem::create_directories(root + "/sub/dir");
         writeFile(root + "/victim", 10);
         writeFile(root + "/sub/victim", 10);
-        makeSymlink(root, root + "/hop");
-        makeSymlink("sub/dir", root + "/lnk");
-        makeSymlink(root + "/sub", root + "/abs");
-        makeSymlink("loop", root + "/loop");
-        makeSymlink("nowhere", root + "/dangling");
+        for (const auto& [target, link] : {std::pair{root, "hop"}, {"sub/dir", "lnk"}, {root + "/sub", "abs"}, {"loop", "loop"},
+                                           {"nowhere", "dangling"}})
+            makeSymlink(target, root + "/" + link);
     }
-
-    std::string realPath(const std::string& path) {
+    // The item resolved, or the failure told by the test.
+    static AnchoredPath resolved(const std::string& path) {
         std::variant<AnchoredPath, AnchoredPath::Failure> found = AnchoredPath::resolve(path);
-        if (const auto* failed = std::get_if<AnchoredPath::Failure>(&found)) return "failed: " + failed->message;
-        return std::get<AnchoredPath>(found).realPath();
+        if (const auto* failed = std::get_if<AnchoredPath::Failure>(&found)) throw std::runtime_error(failed->message);
+        return std::move(std::get<AnchoredPath>(found));
     }
-
-    int failureCode(const std::string& path) {
+    static AnchoredPath::Failure failure(const std::string& path) {
         std::variant<AnchoredPath, AnchoredPath::Failure> found = AnchoredPath::resolve(path);
         const auto* failed = std::get_if<AnchoredPath::Failure>(&found);
-        return failed != nullptr ? failed->code : 0;
+        return failed != nullptr ? *failed : AnchoredPath::Failure{};
     }
 };
 
 } // namespace
 
-TEST_F(LinkedFolder, LinksInFoldersAreFollowedAndTheItemIsNot) {
-    EXPECT_EQ(realPath(root + "/hop/hop/sub/victim"), root + "/sub/victim");
-    EXPECT_EQ(realPath(root + "/abs/dir"), root + "/sub/dir");
-    EXPECT_EQ(realPath(root + "/hop"), root + "/hop") << "a link is an item of its own";
-    EXPECT_EQ(realPath(root + "/dangling"), root + "/dangling");
-    EXPECT_EQ(realPath(root + "/./sub//dir/"), root + "/sub/dir");
-}
-
-TEST_F(LinkedFolder, DotDotAfterALinkIsTheRealParent) {
-    EXPECT_EQ(realPath(root + "/lnk/../victim"), root + "/sub/victim") << "not " << root << "/victim";
-    EXPECT_EQ(realPath(root + "/lnk/.."), root + "/sub");
-    EXPECT_EQ(realPath(root + "/lnk/."), root + "/sub/dir") << "a trailing dot names the folder reached";
-    EXPECT_EQ(realPath("/.."), "/");
-    EXPECT_EQ(realPath("/"), "/");
+TEST_F(LinkedFolder, LinksInFoldersAreFollowedDotDotIsTheRealParentAndTheItemIsLeftAlone) {
+    const std::pair<std::string, std::string> cases[] = {
+        {"/hop/hop/sub/victim", "/sub/victim"}, {"/abs/dir", "/sub/dir"}, {"/./sub//dir/", "/sub/dir"},
+        {"/lnk/../victim", "/sub/victim"}, {"/lnk/..", "/sub"}, {"/lnk/.", "/sub/dir"},
+        {"/hop", "/hop"}, {"/dangling", "/dangling"}, {"/gone", "/gone"}};
+    for (const auto& [path, real] : cases) EXPECT_EQ(resolved(root + path).realPath(), root + real) << path;
+    EXPECT_EQ(resolved("/..").realPath(), "/");
+    EXPECT_EQ(AnchoredPath::realPathOf(root + "/hop"), root) << "the last link too";
+    EXPECT_EQ(AnchoredPath::realPathOf(root + "/dangling"), root + "/nowhere");
+    EXPECT_EQ(AnchoredPath::realPathOf(root + "/loop"), std::nullopt);
 }
 
 TEST_F(LinkedFolder, WhatCannotBeFollowedSaysWhy) {
-    EXPECT_EQ(failureCode(root + "/loop/x"), ELOOP);
-    EXPECT_EQ(failureCode(root + "/gone/x"), ENOENT);
-    EXPECT_EQ(failureCode(root + "/victim/x"), ENOTDIR);
-    EXPECT_EQ(failureCode("relative/path"), EINVAL);
-    EXPECT_NE(realPath(root + "/gone/x").find("openat(" + root + "/gone): "), std::string::npos)
-        << "the call and the path are named";
-    EXPECT_EQ(realPath(root + "/gone"), root + "/gone") << "the item itself need not exist";
+    EXPECT_EQ(failure(root + "/loop/x").code, ELOOP);
+    EXPECT_EQ(failure(root + "/victim/x").code, ENOTDIR);
+    EXPECT_EQ(failure("relative/path").code, EINVAL);
+    const AnchoredPath::Failure gone = failure(root + "/gone/x");
+    EXPECT_EQ(gone.code, ENOENT);
+    EXPECT_NE(gone.message.find("openat(" + root + "/gone): "), std::string::npos) << "the call and the path are named";
 }
 
-TEST_F(LinkedFolder, TheItemIsReachedThroughItsFolder) {
-    std::variant<AnchoredPath, AnchoredPath::Failure> found = AnchoredPath::resolve(root + "/lnk/../victim");
-    ASSERT_TRUE(std::holds_alternative<AnchoredPath>(found));
-    const AnchoredPath& item = std::get<AnchoredPath>(found);
-    // The folder stays what was resolved even when its path is taken away.
+TEST_F(LinkedFolder, TheItemIsReachedThroughItsFolderEvenWhenThatIsMoved) {
+    const AnchoredPath item = resolved(root + "/lnk/../victim");
     ASSERT_EQ(rename((root + "/sub").c_str(), (root + "/moved").c_str()), 0);
-    const std::optional<struct stat> info = item.status();
-    ASSERT_TRUE(info);
     struct stat direct {};
     ASSERT_EQ(lstat((root + "/moved/victim").c_str(), &direct), 0);
-    EXPECT_EQ(info->st_ino, direct.st_ino);
-    EXPECT_FALSE(item.isMountPoint());
-}
-
-TEST_F(LinkedFolder, RealPathOfFollowsTheLastLinkToo) {
-    EXPECT_EQ(AnchoredPath::realPathOf(root + "/hop"), root);
-    EXPECT_EQ(AnchoredPath::realPathOf(root + "/lnk"), root + "/sub/dir");
-    EXPECT_EQ(AnchoredPath::realPathOf(root + "/dangling"), root + "/nowhere");
-    EXPECT_EQ(AnchoredPath::realPathOf(root + "/loop"), std::nullopt);
+    ASSERT_TRUE(item.status());
+    EXPECT_EQ(item.status()->st_ino, direct.st_ino);
 }
 
 TEST_F(LinkedFolder, PathsLongerThanPathMaxAreFollowed) {
@@ -109,11 +83,7 @@ TEST_F(LinkedFolder, PathsLongerThanPathMaxAreFollowed) {
     for (int i = 0; i < 30; ++i) deep += "/" + name;
     deep += "/bottom";
     ASSERT_GT(deep.size(), std::size_t{PATH_MAX});
-    struct stat tooLong {};
-    ASSERT_NE(lstat(deep.c_str(), &tooLong), 0) << "the kernel alone can't take this path";
-    std::variant<AnchoredPath, AnchoredPath::Failure> found = AnchoredPath::resolve(deep);
-    ASSERT_TRUE(std::holds_alternative<AnchoredPath>(found));
-    const AnchoredPath& item = std::get<AnchoredPath>(found);
+    const AnchoredPath item = resolved(deep);
     EXPECT_EQ(item.realPath(), deep);
     ASSERT_TRUE(item.status());
     EXPECT_EQ(item.status()->st_size, 10000);
@@ -123,22 +93,18 @@ TEST_F(LinkedFolder, TheTopOfAMountIsFoundFromInsideIt) {
     makeFolder(root + "/disk");
     if (mount("tessel-test", (root + "/disk").c_str(), "tmpfs", 0, "size=4m") != 0)
         GTEST_SKIP() << "mounting a tmpfs needs root; mount tops are not tested here";
+    struct Unmount {
+        std::string path;
+        ~Unmount() { umount2(path.c_str(), MNT_DETACH); }
+    } unmount{root + "/disk"};
     makeFolder(root + "/disk/a");
     makeFolder(root + "/disk/a/b");
     makeSymlink(root + "/disk/a", root + "/to-disk");
 
-    std::variant<AnchoredPath, AnchoredPath::Failure> inside = AnchoredPath::resolve(root + "/to-disk/b/file");
-    ASSERT_TRUE(std::holds_alternative<AnchoredPath>(inside));
-    std::variant<OpenFolder, AnchoredPath::Failure> top = std::get<AnchoredPath>(inside).fileSystemTop();
-    ASSERT_TRUE(std::holds_alternative<OpenFolder>(top));
-    EXPECT_EQ(std::get<OpenFolder>(top).realPath, root + "/disk") << "the disk's top, not a folder of the typed path";
-
-    std::variant<AnchoredPath, AnchoredPath::Failure> mountPoint = AnchoredPath::resolve(root + "/hop/disk");
-    ASSERT_TRUE(std::holds_alternative<AnchoredPath>(mountPoint));
-    EXPECT_TRUE(std::get<AnchoredPath>(mountPoint).isMountPoint());
-    std::variant<AnchoredPath, AnchoredPath::Failure> outside = AnchoredPath::resolve(root + "/sub");
-    std::variant<OpenFolder, AnchoredPath::Failure> outsideTop = std::get<AnchoredPath>(outside).fileSystemTop();
-    ASSERT_TRUE(std::holds_alternative<OpenFolder>(outsideTop));
-    EXPECT_NE(std::get<OpenFolder>(outsideTop).realPath, root + "/disk");
-    umount2((root + "/disk").c_str(), MNT_DETACH);
+    const auto top = [](const AnchoredPath& item) {
+        std::variant<OpenFolder, AnchoredPath::Failure> found = item.fileSystemTop();
+        return std::holds_alternative<OpenFolder>(found) ? std::get<OpenFolder>(found).realPath : "failed";
+    };
+    EXPECT_EQ(top(resolved(root + "/to-disk/b/file")), root + "/disk") << "the disk's top, not a folder of the typed path";
+    EXPECT_TRUE(resolved(root + "/hop/disk").isMountPoint());
 }

@@ -1,19 +1,35 @@
+// A scan of a real tree: its totals against an independent walk, hard links,
+// names kept as bytes, paths deeper than PATH_MAX, what is left out, and where
+// one disk ends and another begins.
 #include <gtest/gtest.h>
 
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
+#include <filesystem>
 #include <limits>
 
 #include "DiskScanKit/DiskScanner.h"
 #include "Fixture.h"
-#include "ScanOptionsFixture.h"
+#include "LoopVolume.h"
 
 using namespace tessel;
 using namespace tessel::test;
+
+namespace {
+
+// Two workers, whatever the machine, so that every run exercises the threads the same way.
+ScanOptions plainOptions(std::int64_t fileNodeThreshold = ScanOptions().fileNodeThreshold) {
+    ScanOptions options;
+    options.workerCount = 2;
+    options.fileNodeThreshold = fileNodeThreshold;
+    return options;
+}
+
+std::string filled(std::size_t bytes) { return std::string(bytes, 'x'); }
+
+} // namespace
 
 // A tree with everything that has tripped disk scanners up: hard links across
 // folders, sparse files, empty folders, links of every kind, a FIFO, names
@@ -23,26 +39,24 @@ protected:
     static void SetUpTestSuite() {
         folder_ = new TempFolder;
         const TempFolder& t = *folder_;
-        makeFolder(t / "a");
-        makeFolder(t / "b");
-        makeFolder(t / "empty");
-        makeFolder(t / "with space");
+        for (const char* name : {"a", "b", "empty", "with space", "deep"}) makeFolder(t / name);
         writeFile(t / "a/shared", 3 * 1048576);
         makeHardLink(t / "a/shared", t / "b/shared again");
         writeFile(t / "a/small", 5000);
         writeSparseFile(t / "b/sparse", 200 * 1048576);
         writeFile(t / "with space/line\nbreak", 70000);
         writeFile(t / "with space/\xff\xfe not utf8", 1200000);
-        writeFile(t / "with space/-leading dash", 100);
-        makeSymlink("a/shared", t / "link to file");
-        makeSymlink("nowhere", t / "dangling");
-        makeSymlink("a", t / "link to folder");
-        makeSymlink("loop", t / "loop");
+        writeFile(t / "with space/Con 자백", 100);
+        for (const auto& [target, link] :
+             {std::pair{"a/shared", "link to file"}, {"nowhere", "dangling"}, {"a", "link to folder"}, {"loop", "loop"}})
+            makeSymlink(target, t / link);
         mkfifo((t / "fifo").c_str(), 0644);
-        makeFolder(t / "deep");
         levels_ = makeDeepChain(t / "deep", "dd", 3000);
     }
     static void TearDownTestSuite() { delete folder_; }
+    static ScanResult scan(const ScanOptions& options = plainOptions(0)) {
+        return DiskScanner::scan(folder_->path(), options);
+    }
 
     static TempFolder* folder_;
     static int levels_;
@@ -50,185 +64,195 @@ protected:
 TempFolder* HostileTree::folder_ = nullptr;
 int HostileTree::levels_ = 0;
 
-TEST_F(HostileTree, TotalsMatchAnIndependentWalk) {
-    ASSERT_EQ(levels_, 3000);
-    IndependentCount truth = independentCount(folder_->path());
+TEST_F(HostileTree, TotalsMatchAnIndependentWalkWithAnyNumberOfWorkers) {
+    const IndependentCount truth = independentCount(folder_->path());
     for (int workers : {1, 2, 8}) {
         ScanOptions options = plainOptions();
         options.workerCount = workers;
-        ScanResult result = DiskScanner::scan(folder_->path(), options);
+        const ScanResult result = scan(options);
         EXPECT_EQ(result.bytes, truth.bytes) << workers << " workers";
         EXPECT_EQ(result.files, truth.entries);
         EXPECT_EQ(result.directories, truth.folders);
-        EXPECT_EQ(result.unreadableDirectories, 0);
         EXPECT_TRUE(totalsAddUp(*result.root));
     }
 }
 
-TEST_F(HostileTree, HardLinkCountsOnceAndIsReported) {
-    ScanResult result = DiskScanner::scan(folder_->path(), plainOptions());
-    const std::int64_t shared = allocatedOf(*folder_ / "a/shared");
+TEST_F(HostileTree, NamesAreKeptByteForByteLinksAreNotFollowedAndPathsReachTheBottom) {
+    const ScanResult result = scan();
     EXPECT_EQ(result.hardLinksSkipped, 1);
-    EXPECT_EQ(result.hardLinkBytesSkipped, shared);
-    FileNode* first = findNode(*result.root, "a/shared");
-    FileNode* second = findNode(*result.root, "b/shared again");
-    ASSERT_TRUE(first != nullptr && second != nullptr) << "every name of a listed file can be found";
-    // Whichever link was met first carries the bytes; the other one shows none.
-    EXPECT_EQ(first->totalBytes() + second->totalBytes(), shared);
-    EXPECT_TRUE(first->totalBytes() == 0 || second->totalBytes() == 0);
-    EXPECT_TRUE(totalsAddUp(*result.root));
-}
-
-TEST_F(HostileTree, SparseFileCountsWhatItOccupies) {
-    ScanOptions options = plainOptions(0);
-    ScanResult result = DiskScanner::scan(folder_->path(), options);
-    FileNode* sparse = findNode(*result.root, "b/sparse");
-    ASSERT_NE(sparse, nullptr);
-    EXPECT_EQ(sparse->totalBytes(), allocatedOf(*folder_ / "b/sparse"));
-    EXPECT_LT(sparse->totalBytes(), 1048576);
-}
-
-TEST_F(HostileTree, NamesAreKeptByteForByteAndPathsReachTheBottom) {
-    ScanOptions options = plainOptions(0);
-    ScanResult result = DiskScanner::scan(folder_->path(), options);
-    EXPECT_NE(findNode(*result.root, "with space/line\nbreak"), nullptr);
-    EXPECT_NE(findNode(*result.root, "with space/\xff\xfe not utf8"), nullptr);
-    EXPECT_NE(findNode(*result.root, "link to folder"), nullptr);
-    FileNode* link = findNode(*result.root, "link to folder");
-    EXPECT_FALSE(link->isDirectory()) << "a link to a folder is not followed";
-    FileNode* node = findNode(*result.root, "deep");
+    EXPECT_EQ(result.hardLinkBytesSkipped, allocatedOf(*folder_ / "a/shared"));
+    for (const char* path : {"a/shared", "b/shared again", "with space/line\nbreak", "with space/\xff\xfe not utf8"})
+        EXPECT_NE(findNode(*result.root, path), nullptr) << path;
+    const FileNode* link = findNode(*result.root, "link to folder");
+    ASSERT_NE(link, nullptr);
+    EXPECT_FALSE(link->isDirectory());
+    ASSERT_EQ(levels_, 3000);
+    const FileNode* node = findNode(*result.root, "deep");
     int depth = 0;
-    while (node != nullptr && !node->children().empty()) {
-        node = node->children().front();
-        ++depth;
-    }
+    for (; node != nullptr && !node->children().empty(); ++depth) node = node->children().front();
     ASSERT_NE(node, nullptr);
     EXPECT_EQ(node->name(), "bottom");
     EXPECT_EQ(depth, levels_ + 1);
     EXPECT_GT(node->path().size(), 4096u);
 }
 
-TEST_F(HostileTree, WithoutRetainedNamesOnlyFoldersKeepTheirNames) {
+TEST_F(HostileTree, FilesBelowTheThresholdOrWithoutRetainedNamesLeaveNoNamedNode) {
+    for (std::int64_t threshold : {std::numeric_limits<std::int64_t>::max(), std::int64_t{-1}}) {
+        const ScanResult result = scan(plainOptions(threshold));
+        EXPECT_EQ(findNode(*result.root, "a/shared"), nullptr) << threshold;
+        EXPECT_EQ(result.bytes, independentCount(folder_->path()).bytes) << "a hard link counts once without a node too";
+    }
     ScanOptions options = plainOptions(0);
     options.retainFileNames = false;
-    ScanResult result = DiskScanner::scan(folder_->path(), options);
-    FileNode* a = findNode(*result.root, "a");
-    ASSERT_NE(a, nullptr);
-    ASSERT_FALSE(a->children().empty());
-    for (FileNode* child : a->children()) EXPECT_EQ(child->name(), "");
-    EXPECT_NE(findNode(*result.root, "with space"), nullptr);
-}
-
-TEST_F(HostileTree, FoldersOnlyWhenNoFileReachesTheThreshold) {
-    for (std::int64_t threshold : {std::numeric_limits<std::int64_t>::max(), std::int64_t{-1}}) {
-        ScanOptions options = plainOptions();
-        options.fileNodeThreshold = threshold;
-        ScanResult result = DiskScanner::scan(folder_->path(), options);
-        std::vector<FileNode*> stack{result.root.get()};
-        while (!stack.empty()) {
-            FileNode* node = stack.back();
-            stack.pop_back();
-            EXPECT_TRUE(node->isDirectory()) << node->path();
-            for (FileNode* child : node->children()) stack.push_back(child);
-        }
-        EXPECT_EQ(result.bytes, independentCount(folder_->path()).bytes);
-        EXPECT_TRUE(totalsAddUp(*result.root));
-    }
+    const ScanResult nameless = scan(options);
+    const FileNode* a = findNode(*nameless.root, "a");
+    ASSERT_TRUE(a != nullptr && !a->children().empty()) << "folders keep their names";
+    for (const FileNode* child : a->children()) EXPECT_EQ(child->name(), "");
 }
 
 TEST(ScanThreshold, FileOfExactlyTheThresholdGetsANodeOneByteMoreDoesNot) {
     TempFolder t;
     writeFile(t / "big", 2 * 1048576);
     const std::int64_t size = allocatedOf(t / "big");
-    ScanOptions options = plainOptions();
-    options.fileNodeThreshold = size;
-    EXPECT_NE(findNode(*DiskScanner::scan(t.path(), options).root, "big"), nullptr);
-    options.fileNodeThreshold = size + 1;
-    ScanResult result = DiskScanner::scan(t.path(), options);
+    EXPECT_NE(findNode(*DiskScanner::scan(t.path(), plainOptions(size)).root, "big"), nullptr);
+    const ScanResult result = DiskScanner::scan(t.path(), plainOptions(size + 1));
     EXPECT_EQ(findNode(*result.root, "big"), nullptr);
     EXPECT_EQ(result.root->aggregatedFileBytes(), size);
     EXPECT_EQ(result.root->aggregatedFileCount(), 1);
 }
 
-TEST(ScanRoot, EmptyRootIsOneFolderOfNothing) {
-    TempFolder t;
-    ScanResult result = DiskScanner::scan(t.path(), plainOptions());
-    EXPECT_EQ(result.directories, 1);
-    EXPECT_EQ(result.files, 0);
-    EXPECT_EQ(result.bytes, 0);
-    EXPECT_EQ(result.root->name(), t.path()) << "the root is named by its whole path";
-    EXPECT_EQ(result.root->path(), t.path());
-}
-
-TEST(ScanRoot, MissingFileAndLinkAreRefused) {
+TEST(ScanRoot, IsNamedByItsWholePathAndMustBeAFolder) {
     TempFolder t;
     writeFile(t / "file", 10);
-    makeFolder(t / "folder");
-    makeSymlink("folder", t / "link");
-    auto kindOf = [](const std::string& path) {
+    makeSymlink(".", t / "link");
+    EXPECT_EQ(DiskScanner::scan(t.path()).root->name(), t.path());
+    for (const auto& [path, kind] : {std::pair{t / "missing", DiskScanError::Kind::rootNotFound},
+                                     {t / "file", DiskScanError::Kind::rootNotADirectory},
+                                     {t / "link", DiskScanError::Kind::rootNotADirectory}}) {
         try {
-            DiskScanner::scan(path, plainOptions());
+            DiskScanner::scan(path);
+            ADD_FAILURE() << "scanned " << path;
         } catch (const DiskScanError& error) {
-            EXPECT_NE(std::string(error.what()).find(error.path()), std::string::npos);
-            return error.kind();
+            EXPECT_EQ(error.kind(), kind);
+            EXPECT_NE(std::string(error.what()).find(path), std::string::npos) << error.what();
         }
-        return DiskScanError::Kind::cancelled;
-    };
-    EXPECT_EQ(kindOf(t / "missing"), DiskScanError::Kind::rootNotFound);
-    EXPECT_EQ(kindOf(t / "file"), DiskScanError::Kind::rootNotADirectory);
-    EXPECT_EQ(kindOf(t / "link"), DiskScanError::Kind::rootNotADirectory);
-    EXPECT_EQ(kindOf(t / "folder/../file"), DiskScanError::Kind::rootNotADirectory);
+    }
 }
 
-TEST(ScanSkips, SkippedNamesAndPathsAreLeftOut) {
+TEST(ScanSkips, SkippedNamesAndPathsAreLeftOutAndTheVolumeTrashEnteredWhenAskedFor) {
     TempFolder t;
-    makeFolder(t / ".Spotlight-V100");
-    writeFile(t / ".Spotlight-V100/index", 100000);
-    makeFolder(t / ".Trashes");
-    writeFile(t / ".Trashes/old", 100000);
-    makeFolder(t / "private");
-    writeFile(t / "private/secret", 100000);
-    writeFile(t / "kept", 100000);
-    ScanOptions options = plainOptions();
+    for (const char* file : {".Spotlight-V100/index", ".Trashes/old", "private/secret", "kept"})
+        writeText(t / file, filled(100000));
+    ScanOptions options;
     options.skippedPaths = {t / "private"};
-    ScanResult result = DiskScanner::scan(t.path(), options);
-    EXPECT_EQ(result.bytes, allocatedOf(t / "kept"));
-    EXPECT_EQ(result.directories, 1);
-    ScanResult withTrash = DiskScanner::scan(t.path(), options.includingVolumeTrash());
-    EXPECT_EQ(withTrash.bytes, allocatedOf(t / "kept") + allocatedOf(t / ".Trashes/old"));
-}
-
-TEST(ScanDevices, MountedFileSystemIsEnteredOnlyWhenAskedFor) {
-    TempFolder t;
-    makeFolder(t / "mnt");
-    writeFile(t / "here", 50000);
-    if (mount("tessel-test", (t / "mnt").c_str(), "tmpfs", 0, "size=4m") != 0)
-        GTEST_SKIP() << "mounting a tmpfs needs root (mount: " << std::strerror(errno) << ")";
-    struct Unmount {
-        std::string path;
-        ~Unmount() { umount2(path.c_str(), MNT_DETACH); }
-    } unmount{t / "mnt"};
-    writeFile(t / "mnt/there", 300000);
-
-    ScanOptions options = plainOptions();
-    ScanResult same = DiskScanner::scan(t.path(), options);
-    EXPECT_EQ(same.bytes, allocatedOf(t / "here"));
-    EXPECT_EQ(same.bytes, independentCount(t.path()).bytes);
-
-    options.crossDeviceBoundaries = true;
-    ScanResult crossing = DiskScanner::scan(t.path(), options);
-    EXPECT_EQ(crossing.bytes, allocatedOf(t / "here") + allocatedOf(t / "mnt/there"));
-
-    options.skippedPaths = {t / "mnt"};
-    EXPECT_EQ(DiskScanner::scan(t.path(), options).bytes, allocatedOf(t / "here"));
+    EXPECT_EQ(DiskScanner::scan(t.path(), options).bytes, allocatedOf(t / "kept"));
+    EXPECT_EQ(DiskScanner::scan(t.path(), options.includingVolumeTrash()).bytes,
+              allocatedOf(t / "kept") + allocatedOf(t / ".Trashes/old"));
 }
 
 TEST(AllocatedSize, FileFolderAndMissing) {
     TempFolder t;
-    makeFolder(t / "f");
-    writeFile(t / "f/one", 40000);
-    writeFile(t / "f/two", 3 * 1048576);
-    EXPECT_EQ(DiskScanner::allocatedSize(t / "f/one"), allocatedOf(t / "f/one"));
-    EXPECT_EQ(DiskScanner::allocatedSize(t / "f"), allocatedOf(t / "f/one") + allocatedOf(t / "f/two"));
+    writeText(t / "one", filled(40000));
+    writeText(t / "f/two", filled(300000));
+    EXPECT_EQ(DiskScanner::allocatedSize(t / "one"), allocatedOf(t / "one"));
+    EXPECT_EQ(DiskScanner::allocatedSize(t.path()), allocatedOf(t / "one") + allocatedOf(t / "f/two"));
     EXPECT_EQ(DiskScanner::allocatedSize(t / "gone"), 0);
+}
+
+#define SKIP_AS_ROOT() \
+    if (geteuid() == 0) GTEST_SKIP() << "root reads every folder; scripts/run-unprivileged runs this as an ordinary user"
+
+TEST(UnprivilegedScan, UnreadableFolderIsCountedAndLeftOut) {
+    SKIP_AS_ROOT();
+    TempFolder t;
+    writeText(t / "open/file", filled(100000));
+    writeText(t / "closed/file", filled(200000));
+    chmod((t / "closed").c_str(), 0);
+    const ScanResult result = DiskScanner::scan(t.path());
+    EXPECT_EQ(result.unreadableDirectories, 1);
+    EXPECT_EQ(result.bytes, allocatedOf(t / "open/file"));
+    EXPECT_EQ(findNode(*result.root, "closed")->reading(), FolderReading::unreadable);
+}
+
+TEST(UnprivilegedScan, VolumeTrashIsEnteredThroughTheUsersOwnFolder) {
+    SKIP_AS_ROOT();
+    TempFolder t;
+    const std::string thrown = t / (".Trashes/" + std::to_string(getuid()) + "/thrown away");
+    writeText(thrown, filled(150000));
+    chmod((t / ".Trashes").c_str(), 0333); // can pass through, can't list: as on a real volume
+    EXPECT_EQ(DiskScanner::scan(t.path()).bytes, 0);
+    const ScanResult entered = DiskScanner::scan(t.path(), ScanOptions().includingVolumeTrash());
+    EXPECT_EQ(entered.unreadableDirectories, 0);
+    EXPECT_EQ(entered.bytes, allocatedOf(thrown));
+}
+
+// A machine's btrfs as many distributions lay it out: subvolume @ mounted as
+// the system, @home on /home, and a nested subvolume for containers. @home is
+// mounted a second time and the whole file
+// system is mounted too; a tmpfs and a second btrfs sit inside. Needs root.
+TEST(DefaultBtrfsLayout, EverySubvolumeIsScannedOnceAndNothingElse) {
+    const LoopRecipe btrfs{"mkfs.btrfs", {"-q", "-f"}, "btrfs-progs", 128 * 1048576}; // it refuses less than about 110 MB
+    TempFolder folder; // declared first, so that everything is unmounted before it goes
+    LoopVolume disk(folder, "disk", btrfs);
+    if (!disk.failure().empty()) GTEST_SKIP() << disk.failure();
+    const std::string system = disk / "@", homes = disk / "@home", root = folder / "root";
+    for (const std::string& subvolume : {system, homes, system + "/var/lib/machines"}) {
+        std::filesystem::create_directories(std::filesystem::path(subvolume).parent_path());
+        ASSERT_EQ(LoopVolume::run({"btrfs", "-q", "subvolume", "create", subvolume}), "");
+    }
+    for (const char* name : {"home", "srv/home-again", "mnt/whole", "media/other", "tmp"})
+        std::filesystem::create_directories(system + "/" + name);
+    writeText(system + "/etc/config", filled(300000));
+    writeText(system + "/var/lib/machines/image", filled(200000));
+    writeText(homes + "/me/photo", filled(500000));
+    makeFolder(root);
+    ASSERT_EQ(disk.mountImageAgain("subvol=@", root), "");
+    ASSERT_EQ(disk.mountImageAgain("subvol=@home", root + "/home"), "");
+    ASSERT_EQ(disk.mountImageAgain("subvol=@home", root + "/srv/home-again"), "");
+    ASSERT_EQ(disk.mountImageAgain("subvolid=5", root + "/mnt/whole"), "");
+    ASSERT_EQ(disk.mountTmpfs(root + "/tmp"), "");
+    writeText(root + "/tmp/scratch", "x");
+    LoopVolume other(folder, "other", btrfs); // goes first: it is mounted inside the first
+    ASSERT_EQ(other.failure(), "");
+    writeText(other / "elsewhere", "x");
+    ASSERT_EQ(other.bind(other.path(), root + "/media/other"), "");
+
+    const std::int64_t photo = allocatedOf(root + "/home/me/photo"), image = allocatedOf(root + "/var/lib/machines/image");
+    const ScanResult result = DiskScanner::scan(root, plainOptions(0));
+    EXPECT_EQ(result.bytes, allocatedOf(root + "/etc/config") + image + photo);
+    EXPECT_EQ(result.files, 3);
+    // @home is met three times, at its top twice, and entered at one of them.
+    int photos = 0;
+    for (const char* place : {"home/me/photo", "srv/home-again/me/photo", "mnt/whole/@home/me/photo"})
+        photos += findNode(*result.root, place) != nullptr;
+    EXPECT_EQ(photos, 1);
+    // A subvolume scanned alone holds its own and its nested ones.
+    EXPECT_EQ(DiskScanner::scan(root + "/home", plainOptions(0)).bytes, photo);
+    EXPECT_EQ(DiskScanner::scan(root + "/var", plainOptions(0)).bytes, image);
+}
+
+TEST(DiskTopTrash, PerUserTrashesAtADisksTopAreLeftOutUnlessAskedFor) {
+    TempFolder t;
+    const std::string disk = t / "disk";
+    makeFolder(disk);
+    if (geteuid() != 0 || mount("tessel-test", disk.c_str(), "tmpfs", 0, "size=4m") != 0)
+        GTEST_SKIP() << "mounting a tmpfs needs root";
+    struct Unmount {
+        std::string path;
+        ~Unmount() { umount2(path.c_str(), MNT_DETACH); }
+    } unmount{disk};
+    const auto put = [&](const std::string& file) {
+        writeText(disk + "/" + file, filled(100000));
+        return allocatedOf(disk + "/" + file);
+    };
+    const std::int64_t trashed = put(".Trash-1000/files/a") + put(".Trash/1000/b");
+    const std::int64_t kept = put(".Trash-1000x/c") + put("docs/.Trash-1000/d") + put("kept"); // a folder's is no disk's trash
+    ScanOptions options = plainOptions(0);
+    EXPECT_EQ(DiskScanner::scan(disk, options).bytes, kept);
+    EXPECT_EQ(DiskScanner::scan(disk, options.includingVolumeTrash()).bytes, kept + trashed);
+    EXPECT_EQ(DiskScanner::scan(t.path(), options).bytes, 0) << "another file system is not entered unless asked";
+    // Met inside another disk's scan, the tmpfs's top is a top too.
+    options.crossDeviceBoundaries = true;
+    EXPECT_EQ(DiskScanner::scan(t.path(), options).bytes, kept);
+    EXPECT_EQ(DiskScanner::scan(t.path(), options.includingVolumeTrash()).bytes, kept + trashed);
 }
