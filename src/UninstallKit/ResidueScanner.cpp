@@ -58,12 +58,6 @@ namespace {
 constexpr std::array<std::string_view, 8> endings{".plist", ".savedState", ".binarycookies", ".log",
                                                   ".desktop", ".service", ".timer", ".json"};
 
-std::string_view withoutEnding(std::string_view name) {
-    for (std::string_view ending : endings)
-        if (name.size() > ending.size() && name.ends_with(ending)) return name.substr(0, name.size() - ending.size());
-    return name;
-}
-
 const std::set<std::string>& platformPrefixes() {
     static const std::set<std::string> prefixes{"com.apple", "apple.com", "com.microsoft.office", "org.swift", "org.gnome",
                                                 "org.kde", "org.freedesktop"};
@@ -96,6 +90,12 @@ std::vector<ResidueLocation> ResidueLocation::onMac(const std::string& home) {
     };
 }
 
+ResidueLocation::LinuxFolders ResidueLocation::LinuxFolders::fromEnvironment(const std::string& home, const std::string& dataHome,
+                                                                           const std::string& root) {
+    return {home, Paths::xdgFolder("XDG_CONFIG_HOME", home, ".config"), dataHome, Paths::xdgFolder("XDG_CACHE_HOME", home, ".cache"),
+            Paths::xdgFolder("XDG_STATE_HOME", home, ".local/state"), root};
+}
+
 std::vector<ResidueLocation> ResidueLocation::onLinux(const LinuxFolders& folders) {
     const std::string root = folders.root == "/" ? std::string() : folders.root;
     return {
@@ -115,6 +115,12 @@ std::vector<ResidueLocation> ResidueLocation::onLinux(const LinuxFolders& folder
         {root + "/var/log", "System Logs", true, false},
         {root + "/opt", "Installed Software", true, false},
     };
+}
+
+std::string_view ResidueScanner::withoutEnding(std::string_view name) {
+    for (std::string_view ending : endings)
+        if (name.size() > ending.size() && name.ends_with(ending)) return name.substr(0, name.size() - ending.size());
+    return name;
 }
 
 bool ResidueScanner::isSharedFolder(std::string_view foldedName) {

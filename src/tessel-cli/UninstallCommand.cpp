@@ -60,9 +60,7 @@ int runUninstall(const std::vector<std::string>& words) {
         printError("no installed app is called \"" + printable(arguments.positionals.front()) + "\"; tessel apps lists them");
         return exitFailure;
     }
-    const ResidueLocation::LinuxFolders folders{machine.home, Paths::xdgFolder("XDG_CONFIG_HOME", machine.home, ".config"),
-                                                machine.dataHome, Paths::xdgFolder("XDG_CACHE_HOME", machine.home, ".cache"),
-                                                Paths::xdgFolder("XDG_STATE_HOME", machine.home, ".local/state"), root};
+    const auto folders = ResidueLocation::LinuxFolders::fromEnvironment(machine.home, machine.dataHome, root);
     const ResidueScanner scanner(apps, ResidueLocation::onLinux(folders),
                                  [](const std::string& path) { return DiskScanner::allocatedSize(path); });
     const InstalledApp* app = &chosen->app;

@@ -351,6 +351,27 @@ const std::vector<Command>& commands() {
          "  --root DIR             read the system's folders under DIR\n"
              + std::string(namesInJsonHelp),
          runUninstall},
+        {"leftovers", "Find what removed apps left behind",
+         "usage: tessel leftovers [--json] [--clean] [--root DIR]\n"
+         "\n"
+         "Looks through the settings, data, cache and state folders, Flatpak's app\n"
+         "folders, autostart entries, user services, desktop entries and the system's\n"
+         "/etc, /var/lib, /var/log and /opt for what no installed app, package,\n"
+         "Flatpak, snap or program explains: a reverse-DNS name nothing answers to,\n"
+         "or the name of a package the package manager's log says was removed, or of\n"
+         "an app whose desktop entry runs a program that is gone. Each is graded;\n"
+         "only disposable things (caches, logs, settings files) unchanged for 30 days\n"
+         "are ticked, never what may hold documents or starts by itself.\n"
+         "\n"
+         "  --json                 print {\"items\": [{\"path\", \"bytes\", \"category\",\n"
+         "                         \"location\", \"confidence\", \"reason\", \"apparentOwner\",\n"
+         "                         \"ownerDomain\", \"modified\", \"requiresAdministrator\",\n"
+         "                         \"ticked\"}], \"totalBytes\", \"tickedBytes\"}\n"
+         "  --clean                move the ticked items to the Trash, past the deletion\n"
+         "                         guard, and say where each went\n"
+         "  --root DIR             read the system's folders and package database under DIR\n"
+             + std::string(namesInJsonHelp),
+         runLeftovers},
     };
     return list;
 }

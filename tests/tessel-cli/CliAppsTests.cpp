@@ -1,4 +1,4 @@
-// tessel apps, uninstall, launchers and junk, run as the real tool on a
+// tessel apps, uninstall, launchers, junk and leftovers, run as the real tool on a
 // machine described under --root with a home of its own: that the home, the
 // root and LANG reach the kits, names kept to the byte, what a script and a
 // person read, and that only what is chosen goes to that home's Trash. How
@@ -120,6 +120,29 @@ TEST_F(Apps, ARunningProgramHoldsItsJunkBackAndCleanTakesOnlyWhatIsTicked) {
     ASSERT_EQ(cleaned.status, 0) << cleaned.out << cleaned.err;
     EXPECT_TRUE(fs::exists(home / ".local/share/Trash/files/viewer")) << "moved, not deleted";
     EXPECT_TRUE(fs::exists(home / ".cache/quietbuilder") && fs::exists(home / "Downloads/tool.deb"));
+}
+
+TEST_F(Apps, LeftoversOfARemovedPackageAreFoundAndCleanTakesOnlyTheQuietCache) {
+    test::writeText(root / "var/log/dpkg.log", "2024-03-01 10:00:00 remove spotify-client:amd64 1:1.2 <none>\n");
+    fs::create_directories(home / ".cache/spotify/Data");
+    test::writeFile(home / ".cache/spotify/Data/blob", 300'000);
+    test::writeText(home / ".config/spotify/prefs", "volume=3\n");
+    const std::string old = home / ".cache/spotify";
+    for (const std::string& path : {old + "/Data/blob", old + "/Data", old})
+        fs::last_write_time(path, fs::file_time_type::clock::now() - std::chrono::hours(24 * 90));
+    const json report = runJson({"leftovers", "--json", "--root", root.path()});
+    ASSERT_EQ(report.at("items").size(), 2u) << report;
+    const json& cache = report.at("items")[0];
+    EXPECT_EQ(cache.at("path"), old);
+    EXPECT_EQ(cache.at("apparentOwner"), "spotify-client");
+    EXPECT_EQ(cache.at("confidence"), "exact");
+    EXPECT_EQ(cache.at("ticked"), true);
+    EXPECT_EQ(report.at("items")[1].at("ticked"), false) << "a settings folder may hold what the app saved";
+
+    const Outcome cleaned = run({"leftovers", "--clean", "--root", root.path()});
+    ASSERT_EQ(cleaned.status, 0) << cleaned.out << cleaned.err;
+    EXPECT_TRUE(fs::exists(home / ".local/share/Trash/files/spotify/Data/blob")) << "moved, not deleted";
+    EXPECT_EQ(test::readText(home / ".config/spotify/prefs"), "volume=3\n");
 }
 
 } // namespace

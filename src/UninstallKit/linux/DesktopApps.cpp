@@ -100,22 +100,11 @@ void listEntries(const DesktopMachine& machine, const std::string& folder, const
 
 bool endsWithAppImage(std::string_view name) { return name.size() > 9 && endsWithIgnoringAsciiCase(name, ".appimage"); }
 
-// The program a command runs: "env A=1 viewer" runs viewer. With options
-// given to env, env it stays, rather than a guess at which word is the program.
-std::string programOf(const std::vector<std::string>& exec) {
-    if (Paths::lastComponent(exec.front()) != "env") return exec.front();
-    for (std::size_t at = 1; at < exec.size(); ++at) {
-        if (exec[at].starts_with('-')) break;
-        if (exec[at].find('=') == std::string::npos) return exec[at];
-    }
-    return exec.front();
-}
-
 std::string sourceOf(const std::map<std::string, std::string>& extras, const std::vector<std::string>& exec) {
     if (extras.contains("X-Flatpak")) return "flatpak";
     if (extras.contains("X-SnapInstanceName")) return "snap";
     if (extras.contains("X-AppImage-Version")) return "appimage";
-    if (!exec.empty() && endsWithAppImage(Paths::lastComponent(programOf(exec)))) return "appimage";
+    if (!exec.empty() && endsWithAppImage(Paths::lastComponent(AppCatalog::programOf(exec)))) return "appimage";
     return "other";
 }
 
@@ -181,6 +170,16 @@ std::optional<std::string> DesktopMachine::program(const std::string& command) c
 }
 
 namespace AppCatalog {
+
+// With options given to env, env it stays, rather than a guess at which word is the program.
+std::string programOf(const std::vector<std::string>& exec) {
+    if (exec.empty() || Paths::lastComponent(exec.front()) != "env") return exec.empty() ? std::string() : exec.front();
+    for (std::size_t at = 1; at < exec.size(); ++at) {
+        if (exec[at].starts_with('-')) break;
+        if (exec[at].find('=') == std::string::npos) return exec[at];
+    }
+    return exec.front();
+}
 
 DesktopAppListing installedApps(const DesktopMachine& machine) {
     DesktopAppListing listing;

@@ -48,6 +48,8 @@ namespace AppCatalog {
 // Application, neither hidden nor missing their TryExec program, the first
 // file of each desktop ID winning; sorted by name.
 DesktopAppListing installedApps(const DesktopMachine& machine);
+// The program a command line runs: "env A=1 viewer" runs viewer.
+std::string programOf(const std::vector<std::string>& exec);
 
 } // namespace AppCatalog
 } // namespace tessel

@@ -38,6 +38,10 @@ public:
     // merged, and where a diversion by another package moved it.
     std::string placeOf(std::string_view listed, std::string_view package) const;
     std::size_t pathCount() const { return entries_.size(); }
+    // Every path the index keeps, in its order.
+    template <typename Visit> void forEachPath(Visit&& visit) const {
+        for (const Entry& entry : entries_) visit(pathOf(entry));
+    }
     bool cameFromCache() const { return fromCache_; }
 
     // What a cached copy is checked against: the root, and the times and

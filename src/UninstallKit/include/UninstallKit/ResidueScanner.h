@@ -41,6 +41,8 @@ struct ResidueLocation {
     // and the system's settings and data under `root`.
     struct LinuxFolders {
         std::string home, configHome, dataHome, cacheHome, stateHome, root = "/";
+        // The user's folders as HOME and XDG_* set them.
+        static LinuxFolders fromEnvironment(const std::string& home, const std::string& dataHome, const std::string& root);
     };
     static std::vector<ResidueLocation> onLinux(const LinuxFolders& folders);
 };
@@ -75,6 +77,8 @@ public:
 
     // Folders shared by many apps of one vendor, or by the desktop itself: never one app's.
     static bool isSharedFolder(std::string_view foldedName);
+    // The name an entry is for, with the ending its location gives it taken off (".plist", ".desktop"...).
+    static std::string_view withoutEnding(std::string_view name);
 
 private:
     std::vector<InstalledApp> apps_;
