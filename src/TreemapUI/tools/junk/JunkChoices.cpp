@@ -76,23 +76,11 @@ std::set<std::string> everything(const std::vector<JunkItem>& items, const std::
 }
 
 TickState tickState(const Group& group, const std::set<std::string>& selection, const std::set<std::string>& inUse) {
-    std::size_t tickable = 0;
-    std::size_t ticked = 0;
-    for (const JunkItem& item : group.items) {
-        if (!isTickable(item, inUse)) continue;
-        ++tickable;
-        if (selection.contains(item.path)) ++ticked;
-    }
-    if (ticked == 0) return TickState::none;
-    return ticked == tickable ? TickState::all : TickState::some;
+    return tickStateOf(group.items, selection, [&](const JunkItem& item) { return isTickable(item, inUse); });
 }
 
 void toggle(const Group& group, std::set<std::string>& selection, const std::set<std::string>& inUse) {
-    const bool untick = tickState(group, selection, inUse) == TickState::all;
-    for (const JunkItem& item : group.items) {
-        if (untick) selection.erase(item.path);
-        else if (isTickable(item, inUse)) selection.insert(item.path);
-    }
+    toggleGroup(group.items, selection, [&](const JunkItem& item) { return isTickable(item, inUse); });
 }
 
 std::string inUseReason(const JunkItem& item) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Base/Platform.h"
+#include "support/TickedGroups.h"
 #include "UninstallKit/JunkItem.h"
 
 namespace tessel::JunkChoices {
@@ -31,7 +32,7 @@ std::set<std::string> recommended(const std::vector<JunkItem>& items, const std:
 bool isTickable(const JunkItem& item, const std::set<std::string>& inUse);
 std::set<std::string> everything(const std::vector<JunkItem>& items, const std::set<std::string>& inUse);
 
-enum class TickState { none, some, all };
+using tessel::TickState;
 // Over the group's tickable items; a group with none of them is `none`.
 TickState tickState(const Group& group, const std::set<std::string>& selection, const std::set<std::string>& inUse);
 // A group's tick box pressed: all of it ticked when some or none were, all unticked when all were.

@@ -1,7 +1,6 @@
 #include "tools/junk/JunkModel.h"
 
 #include <QDateTime>
-#include <QtConcurrent/QtConcurrentRun>
 
 #include <chrono>
 #include <cstdlib>
@@ -12,7 +11,6 @@
 #include "DiskScanKit/CheckedSize.h"
 #include "removal/RemovalRoad.h"
 #include "support/QtText.h"
-#include "support/ThreadName.h"
 #include "UninstallKit/AppCatalog.h"
 #include "UninstallKit/DesktopApps.h"
 #include "UninstallKit/JunkSearch.h"
@@ -23,36 +21,13 @@ namespace {
 
 QString sizeText(std::int64_t bytes) { return toQString(ByteFormat::string(bytes)); }
 
-QString tickWord(JunkChoices::TickState state) {
-    switch (state) {
-    case JunkChoices::TickState::all: return QStringLiteral("all");
-    case JunkChoices::TickState::some: return QStringLiteral("some");
-    case JunkChoices::TickState::none: break;
-    }
-    return QStringLiteral("none");
-}
-
 } // namespace
 
-QVariant JunkGroupList::data(const QModelIndex& index, int role) const {
-    const Row* at = rowAt(index);
-    if (at == nullptr) return {};
-    const Row& row = *at;
-    switch (role) {
-    case groupIdRole: return row.groupId;
-    case titleRole: return row.title;
-    case summaryRole: return row.summary;
-    case sizeRole: return row.size;
-    case tickStateRole: return row.tickState;
-    case tickableRole: return row.tickable;
-    case itemsRole: return row.items;
-    default: return {};
-    }
-}
-
-QHash<int, QByteArray> JunkGroupList::roleNames() const {
-    return {{groupIdRole, "groupId"}, {titleRole, "title"},         {summaryRole, "summary"}, {sizeRole, "size"},
-            {tickStateRole, "tickState"}, {tickableRole, "tickable"}, {itemsRole, "items"}};
+QVariantList JunkModel::tagsOf(const JunkItem& item) const {
+    QVariantList tags;
+    if (inUse_.contains(item.path)) tags << TickedGroupList::tag(QStringLiteral("In use"), QStringLiteral("warning"));
+    if (item.requiresAdministrator) tags << TickedGroupList::tag(QStringLiteral("Needs an administrator"), QStringLiteral("quiet"));
+    return tags;
 }
 
 JunkModel::Dependencies JunkModel::Dependencies::system(JunkPlaces places, QSettings* settings) {
@@ -74,22 +49,11 @@ JunkModel::Dependencies JunkModel::Dependencies::system(JunkPlaces places, QSett
 
 JunkModel::JunkModel(Dependencies dependencies, RemovalRoad& road, QObject* parent)
     : QObject(parent), dependencies_(std::move(dependencies)), road_(road), list_(this) {
-    // One search at a time; an overtaken one waits for its turn and then publishes nothing.
-    worker_.setMaxThreadCount(1);
     // What moved leaves its group, and comes back with Undo.
     connect(&road_, &RemovalRoad::finished, this, &JunkModel::refreshPresence);
 }
 
-JunkModel::~JunkModel() {
-    relay_->detach();
-    stopRunning();
-    worker_.waitForDone();
-}
-
-void JunkModel::stopRunning() {
-    if (cancelled_) cancelled_->store(true);
-    cancelled_.reset();
-}
+JunkModel::~JunkModel() { relay_->detach(); }
 
 void JunkModel::setPhase(Phase phase) {
     if (phase_ == phase) return;
@@ -99,48 +63,34 @@ void JunkModel::setPhase(Phase phase) {
 
 void JunkModel::run() {
     if (!dependencies_.find) return;
-    stopRunning();
-    const int generation = ++generation_;
-    cancelled_ = std::make_shared<std::atomic<bool>>(false);
     done_ = total_ = 0;
     emit progressChanged();
     setPhase(Phase::Running);
     const std::int64_t now = dependencies_.now ? dependencies_.now() : 0;
-    JunkModel* self = this;
-    (void)QtConcurrent::run(&worker_, [relay = relay_, self, generation, now, flag = cancelled_,
-                                       find = dependencies_.find, running = dependencies_.running] {
-        nameThisThread("Tessel.junk");
-        std::vector<JunkItem> items = find(
-            now,
-            [relay, self, generation](std::size_t done, std::size_t total) {
-                relay->post([self, generation, done, total] {
-                    if (generation != self->generation_) return;
-                    self->done_ = static_cast<int>(done);
-                    self->total_ = static_cast<int>(total);
-                    emit self->progressChanged();
-                });
-            },
-            [flag] { return flag->load(); });
-        // A stopped or overtaken search is dropped by its generation when it arrives.
-        std::set<std::string> inUse = running && !flag->load() ? JunkSearch::inUse(items, running()) : std::set<std::string>{};
-        relay->post([self, generation, items = std::move(items), inUse = std::move(inUse)]() mutable {
-            if (generation == self->generation_) self->received(std::move(items), std::move(inUse));
-        });
-    });
+    search_.start(
+        [now, find = dependencies_.find, running = dependencies_.running](const auto& progress, const auto& isCancelled) {
+            Found found;
+            found.items = find(now, progress, isCancelled);
+            if (running && !isCancelled()) found.inUse = JunkSearch::inUse(found.items, running());
+            return found;
+        },
+        [this](std::size_t done, std::size_t total) {
+            done_ = static_cast<int>(done);
+            total_ = static_cast<int>(total);
+            emit progressChanged();
+        },
+        [this](Found found) { received(std::move(found.items), std::move(found.inUse)); });
 }
 
 void JunkModel::cancel() {
     if (phase_ != Phase::Running) return;
-    stopRunning();
-    // Whatever the stopped search still sends is dropped.
-    ++generation_;
+    search_.stop();
     done_ = total_ = 0;
     emit progressChanged();
     setPhase(Phase::Idle);
 }
 
 void JunkModel::received(std::vector<JunkItem> items, std::set<std::string> inUse) {
-    cancelled_.reset();
     items_ = std::move(items);
     inUse_ = std::move(inUse);
     gone_.clear();
@@ -159,7 +109,7 @@ void JunkModel::rebuild() {
 }
 
 void JunkModel::publish() {
-    std::vector<JunkGroupList::Row> rows;
+    std::vector<TickedGroupList::Row> rows;
     rows.reserve(shown_.size());
     for (const JunkChoices::Group& group : shown_) rows.push_back(rowFor(group));
     list_.reset(std::move(rows));
@@ -309,8 +259,8 @@ qint64 JunkModel::tickedBytes() const {
     return bytes;
 }
 
-JunkGroupList::Row JunkModel::rowFor(const JunkChoices::Group& group) const {
-    JunkGroupList::Row row;
+TickedGroupList::Row JunkModel::rowFor(const JunkChoices::Group& group) const {
+    TickedGroupList::Row row;
     row.groupId = toQString(group.id());
     row.title = toQString(JunkCategories::title(group.category));
     row.summary = toQString(JunkCategories::summary(group.category));
@@ -324,8 +274,8 @@ JunkGroupList::Row JunkModel::rowFor(const JunkChoices::Group& group) const {
             {QStringLiteral("size"), sizeText(item.bytes)},
             {QStringLiteral("note"), toQString(item.note)},
             {QStringLiteral("ticked"), selection_.contains(item.path)},
-            {QStringLiteral("inUse"), inUse_.contains(item.path)},
-            {QStringLiteral("administrator"), item.requiresAdministrator},
+            {QStringLiteral("tickable"), JunkChoices::isTickable(item, inUse_)},
+            {QStringLiteral("tags"), tagsOf(item)},
         };
     }
     return row;

@@ -9,19 +9,18 @@
 
 #include <QAbstractListModel>
 #include <QSettings>
-#include <QThreadPool>
 #include <QVariant>
 #include <QtQml/qqmlregistration.h>
 
-#include <atomic>
 #include <functional>
 #include <memory>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "support/BackgroundSearch.h"
 #include "support/MainThreadRelay.h"
-#include "support/RowListModel.h"
+#include "support/TickedGroups.h"
 #include "tools/junk/JunkChoices.h"
 #include "UninstallKit/JunkFinder.h"
 #include "UninstallKit/RunningPrograms.h"
@@ -30,31 +29,6 @@ namespace tessel {
 
 class RemovalRoad;
 
-struct JunkGroupListRow {
-    QString groupId;
-    QString title;
-    QString summary;
-    QString size;
-    QString tickState; // "none", "some" or "all"
-    bool tickable = false;
-    QVariantList items;
-};
-
-// One row per group; the items of a group travel as a list in one role.
-class JunkGroupList : public RowListModel<JunkGroupListRow> {
-    Q_OBJECT
-    QML_ELEMENT
-    QML_UNCREATABLE("The junk room fills it")
-
-public:
-    enum Role { groupIdRole = Qt::UserRole + 1, titleRole, summaryRole, sizeRole, tickStateRole, tickableRole, itemsRole };
-    using Row = JunkGroupListRow;
-
-    using RowListModel::RowListModel;
-    QVariant data(const QModelIndex& index, int role) const override;
-    QHash<int, QByteArray> roleNames() const override;
-};
-
 class JunkModel : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -62,7 +36,7 @@ class JunkModel : public QObject {
     Q_PROPERTY(tessel::JunkModel::Phase phase READ phase NOTIFY phaseChanged)
     Q_PROPERTY(int done READ done NOTIFY progressChanged)
     Q_PROPERTY(int total READ total NOTIFY progressChanged)
-    Q_PROPERTY(tessel::JunkGroupList* groups READ groups CONSTANT)
+    Q_PROPERTY(tessel::TickedGroupList* groups READ groups CONSTANT)
     Q_PROPERTY(int itemCount READ itemCount NOTIFY resultChanged)
     Q_PROPERTY(qint64 totalFound READ totalFound NOTIFY resultChanged)
     Q_PROPERTY(int inUseCount READ inUseCount NOTIFY resultChanged)
@@ -107,7 +81,7 @@ public:
     Phase phase() const { return phase_; }
     int done() const { return done_; }
     int total() const { return total_; }
-    JunkGroupList* groups() { return &list_; }
+    TickedGroupList* groups() { return &list_; }
     int itemCount() const;
     qint64 totalFound() const;
     int inUseCount() const { return static_cast<int>(inUse_.size()); }
@@ -137,16 +111,18 @@ private:
     void publish();
     void publishTicks();
     void remember();
-    JunkGroupList::Row rowFor(const JunkChoices::Group& group) const;
-    void stopRunning();
+    TickedGroupList::Row rowFor(const JunkChoices::Group& group) const;
+    QVariantList tagsOf(const JunkItem& item) const;
+
+    struct Found {
+        std::vector<JunkItem> items;
+        std::set<std::string> inUse;
+    };
 
     Dependencies dependencies_;
     RemovalRoad& road_;
-    JunkGroupList list_;
+    TickedGroupList list_;
     std::shared_ptr<MainThreadRelay> relay_ = MainThreadRelay::make(this);
-    QThreadPool worker_;
-    std::shared_ptr<std::atomic<bool>> cancelled_;
-    int generation_ = 0;
     Phase phase_ = Phase::Idle;
     int done_ = 0;
     int total_ = 0;
@@ -157,6 +133,8 @@ private:
     std::vector<JunkChoices::Group> shown_;
     std::set<std::string> selection_;
     std::set<std::string> inUse_;
+    // Last, so it goes first: its worker is waited for while the rest still stands.
+    BackgroundSearch<Found> search_{this, "Tessel.junk"};
 };
 
 } // namespace tessel
