@@ -110,11 +110,25 @@ bool waitForDuplicates(TesselApp& app) {
     return waitUntil([&] { return duplicates->state() != DuplicatesModel::State::Working; }, 20000);
 }
 
-// The junk room looks when asked; true once it has found.
-bool findJunk(TesselApp& app) {
-    JunkModel* junk = app.session().tools()->junk();
-    junk->run();
-    return waitUntil([&] { return junk->phase() != JunkModel::Phase::Running; }, 60000);
+// The rooms that look only when asked (junk, leftovers) look; true once the look is over, or for a room that doesn't look.
+bool lookIn(TesselApp& app, const QString& room) {
+    if (room == "junk") {
+        JunkModel* junk = app.session().tools()->junk();
+        junk->run();
+        return waitUntil([&] { return junk->phase() != JunkModel::Phase::Running; }, 60000);
+    }
+    if (room == "leftovers") {
+        LeftoversModel* leftovers = app.session().tools()->leftovers();
+        leftovers->run();
+        return waitUntil([&] { return leftovers->phase() != LeftoversModel::Phase::Running; }, 60000);
+    }
+    return true;
+}
+
+// A looking room's ticked items, as the removal's confirmation shows them.
+void removeTickedIn(TesselApp& app, const QString& room) {
+    if (room == "junk") app.session().tools()->junk()->removeTicked();
+    if (room == "leftovers") app.session().tools()->leftovers()->removeTicked();
 }
 
 // Words that light part of the fixture's map (its photos) and dim the rest.
@@ -180,10 +194,10 @@ int selfTest(TesselApp& app) {
             std::fprintf(stderr, "tessel-app: the duplicates room did not finish comparing\n");
             return 1;
         }
-        if (room == "junk") {
-            shown.gather(app.window(), "junk, before a search");
-            if (!findJunk(app)) {
-                std::fprintf(stderr, "tessel-app: the junk room did not finish its search\n");
+        if (room == "junk" || room == "leftovers") {
+            shown.gather(app.window(), room + ", before a search");
+            if (!lookIn(app, room)) {
+                std::fprintf(stderr, "tessel-app: the %s room did not finish its search\n", qPrintable(room));
                 return 1;
             }
             settle(80);
@@ -283,16 +297,15 @@ int screenshots(TesselApp& app, const QString& folder, bool inFixture) {
         for (const QString& room : app.shell().roomIds()) {
             app.shell().setRoom(room);
             settle(room == "overview" ? 500 : 150);
-            if (room == "junk") {
-                saved += save(window, QStringLiteral("%1/junk-idle-%2.png").arg(folder, theme)) ? 1 : 0;
-                findJunk(app);
+            if (room == "junk" || room == "leftovers") {
+                saved += save(window, QStringLiteral("%1/%2-idle-%3.png").arg(folder, room, theme)) ? 1 : 0;
+                lookIn(app, room);
                 settle(200);
                 saved += save(window, QStringLiteral("%1/%2-%3.png").arg(folder, room, theme)) ? 1 : 0;
-                // The ticked items, as the confirmation shows them.
-                app.session().tools()->junk()->removeTicked();
+                removeTickedIn(app, room);
                 settle(300);
                 if (app.session().removal()->hasPlan())
-                    saved += save(window, QStringLiteral("%1/junk-removal-%2.png").arg(folder, theme)) ? 1 : 0;
+                    saved += save(window, QStringLiteral("%1/%2-removal-%3.png").arg(folder, room, theme)) ? 1 : 0;
                 app.session().removal()->cancel();
                 continue;
             }

@@ -1,5 +1,9 @@
 #include "FixtureFolder.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 
@@ -16,6 +20,13 @@ void write(const QString& path, qint64 bytes, const QString& twin = {}) {
     const QByteArray seed = (twin.isEmpty() ? path : twin).toUtf8();
     for (qsizetype at = 0; at + seed.size() <= block.size(); at += 4096) block.replace(at, seed.size(), seed);
     for (qint64 left = bytes; left > 0; left -= block.size()) file.write(block.constData(), std::min<qint64>(left, block.size()));
+}
+
+// The file and the folders up to `top`, last changed `days` ago: left alone since.
+void age(const QString& top, const QString& file, int days) {
+    const timespec times[2] = {{0, UTIME_OMIT}, {QDateTime::currentDateTime().addDays(-days).toSecsSinceEpoch(), 0}};
+    for (QString path = file; path.startsWith(top); path = path.left(path.lastIndexOf('/')))
+        utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0);
 }
 } // namespace
 
@@ -37,6 +48,10 @@ FixtureFolder::FixtureFolder() {
     write(root + "/.xsession-errors", 1'100'000);
     for (int i = 0; i < 40; ++i) write(root + QStringLiteral("/Projects/site/node_modules/pkg-%1/index.js").arg(i), 9'000);
     write(root + "/Projects/site/build/bundle.js", 1'100'000);
+    // What removed apps left: a cache untouched for months, a sandboxed app's data, which may hold documents.
+    write(root + "/.cache/org.gone.Viewer/thumbnails.db", 1'600'000);
+    age(root + "/.cache/org.gone.Viewer", root + "/.cache/org.gone.Viewer/thumbnails.db", 120);
+    write(root + "/.var/app/com.example.Player/data/library.db", 900'000);
     // Copies for the duplicates room: a download filed away, photos copied to the desktop, an album backed up.
     write(root + "/Downloads/Annual report (1).pdf", 2'400'000, root + "/Documents/Annual report.pdf");
     write(root + "/Desktop/photo-2.jpg", 1'300'000, root + "/Pictures/2024/photo-2.jpg");

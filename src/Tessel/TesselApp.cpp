@@ -13,6 +13,7 @@ AppSession::Dependencies dependencies(QSettings* settings, const std::string& in
     if (home) {
         chosen.home = chosen.scanEnvironment.home = *home;
         chosen.junk = JunkModel::Dependencies::system(JunkPlaces::forHome(*home), settings);
+        chosen.leftovers = LeftoversModel::Dependencies::system(*home);
     }
     return chosen;
 }

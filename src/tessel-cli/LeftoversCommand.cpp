@@ -8,14 +8,12 @@
 
 #include <nlohmann/json.hpp>
 
-#include "AppJson.h"
 #include "Arguments.h"
 #include "Command.h"
 #include "Listing.h"
 #include "TerminalText.h"
 #include "TrashStep.h"
 #include "DiskScanKit/ByteFormat.h"
-#include "DiskScanKit/DiskScanner.h"
 #include "DiskScanKit/ScanReport.h"
 #include "UninstallKit/OrphanEvidence.h"
 
@@ -74,21 +72,8 @@ int runLeftovers(const std::vector<std::string>& words) {
         throw UsageError("leftovers takes no path, not \"" + arguments.positionals.front() + "\"");
     const std::string root = systemRoot(arguments);
     const DesktopMachine machine = DesktopMachine::fromEnvironment(root);
-    RunningPrograms running = RunningPrograms::inThisSession(machine.onDisk("/proc"));
-    std::optional<PathOwners> owners;
-    std::vector<PackageReceipt> packages;
-    try {
-        owners = PathOwners::cached(root, cacheFolder());
-        packages = PackageReceipts::list(root);
-    } catch (const DpkgError&) {
-        // Without a package database, what the desktop and the PATH say still counts.
-    }
-    std::vector<InstalledApp> apps;
-    for (const FoundApp& found : gatheredApps(machine, root, running).apps) apps.push_back(found.app);
-    const OrphanHunter hunter(OrphanEvidence::ofLinux(machine, apps, owners ? &*owners : nullptr, packages, std::move(running)),
-                              ResidueLocation::onLinux(ResidueLocation::LinuxFolders::fromEnvironment(machine.home, machine.dataHome, root)),
-                              [](const std::string& path) { return DiskScanner::allocatedSize(path); });
-    const std::vector<OrphanItem> items = hunter.find(static_cast<std::int64_t>(std::time(nullptr)));
+    const std::vector<OrphanItem> items =
+        OrphanEvidence::findOnLinux(machine, cacheFolder(), static_cast<std::int64_t>(std::time(nullptr)));
 
     std::int64_t totalBytes = 0, tickedBytes = 0;
     std::vector<DeletionCandidate> ticked;

@@ -69,6 +69,8 @@ public:
         std::function<std::vector<MapLens::KnownApp>()> knownApps;
         // The junk room's search and what runs; it finds nothing when left empty.
         JunkModel::Dependencies junk;
+        // The leftovers room's look; it finds nothing when left empty.
+        LeftoversModel::Dependencies leftovers;
         static Dependencies system(QSettings* settings, std::string initialPath);
     };
 

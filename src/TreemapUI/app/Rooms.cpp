@@ -50,7 +50,8 @@ std::optional<std::string_view> line(Tool tool, Platform platform) {
         return mac ? "Everything that starts itself: launch agents, launch daemons, helper tools and system extensions, and whether anything still owns them."
                    : "Everything that starts itself: systemd services and timers, autostart entries and cron jobs, and whether anything still owns them.";
     case Tool::leftovers:
-        return "Preferences, caches and support files left behind by apps you removed long ago.";
+        return mac ? "Preferences, caches and support files left behind by apps you removed long ago."
+                   : "Settings, caches and data left behind by apps you removed long ago.";
     case Tool::aiData:
         return mac ? "The AI models on this Mac, often tens of gigabytes: Apple Intelligence's and Siri's, and what Ollama, LM Studio, Hugging Face and other AI apps downloaded."
                    : "The AI models on this computer, often tens of gigabytes: what Ollama, LM Studio, Hugging Face and other AI apps downloaded.";
@@ -163,6 +164,7 @@ std::string_view comingSentence(const Room& room) {
     }
     switch (room.tool.value_or(Tool::junk)) {
     case Tool::junk:
+    case Tool::leftovers:
         return {};
     case Tool::duplicates:
         return "Duplicates will find files with identical contents, keep one copy of each, and tell what removing the others would really free.";
@@ -170,8 +172,6 @@ std::string_view comingSentence(const Room& room) {
         return "Hidden Files will list the largest items whose names begin with a dot, with a note on what each one is and whether it comes back by itself.";
     case Tool::startup:
         return "Startup Items will list everything that starts itself at login or at boot, and who owns it.";
-    case Tool::leftovers:
-        return "Leftovers will find what apps you removed left behind: settings, caches and support files.";
     case Tool::receipts:
         return "Installers will list installer files you no longer need and what installed packages put on this computer.";
     case Tool::aiData:

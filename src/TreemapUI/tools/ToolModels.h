@@ -17,6 +17,7 @@
 #include "lists/SearchModel.h"
 #include "tools/hidden/HiddenFilesModel.h"
 #include "tools/junk/JunkModel.h"
+#include "tools/leftovers/LeftoversModel.h"
 
 namespace tessel {
 
@@ -29,6 +30,7 @@ class ToolModels : public QObject {
     Q_PROPERTY(tessel::ChangesModel* changes READ changes CONSTANT)
     Q_PROPERTY(tessel::DuplicatesModel* duplicates READ duplicates CONSTANT)
     Q_PROPERTY(tessel::JunkModel* junk READ junk CONSTANT)
+    Q_PROPERTY(tessel::LeftoversModel* leftovers READ leftovers CONSTANT)
     Q_PROPERTY(tessel::ReportView* report READ report CONSTANT)
     // The report room's tab: "changes" or "summary".
     Q_PROPERTY(QString reportTab READ reportTab WRITE setReportTab NOTIFY reportTabChanged)
@@ -36,13 +38,14 @@ public:
     // Each tool follows `tree` itself; those that remove go by `road`.
     ToolModels(ScannedTree& tree, RemovalRoad& road, const Desktop& desktop, QSettings* settings,
                ChangesModel::Environment changes, std::string home, JunkModel::Dependencies junk,
-               QObject* parent = nullptr);
+               LeftoversModel::Dependencies leftovers, QObject* parent = nullptr);
 
     QDateTime scannedAt() const { return scannedAt_; }
     HiddenFilesModel* hidden() { return &hidden_; }
     ChangesModel* changes() { return &changes_; }
     DuplicatesModel* duplicates() { return &duplicates_; }
     JunkModel* junk() { return &junk_; }
+    LeftoversModel* leftovers() { return &leftovers_; }
     ReportView* report() { return &report_; }
     QString reportTab() const;
     void setReportTab(const QString& tab);
@@ -58,6 +61,7 @@ private:
     ChangesModel changes_;
     DuplicatesModel duplicates_;
     JunkModel junk_;
+    LeftoversModel leftovers_;
     ReportView report_;
 };
 

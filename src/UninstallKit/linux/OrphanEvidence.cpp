@@ -22,7 +22,10 @@
 #include "Base/FolderNames.h"
 #include "Base/Lines.h"
 #include "Base/SmallFile.h"
+#include "DiskScanKit/DiskScanner.h"
 #include "DiskScanKit/Paths.h"
+#include "UninstallKit/AppImages.h"
+#include "UninstallKit/FoundApps.h"
 #include "UninstallKit/ReverseDns.h"
 #include "UninstallKit/SandboxedApps.h"
 
@@ -144,6 +147,29 @@ OrphanHunter::Knowledge ofLinux(const DesktopMachine& machine, const std::vector
     }
     knowledge.programOf = [machine](const std::string& path) { return startupProgram(machine, path); };
     return knowledge;
+}
+
+std::vector<OrphanItem> findOnLinux(const DesktopMachine& machine, const std::string& cacheFolder, std::int64_t now,
+                                    const std::function<void(std::size_t, std::size_t)>& progress,
+                                    const std::function<bool()>& isCancelled) {
+    RunningPrograms running = RunningPrograms::inThisSession(machine.onDisk("/proc"));
+    std::optional<PathOwners> owners;
+    std::vector<PackageReceipt> packages;
+    try {
+        owners = PathOwners::cached(machine.root, cacheFolder);
+        packages = PackageReceipts::list(machine.root);
+    } catch (const DpkgError&) {
+        // Without a package database, what the desktop and the PATH say still counts.
+    }
+    std::vector<InstalledApp> apps;
+    const FoundApps::Packages known{owners ? &*owners : nullptr, packages};
+    for (FoundApp& found : FoundApps::gather(machine, AppImages::systemUnsquashfs(), running, known).apps)
+        apps.push_back(std::move(found.app));
+    const OrphanHunter hunter(
+        ofLinux(machine, apps, owners ? &*owners : nullptr, packages, std::move(running)),
+        ResidueLocation::onLinux(ResidueLocation::LinuxFolders::fromEnvironment(machine.home, machine.dataHome, machine.root)),
+        [](const std::string& path) { return DiskScanner::allocatedSize(path); });
+    return hunter.find(now, progress, isCancelled);
 }
 
 } // namespace tessel::OrphanEvidence

@@ -23,6 +23,13 @@ std::set<std::string> removedInLog(std::string_view logText);
 OrphanHunter::Knowledge ofLinux(const DesktopMachine& machine, const std::vector<InstalledApp>& apps, const PathOwners* owners,
                                 const std::vector<PackageReceipt>& packages, RunningPrograms running);
 
+// Every orphan of the machine: its apps, its package database (the index
+// kept in `cacheFolder`), what runs in this session, and the residue
+// folders of its user, as the tool and the app both look.
+std::vector<OrphanItem> findOnLinux(const DesktopMachine& machine, const std::string& cacheFolder, std::int64_t now,
+                                    const std::function<void(std::size_t done, std::size_t total)>& progress = {},
+                                    const std::function<bool()>& isCancelled = {});
+
 // The program a startup entry starts: an autostart entry's Exec, a user
 // service's first ExecStart; none when it can't be read or is not there.
 std::optional<std::string> startupProgram(const DesktopMachine& machine, const std::string& path);

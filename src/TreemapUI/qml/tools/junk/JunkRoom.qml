@@ -21,57 +21,17 @@ Item {
     // What went elsewhere since the last look leaves its group.
     Component.onCompleted: junk.refreshPresence()
 
-    Item {
+    FindingsHeader {
         id: header
-        x: 24
-        y: 18
-        width: parent.width - 48
-        height: visible ? Math.max(intro.implicitHeight, controls.implicitHeight) : 0
         visible: !room.running && room.hasGroups
-        Column {
-            id: intro
-            width: parent.width - controls.width - 16
-            anchors.verticalCenter: parent.verticalCenter
-            spacing: 3
-            Text {
-                width: parent.width
-                wrapMode: Text.Wrap
-                text: "Found " + Format.bytes(room.junk.totalFound) + " in " + Format.counted(room.junk.itemCount, "item", "items")
-                      + ". What starts ticked can go without losing anything anyone made."
-                color: Style.theme.text
-                font.pixelSize: Style.bodySize + 1
-                font.weight: Font.Medium
-            }
-            Text {
-                width: parent.width
-                visible: room.junk.inUseCount > 0
-                wrapMode: Text.Wrap
-                text: "What is marked In use stays: a program that uses it is running. Quit it, then find again."
-                color: Style.theme.secondaryText
-                font.pixelSize: Style.bodySize
-            }
-        }
-        Row {
-            id: controls
-            anchors.right: parent.right
-            anchors.verticalCenter: parent.verticalCenter
-            spacing: 8
-            ActionButton {
-                text: "Select Recommended"
-                help: "Tick only what is safe to remove, as when the search ended"
-                onClicked: room.junk.selectRecommended()
-            }
-            ActionButton {
-                text: "Select All"
-                help: "Tick everything that can be moved, except what is in use"
-                onClicked: room.junk.selectAll()
-            }
-            ActionButton {
-                text: "Find Again"
-                symbol: "arrow.clockwise"
-                onClicked: room.junk.run()
-            }
-        }
+        headline: "Found " + Format.bytes(room.junk.totalFound) + " in " + Format.counted(room.junk.itemCount, "item", "items")
+                  + ". What starts ticked can go without losing anything anyone made."
+        detail: room.junk.inUseCount > 0 ? "What is marked In use stays: a program that uses it is running. Quit it, then find again." : ""
+        recommendedHelp: "Tick only what is safe to remove, as when the search ended"
+        allHelp: "Tick everything that can be moved, except what is in use"
+        onSelectRecommended: room.junk.selectRecommended()
+        onSelectAll: room.junk.selectAll()
+        onFindAgain: room.junk.run()
     }
 
     // Looking: how far, and the way out.
@@ -86,51 +46,14 @@ Item {
     }
 
     // Nothing to show: not looked yet, or nothing found.
-    Column {
-        anchors.centerIn: parent
-        width: Math.min(parent.width - 80, 460)
-        spacing: 10
+    StartPane {
         visible: !room.running && !room.hasGroups
-        readonly property bool lookedAlready: room.junk.phase === JunkModel.Done
-        Rectangle {
-            width: 64
-            height: 64
-            radius: 32
-            anchors.horizontalCenter: parent.horizontalCenter
-            color: Qt.rgba(Style.theme.accent.r, Style.theme.accent.g, Style.theme.accent.b, 0.12)
-            Icon {
-                anchors.centerIn: parent
-                symbol: parent.parent.lookedAlready ? "checkmark.circle.fill" : "sparkles"
-                size: 28
-                color: Style.theme.accent
-            }
-        }
-        Text {
-            width: parent.width
-            horizontalAlignment: Text.AlignHCenter
-            wrapMode: Text.Wrap
-            text: parent.lookedAlready ? "No junk found" : "Junk Files"
-            color: Style.theme.text
-            font.pixelSize: Style.headingSize + 2
-            font.weight: Font.DemiBold
-        }
-        Text {
-            width: parent.width
-            horizontalAlignment: Text.AlignHCenter
-            wrapMode: Text.Wrap
-            text: parent.lookedAlready ? "Nothing here is worth clearing: no cache, log, build folder or installer of 1 MB or more."
-                                       : room.toolLine
-            color: Style.theme.secondaryText
-            font.pixelSize: Style.bodySize + 1
-            lineHeight: 1.2
-        }
-        ActionButton {
-            anchors.horizontalCenter: parent.horizontalCenter
-            prominent: !parent.lookedAlready
-            text: parent.lookedAlready ? "Find Again" : "Find Junk"
-            symbol: parent.lookedAlready ? "arrow.clockwise" : "sparkle.magnifyingglass"
-            onClicked: room.junk.run()
-        }
+        lookedAlready: room.junk.phase === JunkModel.Done
+        symbol: "sparkles"
+        title: lookedAlready ? "No junk found" : "Junk Files"
+        text: lookedAlready ? "Nothing here is worth clearing: no cache, log, build folder or installer of 1 MB or more." : room.toolLine
+        buttonText: "Find Junk"
+        onStart: room.junk.run()
     }
 
     TickedGroupsView {
