@@ -1,4 +1,5 @@
 import QtQuick
+import Tessel.UI
 
 // A small rounded word beside a row's name: "In use", "Certain".
 Rectangle {
