@@ -46,5 +46,6 @@ int runReceipt(const std::vector<std::string>& words);
 int runLaunchers(const std::vector<std::string>& words);
 int runJunk(const std::vector<std::string>& words);
 int runUninstall(const std::vector<std::string>& words);
+int runUnused(const std::vector<std::string>& words);
 
 } // namespace tessel::cli
