@@ -50,27 +50,25 @@ namespace tessel {
 
 namespace OpeningSources {
 
-std::string_view word(OpeningSource source) {
-    switch (source) {
-    case OpeningSource::running: return "running";
-    case OpeningSource::accessTime: return "accessTime";
-    case OpeningSource::recentFiles: return "recentFiles";
-    case OpeningSource::gnomeShell: return "gnomeShell";
-    case OpeningSource::kdeActivities: return "kdeActivities";
-    }
-    return "";
-}
+namespace {
 
-std::string_view sentence(OpeningSource source) {
-    switch (source) {
-    case OpeningSource::running: return "It is running now.";
-    case OpeningSource::accessTime: return "Its program was last read then, as its disk records it, to the day.";
-    case OpeningSource::recentFiles: return "It last opened a file then, as the desktop's list of recent files says.";
-    case OpeningSource::gnomeShell: return "GNOME Shell last saw it in use then.";
-    case OpeningSource::kdeActivities: return "KDE's activity records last saw it in use then.";
-    }
-    return "";
-}
+struct Words {
+    std::string_view word, sentence;
+};
+
+// In the order of OpeningSource.
+constexpr Words words[] = {
+    {"running", "It is running now."},
+    {"accessTime", "Its program was last read then, as its disk records it, to the day."},
+    {"recentFiles", "It last opened a file then, as the desktop's list of recent files says."},
+    {"gnomeShell", "GNOME Shell last saw it in use then."},
+    {"kdeActivities", "KDE's activity records last saw it in use then."},
+};
+
+} // namespace
+
+std::string_view word(OpeningSource source) { return words[static_cast<std::size_t>(source)].word; }
+std::string_view sentence(OpeningSource source) { return words[static_cast<std::size_t>(source)].sentence; }
 
 } // namespace OpeningSources
 

@@ -34,13 +34,16 @@ struct Apps : WithHome {
     void entry(const std::string& path, const std::string& name, const std::string& more) const {
         test::writeText(path, "[Desktop Entry]\nType=Application\nName=" + name + "\n" + more);
     }
+    void programs(const std::vector<std::string>& paths) const {
+        for (const std::string& program : paths) {
+            test::writeText(root / program, "#!/bin/sh\n");
+            chmod((root / program).c_str(), 0755);
+        }
+    }
 };
 
 TEST_F(Apps, TheHomeTheRootAndTheLanguageReachTheListAndNamesKeepTheirBytes) {
-    for (const std::string program : {"/usr/bin/viewer", "/usr/bin/caf\xe9"}) {
-        test::writeText(root / program, "#!/bin/sh\n");
-        chmod((root / program).c_str(), 0755);
-    }
+    programs({"/usr/bin/viewer", "/usr/bin/caf\xe9"});
     entry(root / "usr/share/applications/viewer.desktop", "Viewer", "Name[de]=Betrachter\nExec=viewer %F\nNoDisplay=true\n");
     entry(root / "usr/share/applications/caf\xe9.desktop", "Caf\xe9", "Exec=caf\xe9\n");
     test::writeText(home / ".local/share/applications/broken.desktop", "Name=Broken\n");
@@ -79,10 +82,7 @@ TEST_F(Apps, AnUninstalledAppImageGoesToTheTrashWholeWithItsResidue) {
 }
 
 TEST_F(Apps, UnusedReadsTheHomesRecordsAndTheRootsMountTableAndSaysWhyItCantTell) {
-    for (const std::string program : {"/usr/bin/viewer", "/opt/tool/tool"}) {
-        test::writeText(root / program, "#!/bin/sh\n");
-        chmod((root / program).c_str(), 0755);
-    }
+    programs({"/usr/bin/viewer", "/opt/tool/tool"});
     entry(root / "usr/share/applications/viewer.desktop", "Viewer", "Exec=viewer\n");
     entry(root / "usr/share/applications/tool.desktop", "Tool", "Exec=/opt/tool/tool\n");
     test::writeText(root / "proc/self/mountinfo", "20 1 8:1 / / rw,relatime - ext4 /dev/sda1 rw\n"

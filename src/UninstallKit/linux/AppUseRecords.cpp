@@ -46,6 +46,7 @@
 #include <pugixml.hpp>
 
 #include "Base/AsciiCase.h"
+#include "DiskScanKit/Paths.h"
 #include "RecordFile.h"
 #include "UninstallKit/RecentlyUsed.h"
 
@@ -113,26 +114,9 @@ private:
     std::vector<std::string> written_;
 };
 
-// "file:" URI of a path: every byte that is not plainly safe in a URI is %-escaped.
-std::string fileUri(const std::string& path) {
-    static constexpr char hex[] = "0123456789ABCDEF";
-    std::string uri = "file:";
-    for (const char c : path) {
-        const auto byte = static_cast<unsigned char>(c);
-        if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '/' || c == '-' || c == '_' || c == '.' || c == '~') {
-            uri += c;
-        } else {
-            uri += '%';
-            uri += hex[byte >> 4];
-            uri += hex[byte & 15];
-        }
-    }
-    return uri;
-}
-
 AppUseRecordRead queryActivities(const std::string& database, const std::string& shownAs) {
     sqlite3* connection = nullptr;
-    const std::string uri = fileUri(database) + "?mode=ro";
+    const std::string uri = "file:" + Paths::percentEncoded(database) + "?mode=ro";
     const int opened = sqlite3_open_v2(uri.c_str(), &connection, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr);
     auto failed = [&](const char* call) {
         AppUseRecordRead failure{std::nullopt, call + std::string("(") + shownAs + "): " +
@@ -196,8 +180,7 @@ AppUseRecordRead recentFiles(const std::string& dataHome) {
 
 AppUseRecordRead gnomeShellState(std::string_view xml, const std::string& file) {
     pugi::xml_document document;
-    const pugi::xml_parse_result parsed = document.load_buffer(xml.data(), xml.size());
-    if (!parsed) return {std::nullopt, file + " is not readable XML: " + parsed.description() + " at byte " + std::to_string(parsed.offset)};
+    if (std::string failure = loadRecordXml(document, xml, file); !failure.empty()) return {std::nullopt, std::move(failure)};
     const pugi::xml_node state = document.child("application-state");
     if (!state) return {std::nullopt, file + " holds no <application-state>"};
     AppUseRecord record;
@@ -213,10 +196,7 @@ AppUseRecordRead gnomeShellState(std::string_view xml, const std::string& file) 
 }
 
 AppUseRecordRead gnomeShell(const std::string& dataHome) {
-    const std::string file = dataHome + "/gnome-shell/application_state";
-    SmallFileRead read = readRecordFile(file, gnomeStateLimit);
-    if (!read.text) return {std::nullopt, std::move(read.failure)};
-    return gnomeShellState(*read.text, file);
+    return parseRecordFile<AppUseRecordRead>(dataHome + "/gnome-shell/application_state", gnomeStateLimit, gnomeShellState);
 }
 
 AppUseRecordRead kdeActivities(const std::string& dataHome) {

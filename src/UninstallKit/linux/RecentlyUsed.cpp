@@ -64,8 +64,7 @@ std::optional<std::int64_t> isoSeconds(std::string_view text) {
 
 RecentlyUsedRead parse(std::string_view xml, const std::string& file) {
     pugi::xml_document document;
-    const pugi::xml_parse_result parsed = document.load_buffer(xml.data(), xml.size());
-    if (!parsed) return {std::nullopt, file + " is not readable XML: " + parsed.description() + " at byte " + std::to_string(parsed.offset)};
+    if (std::string failure = loadRecordXml(document, xml, file); !failure.empty()) return {std::nullopt, std::move(failure)};
     const pugi::xml_node root = document.child("xbel");
     if (!root) return {std::nullopt, file + " is not a list of bookmarks: it has no <xbel> element"};
     RecentlyUsedList list;
@@ -83,10 +82,7 @@ RecentlyUsedRead parse(std::string_view xml, const std::string& file) {
 }
 
 RecentlyUsedRead read(const std::string& dataHome) {
-    const std::string file = dataHome + "/recently-used.xbel";
-    SmallFileRead read = readRecordFile(file, sizeLimit);
-    if (!read.text) return {std::nullopt, std::move(read.failure)};
-    return parse(*read.text, file);
+    return parseRecordFile<RecentlyUsedRead>(dataHome + "/recently-used.xbel", sizeLimit, parse);
 }
 
 } // namespace tessel::RecentlyUsed
