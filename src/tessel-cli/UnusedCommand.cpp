@@ -23,6 +23,7 @@ namespace tessel::cli {
 namespace {
 
 const std::vector<OptionSpec> unusedOptions{{"json", false}, {"root", true}, {"days", true}};
+constexpr std::int64_t maxDays = 36'500;
 
 ScanReport::TimePoint timePoint(std::int64_t seconds) { return std::chrono::system_clock::from_time_t(static_cast<std::time_t>(seconds)); }
 
@@ -61,14 +62,16 @@ int runUnused(const std::vector<std::string>& words) {
     const Arguments arguments = parseArguments(words, unusedOptions);
     if (!arguments.positionals.empty())
         throw UsageError("unused takes no path, not \"" + arguments.positionals.front() + "\"");
-    const int days = static_cast<int>(arguments.integer("days", 1).value_or(UnusedApps::days(Span::three)));
+    const std::int64_t days = arguments.integer("days", 1).value_or(UnusedApps::days(Span::three));
+    // Longer than any machine has kept a record, and short of overflowing the seconds it stands for.
+    if (days > maxDays) throw UsageError("--days wants at most " + std::to_string(maxDays) + ", not " + std::to_string(days));
     const std::string root = systemRoot(arguments);
     const DesktopMachine machine = DesktopMachine::fromEnvironment(root);
     const RunningPrograms running = RunningPrograms::inThisSession(machine.onDisk("/proc"));
     const FoundAppListing listing = gatheredApps(machine, root, running);
     const std::int64_t now = std::time(nullptr);
     const OpeningEvidence evidence = LastOpenedReader::read(machine, now);
-    const UnusedAppsJudgement judgement = UnusedApps::judge(UnusedApps::entries(listing.apps, evidence, machine), days, now);
+    const UnusedAppsJudgement judgement = UnusedApps::judge(UnusedApps::entries(listing.apps, evidence, machine), static_cast<int>(days), now);
 
     if (arguments.has("json")) {
         nlohmann::ordered_json apps = nlohmann::ordered_json::array(), unknown = nlohmann::ordered_json::array();
@@ -80,8 +83,8 @@ int runUnused(const std::vector<std::string>& words) {
         printJson({{"days", days}, {"apps", std::move(apps)}, {"unknown", std::move(unknown)}, {"unreadable", unreadableItems(unreadable)}});
         return exitSuccess;
     }
-    if (judgement.unused.empty()) std::printf("No app is known to have gone unopened for %d days.\n", days);
-    else std::printf("Not opened for %d days, largest first:\n", days);
+    if (judgement.unused.empty()) std::printf("No app is known to have gone unopened for %lld days.\n", static_cast<long long>(days));
+    else std::printf("Not opened for %lld days, largest first:\n", static_cast<long long>(days));
     for (const UnusedAppEntry& entry : judgement.unused) printUnused(entry);
     // The apps that can't be told, gathered under each reason.
     std::map<std::string, std::vector<std::string>> byWhy;
