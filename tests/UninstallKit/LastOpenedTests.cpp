@@ -12,6 +12,7 @@
 
 #include "DescribedLinux.h"
 #include "FifoRelease.h"
+#include "ScopedEnvironment.h"
 #include "UninstallKit/LastOpened.h"
 #include "UninstallKit/RecentlyUsed.h"
 #include "UninstallKit/UnusedApps.h"
@@ -108,10 +109,13 @@ TEST_F(OpenedApps, TheNewestEvidenceWinsAndSaysWhereItCameFrom) {
                  {"<bookmark:application name=\"editor\" exec=\"&apos;not-its-program %u&apos;\"", now - 50 * day},
                  {"<bookmark:application name=\"Flatpak\" exec=\"&apos;flatpak %u&apos;\"", now - 1 * day}});
     gnomeSaw("org.example.Maps.desktop", now - 40 * day);
-    LiveActivities kde(machine.dataHome + "/kactivitymanagerd/resources/database");
-    kde.used(":global", "applications:org.example.Maps.desktop", now - 20 * day);
-    kde.used("org.example.Reader", "file:///home/me/book.pdf", now - 5 * day);
+    auto kde = std::make_unique<LiveActivities>(machine.dataHome + "/kactivitymanagerd/resources/database");
+    kde->used(":global", "applications:org.example.Maps.desktop", now - 20 * day);
+    kde->used("org.example.Reader", "file:///home/me/book.pdf", now - 5 * day);
 
+    test::ScopedEnvironment environment;
+    environment.set("TMPDIR", folder / "copies");
+    std::filesystem::create_directories(folder / "copies");
     const OpeningEvidence read = evidence();
     EXPECT_TRUE(read.records.unreadable.empty()) << read.records.unreadable.front().second;
     const auto expectOpened = [&](const LastOpened& last, std::int64_t date, OpeningSource source, const std::string& app) {
@@ -125,6 +129,10 @@ TEST_F(OpenedApps, TheNewestEvidenceWinsAndSaysWhereItCameFrom) {
     expectOpened(opened("Reader", read), now - 5 * day, OpeningSource::kdeActivities, "the agent that opened a file");
     EXPECT_EQ(opened("Reader", read).notSince, now - 200 * day) << "not read since its last change, and an opening told apart";
     expectOpened(LastOpenedReader::lastOpened(found("Editor", true), read, machine), now, OpeningSource::running, "Editor, running");
+
+    kde.reset(); // closed: its WAL is written back and gone, the database still in WAL mode
+    expectOpened(opened("Maps", evidence()), now - 20 * day, OpeningSource::kdeActivities, "Maps, from the closed database");
+    EXPECT_TRUE(std::filesystem::is_empty(folder / "copies")) << "the database's private copies go once read";
 }
 
 TEST_F(OpenedApps, WhenNothingSpeaksTheSentenceSaysWhatKeptEachPieceSilent) {

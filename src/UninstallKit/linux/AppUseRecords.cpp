@@ -79,7 +79,8 @@ public:
     ~PrivateFolder() {
         if (path_.empty()) return;
         for (const std::string& file : written_) unlink(file.c_str());
-        for (const char* extra : {"/database-shm", "/database-journal"}) unlink((path_ + extra).c_str());
+        // SQLite makes its own -shm, and a -wal too when the database is in WAL mode and none was copied.
+        for (const char* extra : {"/database-shm", "/database-wal", "/database-journal"}) unlink((path_ + extra).c_str());
         rmdir(path_.c_str());
     }
     PrivateFolder(const PrivateFolder&) = delete;
