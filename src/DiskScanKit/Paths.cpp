@@ -142,5 +142,24 @@ std::string fromFileUrl(std::string_view url) {
     return percentDecoded(rest).value_or(std::string());
 }
 
+std::string percentEncoded(std::string_view path) {
+    static constexpr char hex[] = "0123456789ABCDEF";
+    std::string encoded;
+    encoded.reserve(path.size());
+    for (const char c : path) {
+        const auto byte = static_cast<unsigned char>(c);
+        const bool keep = (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z') || (byte >= '0' && byte <= '9') ||
+                          byte == '-' || byte == '_' || byte == '.' || byte == '~' || byte == '/';
+        if (keep) {
+            encoded += c;
+        } else {
+            encoded += '%';
+            encoded += hex[byte >> 4];
+            encoded += hex[byte & 0x0f];
+        }
+    }
+    return encoded;
+}
+
 
 } // namespace tessel::Paths

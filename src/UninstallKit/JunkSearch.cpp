@@ -9,7 +9,7 @@
 // for a node of their own are too small for any floor of the finder too.
 //
 // When a file was last used: its access time, unless the file system is
-// mounted noatime (there it proves nothing), and the later of that and what
+// mounted noatime or read-only (there it proves nothing), and the later of that and what
 // the desktop's list of recently used files says
 // ($XDG_DATA_HOME/recently-used.xbel, each bookmark's "visited" or
 // "modified" time).
@@ -19,88 +19,33 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <ctime>
 #include <map>
 #include <memory>
-#include <pugixml.hpp>
 
 #include "Base/AsciiCase.h"
 #include "Base/FolderNames.h"
-#include "Base/Lines.h"
-#include "Base/SmallFile.h"
 #include "DiskScanKit/DiskScanner.h"
 #include "DiskScanKit/FileNode.h"
 #include "DiskScanKit/Paths.h"
+#include "SystemStatsKit/MountTable.h"
+#include "UninstallKit/RecentlyUsed.h"
 
 namespace tessel::JunkSearch {
 
 namespace {
 
-constexpr std::int64_t recentListLimit = 16 << 20;
-
-// "2024-03-05T10:11:12.123456Z" in seconds since 1970.
-std::optional<std::int64_t> isoSeconds(std::string_view text) {
-    std::tm parts{};
-    if (text.size() < 19 || std::sscanf(std::string(text.substr(0, 19)).c_str(), "%4d-%2d-%2dT%2d:%2d:%2d", &parts.tm_year,
-                                        &parts.tm_mon, &parts.tm_mday, &parts.tm_hour, &parts.tm_min, &parts.tm_sec) != 6)
-        return std::nullopt;
-    parts.tm_year -= 1900;
-    parts.tm_mon -= 1;
-    return static_cast<std::int64_t>(timegm(&parts));
-}
-
-// The desktop's recently used files, by path.
-std::map<std::string, std::int64_t> recentlyUsed(const std::string& dataHome) {
-    std::map<std::string, std::int64_t> used;
-    const SmallFileRead read = readSmallFile(dataHome + "/recently-used.xbel", recentListLimit);
-    if (!read.text) return used;
-    pugi::xml_document document;
-    if (!document.load_buffer(read.text->data(), read.text->size())) return used;
-    for (pugi::xml_node bookmark : document.child("xbel").children("bookmark")) {
-        const std::string path = Paths::fromFileUrl(bookmark.attribute("href").value());
-        if (path.empty()) continue;
-        std::optional<std::int64_t> when = isoSeconds(bookmark.attribute("visited").value());
-        if (const std::optional<std::int64_t> modified = isoSeconds(bookmark.attribute("modified").value()))
-            when = std::max(when.value_or(0), *modified);
-        if (when) used[path] = std::max(used[path], *when);
-    }
-    return used;
-}
-
-// Mount points whose file systems keep no access times, from /proc/self/mountinfo.
-std::vector<std::string> noatimeMounts() {
-    std::vector<std::string> mounts;
-    const SmallFileRead read = readSmallFile("/proc/self/mountinfo", 4 << 20);
-    if (!read.text) return mounts;
-    forEachLine(*read.text, [&](std::string_view line) {
-        // "ID PARENT MAJ:MIN ROOT MOUNTPOINT OPTIONS ..."
-        std::vector<std::string_view> fields;
-        for (std::size_t at = 0; at < line.size() && fields.size() < 6;) {
-            const std::size_t end = std::min(line.find(' ', at), line.size());
-            fields.push_back(line.substr(at, end - at));
-            at = end + 1;
-        }
-        if (fields.size() == 6 && (fields[5].find("noatime") != std::string_view::npos)) mounts.emplace_back(fields[4]);
-    });
-    return mounts;
-}
-
 std::function<std::optional<std::int64_t>(const std::string&)> lastUse(const std::string& dataHome) {
-    auto recent = std::make_shared<const std::map<std::string, std::int64_t>>(recentlyUsed(dataHome));
-    auto withoutAtime = std::make_shared<const std::vector<std::string>>(noatimeMounts());
-    return [recent, withoutAtime](const std::string& path) -> std::optional<std::int64_t> {
+    RecentlyUsedRead read = RecentlyUsed::read(dataHome);
+    auto recent = std::make_shared<const std::map<std::string, std::int64_t>>(
+        read.list ? std::move(read.list->files) : std::map<std::string, std::int64_t>{});
+    auto mounts = std::make_shared<const std::vector<MountEntry>>(MountTable::current());
+    return [recent, mounts](const std::string& path) -> std::optional<std::int64_t> {
         std::optional<std::int64_t> used;
         if (const auto found = recent->find(path); found != recent->end()) used = found->second;
-        // The deepest mount holding the path decides.
-        std::size_t deepest = 0;
-        bool keepsAtime = true;
-        for (const std::string& mount : *withoutAtime)
-            if (Paths::isWithin(path, mount) && mount.size() >= deepest) {
-                deepest = mount.size();
-                keepsAtime = false;
-            }
+        const std::optional<MountEntry> mount = MountTable::containing(*mounts, path);
         struct stat info {};
-        if (keepsAtime && ::lstat(path.c_str(), &info) == 0) used = std::max(used.value_or(0), std::int64_t{info.st_atim.tv_sec});
+        if ((!mount || MountTable::keepsAccessTimes(*mount)) && ::lstat(path.c_str(), &info) == 0)
+            used = std::max(used.value_or(0), std::int64_t{info.st_atim.tv_sec});
         return used;
     };
 }

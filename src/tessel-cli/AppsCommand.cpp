@@ -25,17 +25,6 @@ namespace {
 
 const std::vector<OptionSpec> appsOptions{{"json", false}, {"root", true}};
 
-nlohmann::ordered_json unreadableItems(const std::vector<std::pair<std::string, std::string>>& entries) {
-    nlohmann::ordered_json list = nlohmann::ordered_json::array();
-    for (const auto& [file, reason] : entries) {
-        nlohmann::ordered_json item;
-        putName(item, "file", file);
-        putName(item, "reason", reason);
-        list.push_back(std::move(item));
-    }
-    return list;
-}
-
 void printApp(const FoundApp& found) {
     const InstalledApp& app = found.app;
     std::string notes;
@@ -49,6 +38,17 @@ void printApp(const FoundApp& found) {
 }
 
 } // namespace
+
+nlohmann::ordered_json unreadableItems(const std::vector<std::pair<std::string, std::string>>& entries) {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const auto& [file, reason] : entries) {
+        nlohmann::ordered_json item;
+        putName(item, "file", file);
+        putName(item, "reason", reason);
+        list.push_back(std::move(item));
+    }
+    return list;
+}
 
 nlohmann::ordered_json appJson(const FoundApp& found) {
     const InstalledApp& app = found.app;

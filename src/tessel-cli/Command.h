@@ -47,5 +47,6 @@ int runLaunchers(const std::vector<std::string>& words);
 int runJunk(const std::vector<std::string>& words);
 int runUninstall(const std::vector<std::string>& words);
 int runLeftovers(const std::vector<std::string>& words);
+int runUnused(const std::vector<std::string>& words);
 
 } // namespace tessel::cli

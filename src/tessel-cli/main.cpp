@@ -372,6 +372,32 @@ const std::vector<Command>& commands() {
          "  --root DIR             read the system's folders and package database under DIR\n"
              + std::string(namesInJsonHelp),
          runLeftovers},
+        {"unused", "List the apps not opened for a while",
+         "usage: tessel unused [--days N] [--json] [--root DIR]\n"
+         "\n"
+         "Lists the apps not opened for N days (90 unless told), largest first, with\n"
+         "when each was last opened and what says so. Linux keeps no such date, so it\n"
+         "is told from what the machine records: an app running now; its program's\n"
+         "access time, believed only on a disk that keeps access times (not noatime,\n"
+         "not read-only; relatime tells the day) and only when it is later than the\n"
+         "program's last change; the applications named in the list of recently\n"
+         "used files ($XDG_DATA_HOME/recently-used.xbel), GNOME Shell's usage\n"
+         "statistics and KDE's activity database. The newest wins. An app added\n"
+         "within the N days is not unused, and an app whose last opening nothing can\n"
+         "tell never is: those are counted apart, with why. The system's own apps and\n"
+         "apps kept out of menus are left out.\n"
+         "\n"
+         "  --days N               how long unopened counts as unused (default 90)\n"
+         "  --json                 print {\"days\", \"apps\": [{... as tessel apps, \"lastOpened\",\n"
+         "                         \"notOpenedSince\", \"evidence\", \"reason\", \"added\"}],\n"
+         "                         \"unknown\": [{\"app\", \"why\"}], \"unreadable\": [{\"file\",\n"
+         "                         \"reason\"}]}; dates are ISO 8601 or null; evidence is\n"
+         "                         running, accessTime, recentFiles, gnomeShell or\n"
+         "                         kdeActivities; notOpenedSince is set when the only\n"
+         "                         evidence is a program not read since it was written\n"
+         "  --root DIR             read the system's folders and mount table under DIR\n"
+             + std::string(namesInJsonHelp),
+         runUnused},
     };
     return list;
 }

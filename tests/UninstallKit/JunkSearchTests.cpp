@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <memory>
 #include <thread>
 
 #include "Fixture.h"
@@ -42,16 +43,17 @@ TEST(JunkSearch, TheScannedHomeAnswersAsTheDiskWouldAndAHungFolderCostsOneStall)
     const JunkPlaces places = JunkPlaces::forHome(home.path());
     const std::vector<JunkItem> fromDisk = JunkFinder(places, JunkFinder::Disk::real(), settingsNow()).find();
 
-    // "net" never answers, like a network share that went away.
-    std::atomic<bool> released{false};
+    // "net" never answers, like a network share that went away. The worker
+    // left waiting on it outlives this test, so what it polls must too.
+    const auto released = std::make_shared<std::atomic<bool>>(false);
     JunkSearchOptions options;
     options.stallTimeout = 0.3;
-    options.beforeReading = [&](const std::string& path) {
+    options.beforeReading = [released](const std::string& path) {
         if (path.ends_with("/net"))
-            while (!released) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            while (!*released) std::this_thread::sleep_for(std::chrono::milliseconds(10));
     };
     const std::vector<JunkItem> scanned = JunkSearch::run(places, settingsNow(), options);
-    released = true;
+    *released = true;
 
     EXPECT_EQ(pathsOf(scanned), (std::vector<std::string>{home / ".cache/app", home / "Downloads/tool.deb",
                                                           home / "work/site/node_modules"}))

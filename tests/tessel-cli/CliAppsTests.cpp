@@ -1,4 +1,4 @@
-// tessel apps, uninstall, launchers, junk and leftovers, run as the real tool on a
+// tessel apps, uninstall, unused, launchers, junk and leftovers, run as the real tool on a
 // machine described under --root with a home of its own: that the home, the
 // root and LANG reach the kits, names kept to the byte, what a script and a
 // person read, and that only what is chosen goes to that home's Trash. How
@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 
+#include <ctime>
 #include <filesystem>
 #include <map>
 
@@ -33,13 +34,16 @@ struct Apps : WithHome {
     void entry(const std::string& path, const std::string& name, const std::string& more) const {
         test::writeText(path, "[Desktop Entry]\nType=Application\nName=" + name + "\n" + more);
     }
+    void programs(const std::vector<std::string>& paths) const {
+        for (const std::string& program : paths) {
+            test::writeText(root / program, "#!/bin/sh\n");
+            chmod((root / program).c_str(), 0755);
+        }
+    }
 };
 
 TEST_F(Apps, TheHomeTheRootAndTheLanguageReachTheListAndNamesKeepTheirBytes) {
-    for (const std::string program : {"/usr/bin/viewer", "/usr/bin/caf\xe9"}) {
-        test::writeText(root / program, "#!/bin/sh\n");
-        chmod((root / program).c_str(), 0755);
-    }
+    programs({"/usr/bin/viewer", "/usr/bin/caf\xe9"});
     entry(root / "usr/share/applications/viewer.desktop", "Viewer", "Name[de]=Betrachter\nExec=viewer %F\nNoDisplay=true\n");
     entry(root / "usr/share/applications/caf\xe9.desktop", "Caf\xe9", "Exec=caf\xe9\n");
     test::writeText(home / ".local/share/applications/broken.desktop", "Name=Broken\n");
@@ -75,6 +79,29 @@ TEST_F(Apps, AnUninstalledAppImageGoesToTheTrashWholeWithItsResidue) {
     EXPECT_EQ(test::readText(home / ".local/share/Trash/files/editor/settings.ini"), "theme=dark\n");
     EXPECT_FALSE(fs::exists(home / ".local/share/applications/editor.desktop"));
     expectOneErrorLine(run({"uninstall", "--root", root.path(), "Nothing Like It"}), 1, "Nothing Like It");
+}
+
+TEST_F(Apps, UnusedReadsTheHomesRecordsAndTheRootsMountTableAndSaysWhyItCantTell) {
+    programs({"/usr/bin/viewer", "/opt/tool/tool"});
+    entry(root / "usr/share/applications/viewer.desktop", "Viewer", "Exec=viewer\n");
+    entry(root / "usr/share/applications/tool.desktop", "Tool", "Exec=/opt/tool/tool\n");
+    test::writeText(root / "proc/self/mountinfo", "20 1 8:1 / / rw,relatime - ext4 /dev/sda1 rw\n"
+                                                  "21 20 8:2 / /opt rw,noatime - ext4 /dev/sda2 rw\n");
+    test::writeText(home / ".local/share/gnome-shell/application_state",
+                    "<application-state><context id=\"\"><application id=\"viewer.desktop\" score=\"1\" last-seen=\"" +
+                        std::to_string(std::time(nullptr)) + "\"/></context></application-state>");
+    const std::string why = "Nothing on this machine records when it was last opened: the disk holding its program is "
+                            "mounted with noatime, and the desktop's records of the apps in use don't mention it.";
+    const json report = runJson({"unused", "--json", "--days", "30", "--root", root.path()});
+    EXPECT_EQ(report.at("days"), 30);
+    EXPECT_EQ(report.at("apps"), json::array()) << "Viewer was seen today: " << report;
+    ASSERT_EQ(report.at("unknown").size(), 1u) << report;
+    EXPECT_EQ(report.at("unknown")[0].at("app").at("path"), "/opt/tool/tool");
+    EXPECT_EQ(report.at("unknown")[0].at("why"), why);
+
+    const Outcome text = run({"unused", "--root", root.path()});
+    EXPECT_EQ(text.out, "No app is known to have gone unopened for 90 days.\n1 app can't be told:\n  " + why + "\n    Tool\n");
+    for (const char* days : {"0", "36501"}) expectOneErrorLine(run({"unused", "--days", days}), 2, "--days");
 }
 
 TEST_F(Apps, LaunchersOfGoneAppsAreListedAndTakenOffOnlyWhenAsked) {

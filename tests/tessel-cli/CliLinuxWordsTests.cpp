@@ -21,7 +21,7 @@ struct LinuxWords : WithHome {};
 
 TEST_F(LinuxWords, EveryCommandsHelpAndWorkSpeakOfLinux) {
     for (const char* command : {"--help", "scan", "largest", "search", "map", "trash", "report", "duplicates", "snapshot", "snapshots",
-                                "changes", "volumes", "apps", "owner", "receipts", "receipt", "launchers", "junk", "uninstall", "leftovers"}) {
+                                "changes", "volumes", "apps", "owner", "receipts", "receipt", "launchers", "junk", "uninstall", "leftovers", "unused"}) {
         const Outcome help = command == std::string("--help") ? run({command}) : run({command, "--help"});
         EXPECT_EQ(help.status, 0) << command;
         EXPECT_NE(help.out, "") << "help goes to standard output";

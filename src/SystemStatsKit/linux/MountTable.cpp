@@ -120,6 +120,11 @@ std::vector<MountEntry> parse(std::string_view mountInfo) {
         entry.fileSystem = std::string(separator[1]);
         entry.source = unescapeOctal(separator[2]);
         entry.device = makedev(major, minor);
+        for (std::string_view options = parts[5]; !options.empty();) {
+            const std::size_t comma = options.find(',');
+            entry.options.emplace_back(options.substr(0, comma));
+            options = comma == std::string_view::npos ? std::string_view{} : options.substr(comma + 1);
+        }
         table.push_back(std::move(entry));
     }
     return table;
@@ -141,6 +146,11 @@ bool isLocalDisk(const MountEntry& entry) {
     // a remote or a view (sshfs, rclone, the desktop's gvfs), and is not.
     return diskFileSystems.contains(entry.fileSystem) || entry.fileSystem == "fuseblk" ||
            entry.fileSystem.starts_with("fuseblk.");
+}
+
+bool keepsAccessTimes(const MountEntry& entry) {
+    return std::ranges::find(entry.options, "noatime") == entry.options.end() &&
+           std::ranges::find(entry.options, "ro") == entry.options.end();
 }
 
 std::optional<MountEntry> containing(const std::vector<MountEntry>& table, std::string_view path) {

@@ -168,24 +168,7 @@ std::unique_ptr<TrashBin> makeSystemTrash() {
     return std::make_unique<FreedesktopTrash>(FreedesktopTrash::Settings::fromEnvironment());
 }
 
-std::string FreedesktopTrash::encode(std::string_view raw) {
-    static constexpr char hex[] = "0123456789ABCDEF";
-    std::string encoded;
-    encoded.reserve(raw.size());
-    for (char c : raw) {
-        const auto byte = static_cast<unsigned char>(c);
-        const bool keep = (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z') || (byte >= '0' && byte <= '9') ||
-                          byte == '-' || byte == '_' || byte == '.' || byte == '~' || byte == '/';
-        if (keep) {
-            encoded += c;
-        } else {
-            encoded += '%';
-            encoded += hex[byte >> 4];
-            encoded += hex[byte & 0x0f];
-        }
-    }
-    return encoded;
-}
+std::string FreedesktopTrash::encode(std::string_view raw) { return Paths::percentEncoded(raw); }
 
 std::optional<std::string> FreedesktopTrash::decode(std::string_view encoded) {
     auto value = [](char c) -> int {

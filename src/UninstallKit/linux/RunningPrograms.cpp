@@ -100,12 +100,6 @@ std::string baseName(std::string_view path) {
     return std::string(slash == std::string_view::npos ? path : path.substr(slash + 1));
 }
 
-// A program that runs a script named by its next argument.
-bool isInterpreter(std::string_view name) {
-    static constexpr std::string_view shells[] = {"sh", "bash", "dash", "zsh", "node", "nodejs", "perl", "ruby", "php"};
-    return name.starts_with("python") || std::ranges::find(shells, name) != std::end(shells);
-}
-
 // What one of the user's processes goes by.
 void addNames(const std::string& process, const std::optional<std::string>& program, std::unordered_set<std::string>& names) {
     if (const SmallFileRead comm = readSmallFile(process + "/comm", 4096); comm.text) {
@@ -122,7 +116,7 @@ void addNames(const std::string& process, const std::optional<std::string>& prog
     const std::string first = baseName(words.substr(0, firstEnd));
     if (first.empty()) return;
     names.insert(first);
-    if (!isInterpreter(first) || firstEnd == std::string_view::npos) return;
+    if (!RunningPrograms::isInterpreter(first) || firstEnd == std::string_view::npos) return;
     // The script: the first argument that is no option ("python3 -u /usr/bin/tool").
     std::size_t at = firstEnd + 1;
     while (at < words.size()) {
@@ -137,6 +131,11 @@ void addNames(const std::string& process, const std::optional<std::string>& prog
 }
 
 } // namespace
+
+bool RunningPrograms::isInterpreter(std::string_view name) {
+    static constexpr std::string_view shells[] = {"sh", "bash", "dash", "zsh", "node", "nodejs", "perl", "ruby", "php"};
+    return name.starts_with("python") || std::ranges::find(shells, name) != std::end(shells);
+}
 
 std::optional<std::string> RunningPrograms::appOfUnit(std::string_view unit) {
     if (unit.starts_with("snap.")) {

@@ -29,5 +29,8 @@ std::string xdgFolder(const char* variable, std::string_view home, std::string_v
 // The path a local file URL names, decoded byte for byte ("file:///a%20b",
 // "file://localhost/a"); empty for any other URL or a malformed one.
 std::string fromFileUrl(std::string_view url);
+// Every byte but ASCII letters, digits, "-", "_", ".", "~" and "/" as %XX,
+// as a file URL or a trash's .trashinfo writes a path.
+std::string percentEncoded(std::string_view path);
 
 } // namespace tessel::Paths

@@ -26,6 +26,8 @@ struct MountEntry {
     // The file system's device number (major:minor): the same for every mount
     // of one file system, bind mounts and btrfs subvolumes included.
     std::uint64_t device = 0;
+    // The mount's own options, as mountinfo lists them: "rw", "relatime", "noatime"...
+    std::vector<std::string> options;
 };
 
 struct MountTableReading {
@@ -48,6 +50,11 @@ MountTableReading read(const std::string& systemRoot);
 std::vector<MountEntry> current();
 // A file system that keeps files on a disk of this machine.
 bool isLocalDisk(const MountEntry& entry);
+// Whether reading a file on this mount moves its access time: not when the
+// mount says noatime or is read-only. Under relatime (the kernel's default)
+// a read moves it when it is not later than the last change, or a day old:
+// it tells the day of the last read, not the minute.
+bool keepsAccessTimes(const MountEntry& entry);
 // The mount whose mount point is the longest prefix of `path`.
 std::optional<MountEntry> containing(const std::vector<MountEntry>& table, std::string_view path);
 // The mount that best stands for the file system of `device`: the one at "/",

@@ -40,6 +40,8 @@ struct RunningPrograms {
     // The app a cgroup's last part is named for: "app-gnome-org.gnome.Maps-1234.scope" → org.gnome.Maps,
     // "app-flatpak-org.gimp.GIMP-5678.scope" → org.gimp.GIMP, "snap.firefox.firefox-1c2d.scope" → firefox.
     static std::optional<std::string> appOfUnit(std::string_view unit);
+    // A program that runs a script named by its next argument: a shell, python3, perl, node...
+    static bool isInterpreter(std::string_view programName);
 };
 
 } // namespace tessel
