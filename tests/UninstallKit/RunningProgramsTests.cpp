@@ -2,6 +2,9 @@
 // and from this machine's own.
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <thread>
+
 #include <signal.h>
 #include <spawn.h>
 #include <sys/stat.h>
@@ -56,7 +59,12 @@ TEST(RunningPrograms, OnThisMachineAToolWhoseNameTheKernelCutsIsKnownByItsWholeN
     test::makeSymlink("/bin/sleep", tool);
     char* words[] = {tool.data(), seconds.data(), nullptr};
     pid_t child = 0;
-    ASSERT_EQ(posix_spawn(&child, tool.c_str(), nullptr, nullptr, words, environ), 0); // returns once it runs as the tool
+    ASSERT_EQ(posix_spawn(&child, tool.c_str(), nullptr, nullptr, words, environ), 0);
+    // posix_spawn returns once the child has its new memory, a moment before the kernel
+    // points its command line at the arguments: until then the line reads empty.
+    const std::string commandLine = "/proc/" + std::to_string(child) + "/cmdline";
+    for (int tries = 0; tries < 500 && test::readText(commandLine).empty(); ++tries)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
     const RunningPrograms running = RunningPrograms::read();
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
