@@ -115,12 +115,12 @@ bool lookIn(TesselApp& app, const QString& room) {
     if (room == "junk") {
         JunkModel* junk = app.session().tools()->junk();
         junk->run();
-        return waitUntil([&] { return junk->phase() != JunkModel::Phase::Running; }, 60000);
+        return waitUntil([&] { return junk->search()->phase() != SearchState::Phase::Running; }, 60000);
     }
     if (room == "leftovers") {
         LeftoversModel* leftovers = app.session().tools()->leftovers();
         leftovers->run();
-        return waitUntil([&] { return leftovers->phase() != LeftoversModel::Phase::Running; }, 60000);
+        return waitUntil([&] { return leftovers->search()->phase() != SearchState::Phase::Running; }, 60000);
     }
     return true;
 }

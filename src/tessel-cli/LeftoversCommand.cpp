@@ -96,12 +96,11 @@ int runLeftovers(const std::vector<std::string>& words) {
         printItems(items);
         std::printf("%s found, %s ticked.\n", ByteFormat::string(totalBytes).c_str(), ByteFormat::string(tickedBytes).c_str());
         if (clean) {
-            printPlan(trashed.plan);
-            printOutcome(trashed.outcome);
+            printRun(trashed);
         }
     }
     if (!clean) return exitSuccess;
-    return trashed.plan.refused.empty() && trashed.outcome.failures.empty() ? exitSuccess : exitFailure;
+    return statusOf(trashed);
 }
 
 } // namespace tessel::cli

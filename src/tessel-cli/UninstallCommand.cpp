@@ -109,12 +109,11 @@ int runUninstall(const std::vector<std::string>& words) {
         if (dryRun) {
             std::printf("Nothing was moved: --dry-run.\n");
         } else {
-            printPlan(trashed.plan);
-            printOutcome(trashed.outcome);
+            printRun(trashed);
         }
     }
     if (dryRun) return exitSuccess;
-    return trashed.plan.refused.empty() && trashed.outcome.failures.empty() ? exitSuccess : exitFailure;
+    return statusOf(trashed);
 }
 
 } // namespace tessel::cli
