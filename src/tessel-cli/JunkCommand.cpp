@@ -103,12 +103,9 @@ int runJunk(const std::vector<std::string>& words) {
         if (items.empty()) std::printf("No junk was found.\n");
         printItems(items, inUse);
         std::printf("%s found, %s ticked.\n", ByteFormat::string(totalBytes).c_str(), ByteFormat::string(tickedBytes).c_str());
-        if (clean) {
-            printRun(trashed);
-        }
+        if (clean) printRun(trashed);
     }
-    if (!clean) return exitSuccess;
-    return statusOf(trashed);
+    return clean ? statusOf(trashed) : exitSuccess;
 }
 
 } // namespace tessel::cli

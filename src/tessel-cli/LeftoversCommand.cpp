@@ -95,12 +95,9 @@ int runLeftovers(const std::vector<std::string>& words) {
         if (items.empty()) std::printf("Nothing left behind by removed apps was found.\n");
         printItems(items);
         std::printf("%s found, %s ticked.\n", ByteFormat::string(totalBytes).c_str(), ByteFormat::string(tickedBytes).c_str());
-        if (clean) {
-            printRun(trashed);
-        }
+        if (clean) printRun(trashed);
     }
-    if (!clean) return exitSuccess;
-    return statusOf(trashed);
+    return clean ? statusOf(trashed) : exitSuccess;
 }
 
 } // namespace tessel::cli

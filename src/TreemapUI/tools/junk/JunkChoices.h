@@ -5,6 +5,7 @@
 // still there.
 
 #include <cstdint>
+#include <functional>
 #include <set>
 #include <string>
 #include <vector>
@@ -45,5 +46,13 @@ enum class Presence { present, missing, unknown };
 // Whether the item still stands. A disk that is not mounted now can't say: an
 // item on it (under /media, /run/media or /mnt) is unknown, as is one that can't be looked at.
 Presence presenceOf(const std::string& path);
+// The paths of `items` that `presence` says are gone for sure.
+template <class Items>
+std::set<std::string> missing(const Items& items, const std::function<Presence(const std::string&)>& presence) {
+    std::set<std::string> gone;
+    for (const auto& item : items)
+        if (presence && presence(item.path) == Presence::missing) gone.insert(item.path);
+    return gone;
+}
 
 } // namespace tessel::JunkChoices

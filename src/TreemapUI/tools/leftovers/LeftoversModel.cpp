@@ -148,9 +148,7 @@ TickState LeftoversModel::tickState(const std::string& groupKey) const {
 
 void LeftoversModel::refreshPresence() {
     if (items_.empty()) return;
-    std::set<std::string> gone;
-    for (const OrphanItem& item : items_)
-        if (dependencies_.presence && dependencies_.presence(item.path) == JunkChoices::Presence::missing) gone.insert(item.path);
+    std::set<std::string> gone = JunkChoices::missing(items_, dependencies_.presence);
     if (gone == gone_) return;
     gone_ = std::move(gone);
     for (const std::string& path : gone_) selection_.erase(path);
