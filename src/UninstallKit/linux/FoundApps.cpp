@@ -32,6 +32,7 @@
 #include "DiskScanKit/DiskScanner.h"
 #include "UninstallKit/AppCatalog.h"
 #include "UninstallKit/AppImages.h"
+#include "UninstallKit/DpkgDatabase.h"
 #include "UninstallKit/SandboxedApps.h"
 
 namespace tessel::FoundApps {
@@ -148,10 +149,8 @@ FoundAppListing gather(const DesktopMachine& machine, const std::optional<std::s
                     if (!app.version) app.version = images[i].version;
                     entry.bytes = images[i].bytes;
                 }
-            entry.isRunning = running.runs(program);
         }
-        entry.isRunning = entry.isRunning || (app.package && running.runsApp(*app.package)) ||
-                          (app.bundleIdentifier && running.runsApp(*app.bundleIdentifier));
+        entry.isRunning = runs(app, machine, running);
         entry.app = std::move(app);
         completeFromPackage(entry, machine, packages, dpkg);
         found.apps.push_back(std::move(entry));
@@ -163,6 +162,24 @@ FoundAppListing gather(const DesktopMachine& machine, const std::optional<std::s
     }
     std::ranges::stable_sort(found.apps, [](const FoundApp& a, const FoundApp& b) { return AppCatalog::nameOrder(a.app, b.app); });
     return found;
+}
+
+bool runs(const InstalledApp& app, const DesktopMachine& machine, const RunningPrograms& running) {
+    if (app.programPath && running.runs(realPath(machine.onDisk(*app.programPath)))) return true;
+    if (app.source == "appimage" && running.runs(realPath(app.bundlePath))) return true;
+    return (app.package && running.runsApp(*app.package)) || (app.bundleIdentifier && running.runsApp(*app.bundleIdentifier));
+}
+
+FoundAppListing onMachine(const DesktopMachine& machine, const std::string& cacheFolder, const RunningPrograms& running) {
+    std::optional<PathOwners> owners;
+    Packages packages;
+    try {
+        owners = PathOwners::cached(machine.root, cacheFolder);
+        packages = {&*owners, PackageReceipts::list(machine.root)};
+    } catch (const DpkgError&) {
+        packages = {};
+    }
+    return gather(machine, AppImages::systemUnsquashfs(), running, packages);
 }
 
 } // namespace tessel::FoundApps

@@ -41,6 +41,15 @@ struct Packages {
 FoundAppListing gather(const DesktopMachine& machine, const std::optional<std::string>& unsquashfs,
                        const RunningPrograms& running, const Packages& packages = {});
 
+// Every app of `machine` as the app and the tool list them: described by this
+// machine's unsquashfs, completed by the package database under the machine's
+// root, whose index of paths is kept in `cacheFolder`. Without a package
+// database (another distribution, a described machine without one) apps still list.
+FoundAppListing onMachine(const DesktopMachine& machine, const std::string& cacheFolder, const RunningPrograms& running);
+
+// Whether `app` runs: its program, its Flatpak sandbox, or a unit named for it.
+bool runs(const InstalledApp& app, const DesktopMachine& machine, const RunningPrograms& running);
+
 } // namespace FoundApps
 
 } // namespace tessel
