@@ -69,8 +69,10 @@ InstalledApp appOfImage(const AppImage& image, const DesktopMachine& machine) {
                                                                        : *image.desktopId;
     }
     if (image.desktopEntry)
-        if (const DesktopEntry::Parse parsed = DesktopEntry::parse(*image.desktopEntry); parsed.entry)
+        if (const DesktopEntry::Parse parsed = DesktopEntry::parse(*image.desktopEntry); parsed.entry) {
             app.name = parsed.entry->name(machine.locale).value_or(app.name);
+            app.icon = parsed.entry->icon();
+        }
     return app;
 }
 

@@ -49,5 +49,11 @@ namespace AppCatalog {
 // file of each desktop ID winning; sorted by name.
 DesktopAppListing installedApps(const DesktopMachine& machine);
 
+// The desktop ID of the first of `apps` whose entry says it opens links of
+// `scheme` (MimeType x-scheme-handler/SCHEME, as the desktop's own lookup
+// reads it): "appstream" finds a software centre. None where no app does.
+std::optional<std::string> schemeHandler(const std::vector<InstalledApp>& apps, const DesktopMachine& machine,
+                                         std::string_view scheme);
+
 } // namespace AppCatalog
 } // namespace tessel
