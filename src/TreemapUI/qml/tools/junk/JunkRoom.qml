@@ -21,24 +21,6 @@ Item {
     // What went elsewhere since the last look leaves its group.
     Component.onCompleted: junk.refreshPresence()
 
-    component Tag: Rectangle {
-        id: tag
-        property string text
-        property color tone
-        width: tagLabel.implicitWidth + 12
-        height: 17
-        radius: 8.5
-        color: Style.mix(Style.theme.background, tone, 0.18)
-        Text {
-            id: tagLabel
-            anchors.centerIn: parent
-            text: tag.text
-            color: tag.tone
-            font.pixelSize: Style.captionSize
-            font.weight: Font.DemiBold
-        }
-    }
-
     Item {
         id: header
         x: 24
