@@ -69,6 +69,8 @@ public:
         std::function<std::vector<MapLens::KnownApp>()> knownApps;
         // The junk room's search and what runs; it finds nothing when left empty.
         JunkModel::Dependencies junk;
+        // The uninstaller's machine and what runs; it lists nothing when left empty.
+        UninstallModel::Dependencies uninstall;
         static Dependencies system(QSettings* settings, std::string initialPath);
     };
 

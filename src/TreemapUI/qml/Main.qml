@@ -117,6 +117,7 @@ ApplicationWindow {
                 if (window.shell.room === "hidden") return hiddenFilesRoom
                 if (window.shell.room === "duplicates") return duplicatesRoom
                 if (window.shell.room === "junk") return junkRoom
+                if (window.shell.room === "apps") return uninstallRoom
                 if (window.shell.room === "report" || window.shell.room === "changes") return reportRoom
                 return comingRoom
             }
@@ -156,6 +157,10 @@ ApplicationWindow {
     Component {
         id: junkRoom
         JunkRoom { session: window.session }
+    }
+    Component {
+        id: uninstallRoom
+        UninstallRoom { session: window.session }
     }
     Component {
         id: reportRoom
