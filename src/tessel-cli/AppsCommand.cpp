@@ -15,8 +15,6 @@
 #include "TerminalText.h"
 #include "DiskScanKit/Paths.h"
 #include "DiskScanKit/ByteFormat.h"
-#include "UninstallKit/AppImages.h"
-#include "UninstallKit/DpkgDatabase.h"
 #include "UninstallKit/FoundApps.h"
 
 namespace tessel::cli {
@@ -67,28 +65,14 @@ nlohmann::ordered_json appJson(const FoundApp& found) {
     return item;
 }
 
-FoundAppListing gatheredApps(const DesktopMachine& machine, const std::string& root, const RunningPrograms& running) {
-    // Without a package database (another distribution, a described machine without one) apps still list.
-    std::optional<PathOwners> owners;
-    FoundApps::Packages packages;
-    try {
-        owners = PathOwners::cached(root, cacheFolder());
-        packages = {&*owners, PackageReceipts::list(root)};
-    } catch (const DpkgError&) {
-        packages = {};
-    }
-    return FoundApps::gather(machine, AppImages::systemUnsquashfs(), running, packages);
-}
-
 int runApps(const std::vector<std::string>& words) {
     const Arguments arguments = parseArguments(words, appsOptions);
     if (!arguments.positionals.empty())
         throw UsageError("apps takes no path, not \"" + arguments.positionals.front() + "\"");
-    const std::string root = systemRoot(arguments);
-    const DesktopMachine machine = DesktopMachine::fromEnvironment(root);
+    const DesktopMachine machine = DesktopMachine::fromEnvironment(systemRoot(arguments));
     const RunningPrograms running =
         RunningPrograms::inThisSession(machine.onDisk("/proc"));
-    const FoundAppListing listing = gatheredApps(machine, root, running);
+    const FoundAppListing listing = FoundApps::onMachine(machine, cacheFolder(), running);
     if (arguments.has("json")) {
         nlohmann::ordered_json list = nlohmann::ordered_json::array();
         for (const FoundApp& app : listing.apps) list.push_back(appJson(app));

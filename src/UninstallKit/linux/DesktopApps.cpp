@@ -210,6 +210,7 @@ DesktopAppListing installedApps(const DesktopMachine& machine) {
             app.bundleIdentifier = file.id.ends_with(".desktop") ? file.id.substr(0, file.id.size() - 8) : file.id;
             app.name = entry.name(machine.locale).value_or(*app.bundleIdentifier);
             app.isShown = !entry.isNotShown();
+            app.icon = entry.icon();
             if (const std::optional<DesktopEntry::Command> command = entry.exec()) app.exec = command->arguments;
             if (!app.exec.empty()) app.programPath = machine.program(programOf(app.exec));
             const std::map<std::string, std::string> extras = entry.extras();
@@ -225,6 +226,25 @@ DesktopAppListing installedApps(const DesktopMachine& machine) {
     }
     std::stable_sort(listing.apps.begin(), listing.apps.end(), nameOrder);
     return listing;
+}
+
+std::optional<std::string> schemeHandler(const std::vector<InstalledApp>& apps, const DesktopMachine& machine,
+                                         std::string_view scheme) {
+    const std::string wanted = "x-scheme-handler/" + std::string(scheme);
+    for (const InstalledApp& app : apps) {
+        if (!app.entryPath.ends_with(".desktop")) continue;
+        const std::optional<std::string> target = machine.followLinks(app.entryPath);
+        if (!target) continue;
+        const DesktopEntry::Parse parsed = DesktopEntry::read(machine.onDisk(*target));
+        if (!parsed.entry) continue;
+        const std::string types = parsed.entry->string("MimeType").value_or("");
+        for (std::size_t start = 0; start <= types.size();) {
+            const std::size_t end = std::min(types.find(';', start), types.size());
+            if (types.compare(start, end - start, wanted) == 0) return app.desktopId;
+            start = end + 1;
+        }
+    }
+    return std::nullopt;
 }
 
 } // namespace AppCatalog

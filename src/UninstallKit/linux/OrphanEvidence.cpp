@@ -24,7 +24,6 @@
 #include "Base/SmallFile.h"
 #include "DiskScanKit/DiskScanner.h"
 #include "DiskScanKit/Paths.h"
-#include "UninstallKit/AppImages.h"
 #include "UninstallKit/FoundApps.h"
 #include "UninstallKit/ReverseDns.h"
 #include "UninstallKit/SandboxedApps.h"
@@ -153,20 +152,11 @@ std::vector<OrphanItem> findOnLinux(const DesktopMachine& machine, const std::st
                                     const std::function<void(std::size_t, std::size_t)>& progress,
                                     const std::function<bool()>& isCancelled) {
     RunningPrograms running = RunningPrograms::inThisSession(machine.onDisk("/proc"));
-    std::optional<PathOwners> owners;
-    std::vector<PackageReceipt> packages;
-    try {
-        owners = PathOwners::cached(machine.root, cacheFolder);
-        packages = PackageReceipts::list(machine.root);
-    } catch (const DpkgError&) {
-        // Without a package database, what the desktop and the PATH say still counts.
-    }
+    const FoundApps::MachinePackages packages = FoundApps::MachinePackages::read(machine.root, cacheFolder);
     std::vector<InstalledApp> apps;
-    const FoundApps::Packages known{owners ? &*owners : nullptr, packages};
-    for (FoundApp& found : FoundApps::gather(machine, AppImages::systemUnsquashfs(), running, known).apps)
-        apps.push_back(std::move(found.app));
+    for (FoundApp& found : FoundApps::onMachine(machine, packages, running).apps) apps.push_back(std::move(found.app));
     const OrphanHunter hunter(
-        ofLinux(machine, apps, owners ? &*owners : nullptr, packages, std::move(running)),
+        ofLinux(machine, apps, packages.view().owners, packages.receipts, std::move(running)),
         ResidueLocation::onLinux(ResidueLocation::LinuxFolders::fromEnvironment(machine.home, machine.dataHome, machine.root)),
         [](const std::string& path) { return DiskScanner::allocatedSize(path); });
     return hunter.find(now, progress, isCancelled);

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "DiskScanKit/CheckedSize.h"
+#include "TrashKit/RemovalSheet.h"
 
 namespace tessel::JunkChoices {
 
@@ -85,7 +86,7 @@ void toggle(const Group& group, std::set<std::string>& selection, const std::set
 
 std::string inUseReason(const JunkItem& item) {
     const std::optional<std::string>& user = item.toolName ? item.toolName : item.app;
-    return "In use: " + (user ? *user : std::string("a program that uses it")) + " is running. Quit it, then try again.";
+    return RemovalSheet::inUse(user ? *user : std::string("a program that uses it"));
 }
 
 Presence presenceOf(const std::string& path) {

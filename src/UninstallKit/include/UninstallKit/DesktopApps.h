@@ -51,5 +51,11 @@ DesktopAppListing installedApps(const DesktopMachine& machine);
 // The program a command line runs: "env A=1 viewer" runs viewer.
 std::string programOf(const std::vector<std::string>& exec);
 
+// The desktop ID of the first of `apps` whose entry says it opens links of
+// `scheme` (MimeType x-scheme-handler/SCHEME, as the desktop's own lookup
+// reads it): "appstream" finds a software centre. None where no app does.
+std::optional<std::string> schemeHandler(const std::vector<InstalledApp>& apps, const DesktopMachine& machine,
+                                         std::string_view scheme);
+
 } // namespace AppCatalog
 } // namespace tessel
