@@ -64,13 +64,13 @@ std::string_view withoutEnding(std::string_view name) {
     return name;
 }
 
-const std::set<std::string>& platformPrefixes() {
+} // namespace
+
+const std::set<std::string>& ResidueScanner::platformPrefixes() {
     static const std::set<std::string> prefixes{"com.apple", "apple.com", "com.microsoft.office", "org.swift", "org.gnome",
                                                 "org.kde", "org.freedesktop"};
     return prefixes;
 }
-
-} // namespace
 
 std::vector<ResidueLocation> ResidueLocation::onMac(const std::string& home) {
     const std::string library = home + "/Library/";

@@ -43,6 +43,7 @@
 #include "Base/AsciiCase.h"
 #include "DiskScanKit/Paths.h"
 #include "UninstallKit/AppCatalog.h"
+#include "UninstallKit/StartupProgram.h"
 
 namespace tessel {
 
@@ -50,18 +51,6 @@ namespace {
 
 constexpr int maxLinks = 16;
 constexpr int maxFolderDepth = 8;
-
-std::vector<std::string> absoluteFolders(const char* list) {
-    std::vector<std::string> folders;
-    std::string_view rest = list;
-    while (!rest.empty()) {
-        const std::size_t colon = rest.find(':');
-        const std::string_view folder = rest.substr(0, colon);
-        if (folder.starts_with('/')) folders.push_back(Paths::standardized(folder));
-        rest = colon == std::string_view::npos ? std::string_view{} : rest.substr(colon + 1);
-    }
-    return folders;
-}
 
 struct EntryFile {
     std::string id;
@@ -102,14 +91,7 @@ bool endsWithAppImage(std::string_view name) { return name.size() > 9 && endsWit
 
 // The program a command runs: "env A=1 viewer" runs viewer. With options
 // given to env, env it stays, rather than a guess at which word is the program.
-std::string programOf(const std::vector<std::string>& exec) {
-    if (Paths::lastComponent(exec.front()) != "env") return exec.front();
-    for (std::size_t at = 1; at < exec.size(); ++at) {
-        if (exec[at].starts_with('-')) break;
-        if (exec[at].find('=') == std::string::npos) return exec[at];
-    }
-    return exec.front();
-}
+std::string programOf(const std::vector<std::string>& exec) { return StartupProgram::withoutEnv(exec).front(); }
 
 std::string sourceOf(const std::map<std::string, std::string>& extras, const std::vector<std::string>& exec) {
     if (extras.contains("X-Flatpak")) return "flatpak";
@@ -120,6 +102,18 @@ std::string sourceOf(const std::map<std::string, std::string>& extras, const std
 }
 
 } // namespace
+
+std::vector<std::string> DesktopMachine::absoluteFolders(std::string_view list) {
+    std::vector<std::string> folders;
+    std::string_view rest = list;
+    while (!rest.empty()) {
+        const std::size_t colon = rest.find(':');
+        const std::string_view folder = rest.substr(0, colon);
+        if (folder.starts_with('/')) folders.push_back(Paths::standardized(folder));
+        rest = colon == std::string_view::npos ? std::string_view{} : rest.substr(colon + 1);
+    }
+    return folders;
+}
 
 DesktopMachine DesktopMachine::fromEnvironment(const std::string& root) {
     DesktopMachine machine;

@@ -8,6 +8,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -75,6 +76,9 @@ public:
 
     // Folders shared by many apps of one vendor, or by the desktop itself: never one app's.
     static bool isSharedFolder(std::string_view foldedName);
+    // The vendors whose names many apps and the system itself share: a name
+    // under one of them is never one app's by its vendor alone.
+    static const std::set<std::string>& platformPrefixes();
 
 private:
     std::vector<InstalledApp> apps_;
