@@ -25,17 +25,6 @@ namespace {
 
 const std::vector<OptionSpec> appsOptions{{"json", false}, {"root", true}};
 
-nlohmann::ordered_json unreadableItems(const std::vector<std::pair<std::string, std::string>>& entries) {
-    nlohmann::ordered_json list = nlohmann::ordered_json::array();
-    for (const auto& [file, reason] : entries) {
-        nlohmann::ordered_json item;
-        putName(item, "file", file);
-        putName(item, "reason", reason);
-        list.push_back(std::move(item));
-    }
-    return list;
-}
-
 void printApp(const FoundApp& found) {
     const InstalledApp& app = found.app;
     std::string notes;
@@ -92,7 +81,7 @@ int runApps(const std::vector<std::string>& words) {
     if (arguments.has("json")) {
         nlohmann::ordered_json list = nlohmann::ordered_json::array();
         for (const FoundApp& app : listing.apps) list.push_back(appJson(app));
-        printJson({{"apps", std::move(list)}, {"unreadable", unreadableItems(listing.unreadable)}});
+        printJson({{"apps", std::move(list)}, {"unreadable", unreadableFiles(listing.unreadable)}});
         return exitSuccess;
     }
     if (listing.apps.empty()) std::printf("No app is installed: no desktop entry of an app was found.\n");

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Arguments.h"
@@ -27,6 +28,9 @@ void putName(nlohmann::ordered_json& object, const std::string& key, std::string
 // The same for a list of names: `key` + "Bytes" holds every name's bytes, in
 // order, when any of them is not UTF-8.
 void putNames(nlohmann::ordered_json& object, const std::string& key, const std::vector<std::string>& names);
+
+// [{"file", "reason"}, ...]: the files a command passed over as unreadable, and why.
+nlohmann::ordered_json unreadableFiles(const std::vector<std::pair<std::string, std::string>>& files);
 
 // [{"path", "bytes", "isDirectory"}, ...]
 nlohmann::ordered_json nodeItems(const std::vector<FileNode*>& nodes);
