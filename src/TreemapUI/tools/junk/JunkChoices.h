@@ -11,6 +11,7 @@
 
 #include "Base/Platform.h"
 #include "UninstallKit/JunkItem.h"
+#include "UninstallKit/Presence.h"
 
 namespace tessel::JunkChoices {
 
@@ -40,9 +41,9 @@ void toggle(const Group& group, std::set<std::string>& selection, const std::set
 // Why an item stays when it was to go: the program it belongs to runs.
 std::string inUseReason(const JunkItem& item);
 
-enum class Presence { present, missing, unknown };
 // Whether the item still stands. A disk that is not mounted now can't say: an
 // item on it (under /media, /run/media or /mnt) is unknown, as is one that can't be looked at.
-Presence presenceOf(const std::string& path);
+using Presence = ::tessel::Presence;
+using ::tessel::presenceOf;
 
 } // namespace tessel::JunkChoices

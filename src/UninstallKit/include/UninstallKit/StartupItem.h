@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "UninstallKit/InstalledApp.h"
+#include "UninstallKit/Presence.h"
 #include "UninstallKit/ResidueScanner.h"
 
 namespace tessel {
@@ -41,11 +42,6 @@ namespace StartupSources {
 inline constexpr std::string_view launchd = "launchd", systemExtension = "systemExtension", systemd = "systemd",
                                   autostart = "autostart", cron = "cron";
 }
-
-// Whether a path is there. A path on a volume that is not mounted now, or
-// one that can't be looked at, can't say: it is unknown, not missing.
-enum class Presence { present, missing, unknown };
-Presence presenceOf(const std::string& path);
 
 struct StartupItem {
     std::string path; // the file that makes it start
