@@ -44,8 +44,7 @@ nlohmann::ordered_json appJson(const FoundApp& found) {
     nlohmann::ordered_json item;
     putName(item, "name", app.name);
     putName(item, "identifier", app.bundleIdentifier.value_or(""));
-    if (app.version) putName(item, "version", *app.version);
-    else item["version"] = nullptr;
+    putNameOrNull(item, "version", app.version);
     putName(item, "path", app.bundlePath);
     item["source"] = app.source;
     item["isSystem"] = app.isSystemApp;
@@ -86,11 +85,7 @@ int runApps(const std::vector<std::string>& words) {
     }
     if (listing.apps.empty()) std::printf("No app is installed: no desktop entry of an app was found.\n");
     for (const FoundApp& app : listing.apps) printApp(app);
-    if (!listing.unreadable.empty()) {
-        std::printf("Desktop entries passed over:\n");
-        for (const auto& [file, reason] : listing.unreadable)
-            std::printf("  %s: %s\n", printable(file).c_str(), printable(reason).c_str());
-    }
+    printUnreadable("Desktop entries passed over:", listing.unreadable);
     return exitSuccess;
 }
 

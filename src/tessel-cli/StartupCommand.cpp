@@ -32,24 +32,19 @@ nlohmann::ordered_json itemJson(const StartupItem& item) {
     row["kind"] = std::string(StartupItemKinds::rawValue(item.kind));
     row["source"] = item.source;
     putName(row, "path", item.path);
-    if (item.program) putName(row, "program", *item.program);
-    else row["program"] = nullptr;
+    putNameOrNull(row, "program", item.program);
     putNames(row, "arguments", item.arguments);
     row["programExists"] = item.programExists;
     row["enabled"] = !item.disabled;
     row["scope"] = item.requiresAdministrator ? "system" : "user";
-    if (item.owner) putName(row, "owner", item.owner->name);
-    else row["owner"] = nullptr;
+    putNameOrNull(row, "owner", item.owner ? std::optional(item.owner->name) : std::nullopt);
     row["ownerConfidence"] = item.ownerConfidence ? nlohmann::ordered_json(MatchConfidences::rawValue(*item.ownerConfidence))
                                                   : nlohmann::ordered_json(nullptr);
     putName(row, "ownerReason", item.ownerReason);
     row["isPlatform"] = item.isPlatform;
-    if (item.package) row["package"] = *item.package;
-    else row["package"] = nullptr;
-    if (item.detail) putName(row, "detail", *item.detail);
-    else row["detail"] = nullptr;
-    if (item.changeCommand) putName(row, "command", *item.changeCommand);
-    else row["command"] = nullptr;
+    putNameOrNull(row, "package", item.package);
+    putNameOrNull(row, "detail", item.detail);
+    putNameOrNull(row, "command", item.changeCommand);
     row["isReadable"] = item.isReadable;
     row["bytes"] = item.bytes;
     return row;
@@ -169,11 +164,7 @@ int runStartup(const std::vector<std::string>& words) {
         return exitSuccess;
     }
     printItems(report);
-    if (!report.unreadable.empty()) {
-        std::printf("\nFiles passed over:\n");
-        for (const auto& [file, reason] : report.unreadable)
-            std::printf("  %s: %s\n", printable(file).c_str(), printable(reason).c_str());
-    }
+    printUnreadable("Files passed over:", report.unreadable);
     return exitSuccess;
 }
 
