@@ -1,50 +1,34 @@
 #include "UninstallKit/StartupItem.h"
 
+#include <array>
+
 namespace tessel::StartupItemKinds {
 
-std::string_view label(StartupItemKind kind) {
-    switch (kind) {
-    case StartupItemKind::userAgent: return "Launch agent (your account)";
-    case StartupItemKind::globalAgent: return "Launch agent (all accounts)";
-    case StartupItemKind::daemon: return "Launch daemon";
-    case StartupItemKind::helperTool: return "Privileged helper tool";
-    case StartupItemKind::systemExtension: return "System extension";
-    case StartupItemKind::loginItem: return "Login item";
-    case StartupItemKind::backgroundService: return "Background service";
-    case StartupItemKind::scheduledJob: return "Scheduled job";
-    case StartupItemKind::systemService: return "System service";
-    }
-    return "";
-}
+namespace {
 
-std::string_view title(StartupItemKind kind) {
-    switch (kind) {
-    case StartupItemKind::userAgent: return "Launch agents (your account)";
-    case StartupItemKind::globalAgent: return "Launch agents (all accounts)";
-    case StartupItemKind::daemon: return "Launch daemons";
-    case StartupItemKind::helperTool: return "Privileged helper tools";
-    case StartupItemKind::systemExtension: return "System extensions";
-    case StartupItemKind::loginItem: return "Login items";
-    case StartupItemKind::backgroundService: return "Background services";
-    case StartupItemKind::scheduledJob: return "Scheduled jobs";
-    case StartupItemKind::systemService: return "System services";
-    }
-    return "";
-}
+struct Words {
+    std::string_view label, title, rawValue;
+};
 
-std::string_view rawValue(StartupItemKind kind) {
-    switch (kind) {
-    case StartupItemKind::userAgent: return "userAgent";
-    case StartupItemKind::globalAgent: return "globalAgent";
-    case StartupItemKind::daemon: return "daemon";
-    case StartupItemKind::helperTool: return "helperTool";
-    case StartupItemKind::systemExtension: return "systemExtension";
-    case StartupItemKind::loginItem: return "loginItem";
-    case StartupItemKind::backgroundService: return "backgroundService";
-    case StartupItemKind::scheduledJob: return "scheduledJob";
-    case StartupItemKind::systemService: return "systemService";
-    }
-    return "";
-}
+// In the order of the cases.
+constexpr std::array<Words, 9> words{{
+    {"Launch agent (your account)", "Launch agents (your account)", "userAgent"},
+    {"Launch agent (all accounts)", "Launch agents (all accounts)", "globalAgent"},
+    {"Launch daemon", "Launch daemons", "daemon"},
+    {"Privileged helper tool", "Privileged helper tools", "helperTool"},
+    {"System extension", "System extensions", "systemExtension"},
+    {"Login item", "Login items", "loginItem"},
+    {"Background service", "Background services", "backgroundService"},
+    {"Scheduled job", "Scheduled jobs", "scheduledJob"},
+    {"System service", "System services", "systemService"},
+}};
+
+const Words& of(StartupItemKind kind) { return words.at(static_cast<std::size_t>(kind)); }
+
+} // namespace
+
+std::string_view label(StartupItemKind kind) { return of(kind).label; }
+std::string_view title(StartupItemKind kind) { return of(kind).title; }
+std::string_view rawValue(StartupItemKind kind) { return of(kind).rawValue; }
 
 } // namespace tessel::StartupItemKinds
