@@ -111,6 +111,14 @@ std::string failure(const char* call, const std::string& path) {
 
 StartupSwitchOutcome refused(std::string sentence) { return {false, std::move(sentence), std::nullopt}; }
 
+// An item that only its own tool, or an administrator, switches: a cron job, a launchd job.
+StartupSwitchOutcome refusedElsewhere(const StartupItem& item, const std::string& way) {
+    if (!item.changeCommand) return refused("Tessel can't switch it " + way + ".");
+    return refused((item.requiresAdministrator ? "Only an administrator can switch it " + way + ": "
+                                               : "Tessel doesn't switch it " + way + "; this does: ") +
+                   *item.changeCommand);
+}
+
 std::string plural(std::size_t count, const std::string& one, const std::string& many) {
     return std::to_string(count) + " " + (count == 1 ? one : many);
 }
@@ -171,15 +179,13 @@ std::optional<std::string> StartupSwitch::withoutHidden(std::string_view text) {
 StartupSwitchOutcome StartupSwitch::disable(const StartupItem& item) {
     if (item.source == StartupSources::autostart) return switchEntry(item, true);
     if (item.source == StartupSources::systemd) return switchUnit(item, true);
-    return refused(item.changeCommand ? "Tessel can't switch it off; this does: " + *item.changeCommand
-                                      : "Tessel can't switch it off.");
+    return refusedElsewhere(item, "off");
 }
 
 StartupSwitchOutcome StartupSwitch::enable(const StartupItem& item) {
     if (item.source == StartupSources::autostart) return switchEntry(item, false);
     if (item.source == StartupSources::systemd) return switchUnit(item, false);
-    return refused(item.changeCommand ? "Tessel can't switch it on; this does: " + *item.changeCommand
-                                      : "Tessel can't switch it on.");
+    return refusedElsewhere(item, "on");
 }
 
 StartupSwitchOutcome StartupSwitch::switchEntry(const StartupItem& item, bool off) {
