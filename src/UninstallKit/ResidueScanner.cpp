@@ -58,13 +58,13 @@ namespace {
 constexpr std::array<std::string_view, 8> endings{".plist", ".savedState", ".binarycookies", ".log",
                                                   ".desktop", ".service", ".timer", ".json"};
 
-const std::set<std::string>& platformPrefixes() {
+} // namespace
+
+const std::set<std::string>& ResidueScanner::platformPrefixes() {
     static const std::set<std::string> prefixes{"com.apple", "apple.com", "com.microsoft.office", "org.swift", "org.gnome",
                                                 "org.kde", "org.freedesktop"};
     return prefixes;
 }
-
-} // namespace
 
 std::vector<ResidueLocation> ResidueLocation::onMac(const std::string& home) {
     const std::string library = home + "/Library/";

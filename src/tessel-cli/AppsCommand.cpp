@@ -53,8 +53,7 @@ nlohmann::ordered_json appJson(const FoundApp& found) {
     nlohmann::ordered_json item;
     putName(item, "name", app.name);
     putName(item, "identifier", app.bundleIdentifier.value_or(""));
-    if (app.version) putName(item, "version", *app.version);
-    else item["version"] = nullptr;
+    putNameOrNull(item, "version", app.version);
     putName(item, "path", app.bundlePath);
     item["source"] = app.source;
     item["isSystem"] = app.isSystemApp;
@@ -76,16 +75,12 @@ int runApps(const std::vector<std::string>& words) {
     if (arguments.has("json")) {
         nlohmann::ordered_json list = nlohmann::ordered_json::array();
         for (const FoundApp& app : listing.apps) list.push_back(appJson(app));
-        printJson({{"apps", std::move(list)}, {"unreadable", unreadableItems(listing.unreadable)}});
+        printJson({{"apps", std::move(list)}, {"unreadable", unreadableFiles(listing.unreadable)}});
         return exitSuccess;
     }
     if (listing.apps.empty()) std::printf("No app is installed: no desktop entry of an app was found.\n");
     for (const FoundApp& app : listing.apps) printApp(app);
-    if (!listing.unreadable.empty()) {
-        std::printf("Desktop entries passed over:\n");
-        for (const auto& [file, reason] : listing.unreadable)
-            std::printf("  %s: %s\n", printable(file).c_str(), printable(reason).c_str());
-    }
+    printUnreadable("Desktop entries passed over:", listing.unreadable);
     return exitSuccess;
 }
 

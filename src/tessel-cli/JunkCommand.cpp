@@ -35,10 +35,8 @@ nlohmann::ordered_json itemJson(const JunkItem& item, bool inUse) {
     json["bytes"] = item.bytes;
     if (item.modified) json["modified"] = ScanReport::isoDate(std::chrono::system_clock::from_time_t(*item.modified));
     else json["modified"] = nullptr;
-    if (item.identifier) putName(json, "identifier", *item.identifier);
-    else json["identifier"] = nullptr;
-    if (item.app) putName(json, "app", *item.app);
-    else json["app"] = nullptr;
+    putNameOrNull(json, "identifier", item.identifier);
+    putNameOrNull(json, "app", item.app);
     json["isSystem"] = item.isSystem;
     json["requiresAdministrator"] = item.requiresAdministrator;
     putName(json, "note", item.note);

@@ -65,8 +65,7 @@ int runUninstall(const std::vector<std::string>& words) {
 
     if (arguments.has("json")) {
         nlohmann::ordered_json bundle;
-        if (plan.bundlePath) putName(bundle, "path", *plan.bundlePath);
-        else bundle["path"] = nullptr;
+        putNameOrNull(bundle, "path", plan.bundlePath);
         bundle["bytes"] = plan.bundleBytes;
         if (plan.handoff) bundle["handoff"] = *plan.handoff;
         else bundle["handoff"] = nullptr;

@@ -43,6 +43,7 @@
 #include "Base/AsciiCase.h"
 #include "DiskScanKit/Paths.h"
 #include "UninstallKit/AppCatalog.h"
+#include "UninstallKit/StartupProgram.h"
 
 namespace tessel {
 
@@ -50,18 +51,6 @@ namespace {
 
 constexpr int maxLinks = 16;
 constexpr int maxFolderDepth = 8;
-
-std::vector<std::string> absoluteFolders(const char* list) {
-    std::vector<std::string> folders;
-    std::string_view rest = list;
-    while (!rest.empty()) {
-        const std::size_t colon = rest.find(':');
-        const std::string_view folder = rest.substr(0, colon);
-        if (folder.starts_with('/')) folders.push_back(Paths::standardized(folder));
-        rest = colon == std::string_view::npos ? std::string_view{} : rest.substr(colon + 1);
-    }
-    return folders;
-}
 
 struct EntryFile {
     std::string id;
@@ -109,6 +98,18 @@ std::string sourceOf(const std::map<std::string, std::string>& extras, const std
 }
 
 } // namespace
+
+std::vector<std::string> DesktopMachine::absoluteFolders(std::string_view list) {
+    std::vector<std::string> folders;
+    std::string_view rest = list;
+    while (!rest.empty()) {
+        const std::size_t colon = rest.find(':');
+        const std::string_view folder = rest.substr(0, colon);
+        if (folder.starts_with('/')) folders.push_back(Paths::standardized(folder));
+        rest = colon == std::string_view::npos ? std::string_view{} : rest.substr(colon + 1);
+    }
+    return folders;
+}
 
 DesktopMachine DesktopMachine::fromEnvironment(const std::string& root) {
     DesktopMachine machine;
@@ -171,14 +172,8 @@ std::optional<std::string> DesktopMachine::program(const std::string& command) c
 
 namespace AppCatalog {
 
-// With options given to env, env it stays, rather than a guess at which word is the program.
 std::string programOf(const std::vector<std::string>& exec) {
-    if (exec.empty() || Paths::lastComponent(exec.front()) != "env") return exec.empty() ? std::string() : exec.front();
-    for (std::size_t at = 1; at < exec.size(); ++at) {
-        if (exec[at].starts_with('-')) break;
-        if (exec[at].find('=') == std::string::npos) return exec[at];
-    }
-    return exec.front();
+    return exec.empty() ? std::string() : StartupProgram::withoutEnv(exec).front();
 }
 
 DesktopAppListing installedApps(const DesktopMachine& machine) {

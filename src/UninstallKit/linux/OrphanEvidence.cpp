@@ -27,6 +27,7 @@
 #include "UninstallKit/FoundApps.h"
 #include "UninstallKit/ReverseDns.h"
 #include "UninstallKit/SandboxedApps.h"
+#include "UninstallKit/SystemdUnitFile.h"
 
 namespace tessel::OrphanEvidence {
 
@@ -79,20 +80,16 @@ std::optional<std::string> startupProgram(const DesktopMachine& machine, const s
         if (!parsed.entry) return std::nullopt;
         if (const std::optional<DesktopEntry::Command> exec = parsed.entry->exec()) command = exec->arguments;
     } else if (path.ends_with(".service")) {
-        const SmallFileRead read = readSmallFile(path, DesktopEntry::maxFileBytes);
+        const SmallFileRead read = readSmallFile(path, SystemdUnitFile::maxFileBytes);
         if (!read.text) return std::nullopt;
-        for (std::string_view line : linesOf(*read.text)) {
-            line = trimmed(line);
-            if (!line.starts_with("ExecStart=")) continue;
-            line.remove_prefix(10);
-            // The prefixes that change how a service's program runs, not which one.
-            while (!line.empty() && std::string_view("-@:+!").find(line.front()) != std::string_view::npos) line.remove_prefix(1);
-            try {
-                command = DesktopEntry::splitCommand(line);
-            } catch (const std::invalid_argument&) {
-                return std::nullopt;
-            }
-            break;
+        SystemdUnitFile unit;
+        unit.apply(*read.text);
+        const std::vector<std::string> starts = unit.values("Service", "ExecStart");
+        try {
+            if (const auto split = starts.empty() ? std::nullopt : SystemdUnitFile::splitCommand(starts.front()))
+                command = {split->program};
+        } catch (const std::invalid_argument&) {
+            return std::nullopt;
         }
     }
     if (command.empty()) return std::nullopt;

@@ -3,6 +3,7 @@
 // folders, the user's own first.
 
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -25,6 +26,9 @@ struct DesktopMachine {
 
     // From HOME, XDG_DATA_HOME, XDG_DATA_DIRS, PATH and the locale variables.
     static DesktopMachine fromEnvironment(const std::string& root);
+    // The absolute folders of a colon-separated list ($PATH, $XDG_DATA_DIRS),
+    // standardised, in order; a relative one is passed over, as the standards say.
+    static std::vector<std::string> absoluteFolders(std::string_view list);
 
     // Where a path of the machine is read on this one.
     std::string onDisk(const std::string& path) const;
