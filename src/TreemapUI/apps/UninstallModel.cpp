@@ -73,7 +73,7 @@ struct UninstallModel::Loaded {
     std::optional<std::string> softwareCentre;
     DesktopAppListing listing;
     std::vector<DesktopLaunchers::Orphan> orphans;
-    std::map<std::string, std::optional<std::int64_t>> lastOpened;
+    std::vector<UnusedAppEntry> usage;
     std::map<std::string, std::optional<std::string>> iconFiles;
 };
 
@@ -91,6 +91,10 @@ UninstallModel::Dependencies UninstallModel::Dependencies::system(const std::str
     };
     dependencies.openUrl = [](const QUrl& url) { QDesktopServices::openUrl(url); };
     dependencies.settings = settings;
+    dependencies.openings = [](const DesktopMachine& machine) {
+        return LastOpenedReader::read(machine, std::chrono::duration_cast<std::chrono::seconds>(
+                                                   std::chrono::system_clock::now().time_since_epoch()).count());
+    };
     return dependencies;
 }
 
@@ -140,10 +144,9 @@ void UninstallModel::loadApps() {
         loaded.scanner = std::make_shared<const ResidueScanner>(UninstallPlanner::scannerOf(loaded.listing.apps, machine));
         loaded.softwareCentre = AppCatalog::schemeHandler(loaded.listing.apps, machine, "appstream");
         if (dependencies.launchers) loaded.orphans = AppLaunchers::orphans(*dependencies.launchers, loaded.listing);
-        for (const FoundApp& each : found.apps) {
-            if (dependencies.lastOpened) loaded.lastOpened[each.app.entryPath] = dependencies.lastOpened(each.app);
+        if (dependencies.openings) loaded.usage = UnusedApps::entries(found.apps, dependencies.openings(machine), machine);
+        for (const FoundApp& each : found.apps)
             if (each.app.icon) loaded.iconFiles[each.app.entryPath] = AppIcons::find(*each.app.icon, machine);
-        }
         loaded.apps = std::move(found.apps);
         relay->post([self, generation, loaded = std::move(loaded)]() mutable {
             if (generation == self->loadGeneration_) self->received(std::move(loaded));
@@ -163,12 +166,13 @@ void UninstallModel::received(Loaded loaded) {
     for (const FoundApp& found : all_) {
         sources_[key(found)] = UninstallChoices::sourceWords(found.app, dependencies_.machine.home);
         icons_[key(found)] = iconSource(loaded.iconFiles[key(found)]);
-        const auto opened = loaded.lastOpened.find(key(found));
-        lastOpened_[key(found)] = opened != loaded.lastOpened.end() && opened->second
-                                      ? localDate(std::chrono::system_clock::time_point(std::chrono::seconds(*opened->second)),
-                                                  QStringLiteral("d MMM yyyy"))
-                                      : QStringLiteral("—");
+        lastOpened_[key(found)] = QStringLiteral("—");
     }
+    usage_ = std::move(loaded.usage);
+    for (const UnusedAppEntry& entry : usage_)
+        if (entry.lastOpened.date)
+            lastOpened_[entry.app.entryPath] =
+                localDate(std::chrono::system_clock::time_point(std::chrono::seconds(*entry.lastOpened.date)), QStringLiteral("d MMM yyyy"));
     if (orphans_ != loaded.orphans) {
         orphans_ = std::move(loaded.orphans);
         emit launchersChanged();

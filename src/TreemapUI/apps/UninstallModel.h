@@ -30,6 +30,7 @@
 #include "UninstallKit/DesktopLaunchers.h"
 #include "UninstallKit/FoundApps.h"
 #include "UninstallKit/UninstallPlanner.h"
+#include "UninstallKit/UnusedApps.h"
 
 namespace tessel {
 
@@ -123,9 +124,9 @@ public:
         std::function<RunningPrograms()> running;
         // One app's plan, called off the main thread; the planner's own when empty.
         std::function<UninstallPlan(const InstalledApp&, const ResidueScanner&, bool isRunning)> plan;
-        // When an app was last opened, in seconds since 1970, called off the main thread;
-        // none where it can't be told. Empty until something can tell: every app shows "—".
-        std::function<std::optional<std::int64_t>(const InstalledApp&)> lastOpened;
+        // What tells when apps were last opened, read once per load off the main
+        // thread; empty, nothing can tell and every app shows "—".
+        std::function<OpeningEvidence(const DesktopMachine&)> openings;
         // The desktop's pinned launchers; none leaves them alone.
         std::shared_ptr<DesktopLaunchers> launchers;
         std::function<void(const QString&)> copy; // to the clipboard
@@ -166,7 +167,7 @@ public:
     bool hasLoaded() const { return hasLoaded_; }
     int appCount() const { return static_cast<int>(offered_.size()); }
     int builtInCount() const { return builtIn_; }
-    bool hasDates() const { return static_cast<bool>(dependencies_.lastOpened); }
+    bool hasDates() const { return static_cast<bool>(dependencies_.openings); }
     QString filter() const { return filter_; }
     void setFilter(const QString& filter);
     QString order() const;
@@ -188,6 +189,13 @@ public:
     // The plans made for the chosen apps, in the list's order.
     std::vector<UninstallPlan> madePlans() const;
     const std::set<std::string>& selection() const { return ticks_; }
+    // The offered apps with when each was last opened and added, as the last load read them.
+    const std::vector<UnusedAppEntry>& usage() const { return usage_; }
+    // The image source of an app's icon, by its key; empty where it has none.
+    QString iconOf(const std::string& key) const {
+        const auto icon = icons_.find(key);
+        return icon == icons_.end() ? QString() : icon->second;
+    }
 
 signals:
     void loadingChanged();
@@ -240,6 +248,7 @@ private:
     std::vector<std::string> shown_; // keys of the rows shown, after the filter
     std::map<std::string, std::string> sources_;
     std::map<std::string, QString> lastOpened_;
+    std::vector<UnusedAppEntry> usage_;
     std::map<std::string, QString> icons_; // image sources, by key
     int builtIn_ = 0;
     std::shared_ptr<const ResidueScanner> scanner_;

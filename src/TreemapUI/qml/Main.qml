@@ -119,6 +119,7 @@ ApplicationWindow {
                 if (window.shell.room === "junk") return junkRoom
                 if (window.shell.room === "leftovers") return leftoversRoom
                 if (window.shell.room === "apps") return uninstallRoom
+                if (window.shell.room === "unused") return unusedAppsRoom
                 if (window.shell.room === "report" || window.shell.room === "changes") return reportRoom
                 return comingRoom
             }
@@ -166,6 +167,13 @@ ApplicationWindow {
     Component {
         id: uninstallRoom
         UninstallRoom { session: window.session }
+    }
+    Component {
+        id: unusedAppsRoom
+        UnusedAppsRoom {
+            session: window.session
+            shell: window.shell
+        }
     }
     Component {
         id: reportRoom

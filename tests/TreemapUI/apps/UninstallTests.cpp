@@ -15,6 +15,7 @@
 
 #include "apps/UninstallChoices.h"
 #include "apps/UninstallModel.h"
+#include "apps/UnusedAppsModel.h"
 #include "removal/RemovalHome.h"
 
 using namespace tessel;
@@ -72,6 +73,20 @@ protected:
         std::vector<std::unique_ptr<LauncherStore>> stores;
         stores.push_back(std::make_unique<PlasmaLaunchers>(home + "/.config/plasma-org.kde.plasma.desktop-appletsrc"));
         dependencies.launchers = std::make_shared<DesktopLaunchers>(std::move(stores));
+        // Every file was read 200 days ago, changed 300 and made 400 days ago, on a disk that keeps access times.
+        dependencies.openings = [](const DesktopMachine&) {
+            OpeningEvidence evidence;
+            MountEntry disk;
+            disk.mountPoint = "/";
+            disk.fileSystem = "ext4";
+            disk.options = {"rw", "relatime"};
+            evidence.mounts = {disk};
+            evidence.times = [](const std::string&, bool) {
+                return std::optional<FileTimes>{{now - 200 * day, now - 300 * day, now - 400 * day}};
+            };
+            evidence.now = now;
+            return evidence;
+        };
         dependencies.copy = [this](const QString& text) { copied = text; };
         dependencies.openUrl = [this](const QUrl& url) { opened = url; };
         model = std::make_unique<UninstallModel>(std::move(dependencies), road);
@@ -107,6 +122,8 @@ protected:
         throw std::runtime_error("no plan of " + name.toStdString());
     }
 
+    static constexpr std::int64_t day = 86'400;
+    static constexpr std::int64_t now = 1'800'000'000;
     const std::string imageBytes = std::string("\x7f" "ELF image ") + std::string(3000, '\x02');
     std::string image;
     std::mutex runningLock;
@@ -250,6 +267,26 @@ TEST(UninstallChoices, WhatWentIsCountedByAppAndEachSourceReadsAsLinuxSaysIt) {
     EXPECT_EQ(UninstallChoices::sourceWords(app, "/home/me"), "Installed by you");
     app.programPath = "/home/meat/tool";
     EXPECT_EQ(UninstallChoices::sourceWords(app, "/home/me"), "Other");
+}
+
+TEST_F(UninstallRoom, UnusedAppsAreTheUninstallersOwnJudgedBySpanAndHandedBackToPlan) {
+    UnusedAppsModel unused(*model, [] { return now; });
+    load();
+    ASSERT_EQ(unused.judgement().unused.size(), 1u) << "the AppImage, last read 200 days ago";
+    EXPECT_EQ(unused.judgement().unused[0].app.name, "Editor");
+    ASSERT_EQ(unused.judgement().undecided.size(), 1u) << "a Flatpak's program keeps no access time";
+    EXPECT_EQ(unused.judgement().undecided[0].entry.app.name, "Maps");
+    unused.toggle(unused.apps()->rows()[0].key);
+    EXPECT_EQ(unused.chosenCount(), 1);
+    unused.setSpan(QStringLiteral("twelve"));
+    EXPECT_TRUE(unused.judgement().unused.empty());
+    EXPECT_EQ(unused.chosenCount(), 0) << "what a longer span no longer offers is no longer chosen";
+
+    unused.setSpan(QStringLiteral("six"));
+    unused.chooseAll();
+    model->chooseWhenLoaded(unused.chosenKeys());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return model->madePlans().size() == 1 && !model->isBuildingPlan(); }, 10000));
+    EXPECT_EQ(model->madePlans()[0].app.name, "Editor");
 }
 
 } // namespace

@@ -100,78 +100,15 @@ Item {
             visible: room.uninstall.hasLoaded
             model: room.uninstall.apps
             ScrollBar.vertical: ScrollBar {}
-            delegate: Rectangle {
+            delegate: AppRow {
                 id: app
                 required property int index
                 required property string key
-                required property string name
-                required property string icon
                 required property string source
-                required property string size
                 required property string lastOpened
-                required property bool running
-                required property bool chosen
                 width: appList.width
-                height: 52
-                color: app.chosen ? Qt.rgba(Style.theme.accent.r, Style.theme.accent.g, Style.theme.accent.b, 0.16)
-                     : appHover.hovered ? Style.mix(Style.theme.background, Style.theme.text, 0.04) : "transparent"
-                HoverHandler { id: appHover }
-                MouseArea {
-                    anchors.fill: parent
-                    onClicked: function(mouse) { room.uninstall.choose(app.index, mouse.modifiers) }
-                }
-                Accessible.role: Accessible.ListItem
-                Accessible.name: app.name
-                Accessible.selected: app.chosen
-                AppIcon {
-                    x: 16
-                    anchors.verticalCenter: parent.verticalCenter
-                    source: app.icon
-                    size: 30
-                }
-                Column {
-                    x: 56
-                    anchors.verticalCenter: parent.verticalCenter
-                    width: parent.width - x - appSize.width - 28
-                    spacing: 2
-                    Row {
-                        width: parent.width
-                        spacing: 6
-                        Text {
-                            width: Math.min(implicitWidth, parent.width - (runningTag.visible ? runningTag.width + 6 : 0))
-                            elide: Text.ElideRight
-                            textFormat: Text.PlainText
-                            text: app.name
-                            color: Style.theme.text
-                            font.pixelSize: Style.bodySize
-                            font.weight: Font.Medium
-                        }
-                        Tag {
-                            id: runningTag
-                            visible: app.running
-                            anchors.verticalCenter: parent.verticalCenter
-                            text: "Running"
-                            tone: Style.theme.success
-                        }
-                    }
-                    Text {
-                        width: parent.width
-                        elide: Text.ElideRight
-                        textFormat: Text.PlainText
-                        text: app.source + (room.uninstall.hasDates ? "  ·  Last opened " + app.lastOpened : "")
-                        color: Style.theme.secondaryText
-                        font.pixelSize: Style.captionSize + 1
-                    }
-                }
-                Text {
-                    id: appSize
-                    anchors.right: parent.right
-                    anchors.rightMargin: 16
-                    anchors.verticalCenter: parent.verticalCenter
-                    text: app.size.length > 0 ? app.size : "—"
-                    color: app.size.length > 0 ? Style.theme.text : Style.theme.secondaryText
-                    font.pixelSize: Style.bodySize
-                }
+                detail: source + (room.uninstall.hasDates ? "  ·  Last opened " + lastOpened : "")
+                onClicked: modifiers => room.uninstall.choose(app.index, modifiers)
             }
         }
 
