@@ -1,0 +1,87 @@
+#include "SystemStatsKit/DiskActivitySampler.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "Base/Lines.h"
+#include "KernelFiles.h"
+
+namespace tessel {
+
+namespace {
+
+constexpr std::uint64_t sectorBytes = 512;
+
+std::uint64_t growth(std::uint64_t before, std::uint64_t now) { return now >= before ? now - before : 0; }
+
+} // namespace
+
+DiskActivitySampler::DiskActivitySampler(SystemRoots roots) : roots_(std::move(roots)) {}
+
+// "254 0 vda 5046637 623789 747348186 3015984 3894214 1828386 1008455640 ...":
+// major minor name, reads, reads merged, sectors read, ms reading, writes,
+// writes merged, sectors written, ...
+std::map<std::string, DiskBytes> DiskActivitySampler::parse(std::string_view diskstats) {
+    std::map<std::string, DiskBytes> devices;
+    forEachLine(diskstats, [&](std::string_view line) {
+        const std::vector<std::string_view> w = KernelFiles::words(line);
+        if (w.size() < 10) return;
+        const std::optional<std::uint64_t> read = KernelFiles::parseUnsigned(w[5]);
+        const std::optional<std::uint64_t> written = KernelFiles::parseUnsigned(w[9]);
+        // A sector count past 2^55 would overflow as bytes; no disk has moved that much.
+        if (read && written && *read < (std::uint64_t{1} << 55) && *written < (std::uint64_t{1} << 55))
+            devices[std::string(w[2])] = {*read * sectorBytes, *written * sectorBytes};
+    });
+    return devices;
+}
+
+// Disks come and go rarely, so what /sys/block says of a name is kept. sysfs
+// writes a "/" of a name ("cciss/c0d0") as "!".
+bool DiskActivitySampler::isWholeDisk(const std::string& name) {
+    auto known = wholeDisks_.find(name);
+    if (known != wholeDisks_.end()) return known->second;
+    std::string inSysfs = name;
+    std::replace(inSysfs.begin(), inSysfs.end(), '/', '!');
+    const bool whole = inSysfs != "." && inSysfs != ".." &&
+                       KernelFiles::exists(roots_.sys + "/block/" + inSysfs + "/device");
+    wholeDisks_.emplace(name, whole);
+    return whole;
+}
+
+std::optional<DiskActivity> DiskActivitySampler::sample(double now) {
+    disks_.clear();
+    const std::string path = roots_.proc + "/diskstats";
+    SmallFileRead file = KernelFiles::read(path);
+    if (!file.text) {
+        failure_ = file.failure;
+        return std::nullopt;
+    }
+    std::map<std::string, DiskBytes> current = parse(*file.text);
+    std::erase_if(current, [&](const auto& entry) { return !isWholeDisk(entry.first); });
+    const std::optional<double> previousTime = std::exchange(previousTime_, now);
+    const std::map<std::string, DiskBytes> previous = std::exchange(previous_, std::move(current));
+    if (!previousTime || !(now > *previousTime)) {
+        for (const auto& [name, bytes] : previous_) disks_.push_back({name, std::nullopt});
+        failure_ = previousTime ? "no time went by since the last reading of " + path
+                                : "a rate needs two readings of " + path + ", and this was the first";
+        return std::nullopt;
+    }
+    const double elapsed = now - *previousTime;
+    DiskActivity all;
+    for (const auto& [name, bytes] : previous_) {
+        auto before = previous.find(name);
+        if (before == previous.end()) {
+            disks_.push_back({name, std::nullopt});
+            continue;
+        }
+        const DiskActivity activity{static_cast<double>(growth(before->second.read, bytes.read)) / elapsed,
+                                    static_cast<double>(growth(before->second.written, bytes.written)) / elapsed};
+        all.read += activity.read;
+        all.write += activity.write;
+        disks_.push_back({name, activity});
+    }
+    failure_.clear();
+    return all;
+}
+
+} // namespace tessel
