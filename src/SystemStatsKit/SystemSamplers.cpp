@@ -22,9 +22,7 @@ SystemReadings SystemSamplers::sample(double now) {
     if (!(readings.battery = battery_.sample())) why("battery", battery_.failure());
     readings.batteryHealth = batteryHealth_.read();
     if ((readings.temperatures = temperatures_.sample()).empty()) why("temperatures", temperatures_.failure());
-    readings.fans = fans_.read();
-    if (!readings.fans) why("fans", roots_.sys + "/class/hwmon can't be listed");
-    else if (readings.fans->empty()) why("fans", "no fan shows its speed in " + roots_.sys + "/class/hwmon");
+    if (!(readings.fans = fans_.read()) || readings.fans->empty()) why("fans", fans_.failure());
     return readings;
 }
 

@@ -22,12 +22,15 @@ public:
     explicit FanReader(std::string sysRoot = "/sys");
     // None when /sys/class/hwmon can't be listed; empty on a machine whose
     // fans are not shown. A reading outside 0 up to 12,000 rpm is left out.
-    std::optional<std::vector<Fan>> read() const;
+    std::optional<std::vector<Fan>> read();
+    // Why the last read() gave no fan; empty after one that gave some.
+    const std::string& failure() const { return failure_; }
 
     static bool believable(double rpm) { return rpm >= 0 && rpm < 12000; }
 
 private:
     std::string sysRoot_;
+    std::string failure_;
 };
 
 } // namespace tessel
