@@ -12,8 +12,6 @@ namespace {
 
 constexpr std::uint64_t sectorBytes = 512;
 
-std::uint64_t growth(std::uint64_t before, std::uint64_t now) { return now >= before ? now - before : 0; }
-
 } // namespace
 
 DiskActivitySampler::DiskActivitySampler(SystemRoots roots) : roots_(std::move(roots)) {}
@@ -21,8 +19,8 @@ DiskActivitySampler::DiskActivitySampler(SystemRoots roots) : roots_(std::move(r
 // "254 0 vda 5046637 623789 747348186 3015984 3894214 1828386 1008455640 ...":
 // major minor name, reads, reads merged, sectors read, ms reading, writes,
 // writes merged, sectors written, ...
-std::map<std::string, DiskBytes> DiskActivitySampler::parse(std::string_view diskstats) {
-    std::map<std::string, DiskBytes> devices;
+std::map<std::string, CounterPair> DiskActivitySampler::parse(std::string_view diskstats) {
+    std::map<std::string, CounterPair> devices;
     forEachLine(diskstats, [&](std::string_view line) {
         const std::vector<std::string_view> w = KernelFiles::words(line);
         if (w.size() < 10) return;
@@ -56,29 +54,22 @@ std::optional<DiskActivity> DiskActivitySampler::sample(double now) {
         failure_ = file.failure;
         return std::nullopt;
     }
-    std::map<std::string, DiskBytes> current = parse(*file.text);
-    std::erase_if(current, [&](const auto& entry) { return !isWholeDisk(entry.first); });
-    const std::optional<double> previousTime = std::exchange(previousTime_, now);
-    const std::map<std::string, DiskBytes> previous = std::exchange(previous_, std::move(current));
-    if (!previousTime || !(now > *previousTime)) {
-        for (const auto& [name, bytes] : previous_) disks_.push_back({name, std::nullopt});
-        failure_ = previousTime ? "no time went by since the last reading of " + path
-                                : "a rate needs two readings of " + path + ", and this was the first";
+    std::map<std::string, CounterPair> counters = parse(*file.text);
+    std::erase_if(counters, [&](const auto& entry) { return !isWholeDisk(entry.first); });
+    const auto rates = rates_.advance(std::move(counters), now);
+    if (const PairedRates::NoRate* none = std::get_if<PairedRates::NoRate>(&rates)) {
+        for (std::string& name : rates_.names()) disks_.push_back({std::move(name), std::nullopt});
+        failure_ = *none == PairedRates::NoRate::first ? "a rate needs two readings of " + path + ", and this was the first"
+                                                       : "no time went by since the last reading of " + path;
         return std::nullopt;
     }
-    const double elapsed = now - *previousTime;
     DiskActivity all;
-    for (const auto& [name, bytes] : previous_) {
-        auto before = previous.find(name);
-        if (before == previous.end()) {
-            disks_.push_back({name, std::nullopt});
-            continue;
+    for (const auto& [name, rate] : std::get<0>(rates)) {
+        if (rate) {
+            all.read += rate->first;
+            all.write += rate->second;
         }
-        const DiskActivity activity{static_cast<double>(growth(before->second.read, bytes.read)) / elapsed,
-                                    static_cast<double>(growth(before->second.written, bytes.written)) / elapsed};
-        all.read += activity.read;
-        all.write += activity.write;
-        disks_.push_back({name, activity});
+        disks_.push_back({name, rate ? std::optional(DiskActivity{rate->first, rate->second}) : std::nullopt});
     }
     failure_.clear();
     return all;

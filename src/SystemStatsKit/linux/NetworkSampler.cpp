@@ -4,7 +4,6 @@
 
 #include "Base/Lines.h"
 #include "KernelFiles.h"
-#include "SystemStatsKit/CounterGrowth.h"
 
 namespace tessel {
 
@@ -44,27 +43,23 @@ std::optional<std::map<std::string, NetworkTotals>> NetworkSampler::read() {
 std::optional<NetworkThroughput> NetworkSampler::sample(double now) {
     std::optional<std::map<std::string, NetworkTotals>> current = read();
     if (!current) return std::nullopt;
-    const std::optional<double> previousTime = previousTime_;
-    std::map<std::string, NetworkTotals> previous = std::exchange(previous_, std::move(*current));
-    previousTime_ = now;
-    if (!previousTime) {
-        failure_ = "a rate needs two readings of " + roots_.proc + "/net/dev, and this was the first";
+    std::map<std::string, CounterPair> counters;
+    for (const auto& [name, totals] : *current) counters[name] = {totals.received, totals.sent};
+    const auto rates = rates_.advance(std::move(counters), now);
+    if (const PairedRates::NoRate* none = std::get_if<PairedRates::NoRate>(&rates)) {
+        failure_ = *none == PairedRates::NoRate::first
+                       ? "a rate needs two readings of " + roots_.proc + "/net/dev, and this was the first"
+                       : "the last reading was less than a quarter of a second ago";
         return std::nullopt;
     }
-    const double elapsed = now - *previousTime;
-    if (elapsed < 0.25) {
-        failure_ = "the last reading was less than a quarter of a second ago";
-        return std::nullopt;
-    }
-    std::uint64_t received = 0, sent = 0;
-    for (const auto& [name, counters] : previous_) {
-        auto before = previous.find(name);
-        if (before == previous.end()) continue;
-        received += counterGrowth(before->second.received, counters.received);
-        sent += counterGrowth(before->second.sent, counters.sent);
-    }
+    NetworkThroughput all;
+    for (const auto& [name, rate] : std::get<0>(rates))
+        if (rate) {
+            all.received += rate->first;
+            all.sent += rate->second;
+        }
     failure_.clear();
-    return NetworkThroughput{static_cast<double>(received) / elapsed, static_cast<double>(sent) / elapsed};
+    return all;
 }
 
 std::optional<NetworkTotals> NetworkSampler::totals() {

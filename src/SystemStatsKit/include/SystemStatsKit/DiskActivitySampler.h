@@ -19,6 +19,7 @@
 #include <string_view>
 #include <vector>
 
+#include "SystemStatsKit/PairedRates.h"
 #include "SystemStatsKit/SystemRoots.h"
 
 namespace tessel {
@@ -30,11 +31,6 @@ struct DiskActivity {
     bool operator==(const DiskActivity&) const = default;
 };
 inline constexpr DiskActivity DiskActivity::zero{};
-
-struct DiskBytes {
-    std::uint64_t read = 0;
-    std::uint64_t written = 0;
-};
 
 struct DiskRate {
     std::string disk; // "nvme0n1", "sda": bytes
@@ -56,15 +52,16 @@ public:
     const std::vector<DiskRate>& disks() const { return disks_; }
     const std::string& failure() const { return failure_; }
 
-    // Bytes read and written since boot of every device diskstats lists.
-    static std::map<std::string, DiskBytes> parse(std::string_view diskstats);
+    // Bytes read (first) and written (second) since boot, of every device
+    // diskstats lists.
+    static std::map<std::string, CounterPair> parse(std::string_view diskstats);
 
 private:
     bool isWholeDisk(const std::string& name);
 
     SystemRoots roots_;
-    std::map<std::string, DiskBytes> previous_;
-    std::optional<double> previousTime_;
+    // A counter that went back grew by nothing.
+    PairedRates rates_{0, [](std::uint64_t before, std::uint64_t now) { return now >= before ? now - before : 0; }};
     std::map<std::string, bool> wholeDisks_; // what /sys/block said of each name
     std::vector<DiskRate> disks_;
     std::string failure_;

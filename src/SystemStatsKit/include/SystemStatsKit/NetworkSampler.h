@@ -16,6 +16,8 @@
 #include <string>
 #include <string_view>
 
+#include "SystemStatsKit/CounterGrowth.h"
+#include "SystemStatsKit/PairedRates.h"
 #include "SystemStatsKit/SystemRoots.h"
 
 namespace tessel {
@@ -53,8 +55,7 @@ public:
 
 private:
     SystemRoots roots_;
-    std::map<std::string, NetworkTotals> previous_;
-    std::optional<double> previousTime_;
+    PairedRates rates_{0.25, counterGrowth};
     std::string failure_;
 };
 
