@@ -1,9 +1,11 @@
 // Memory from /proc/meminfo and zram described in a fixture: which lines make
-// each figure, pressure and its thresholds, and what makes no reading.
+// each figure, pressure and its thresholds, and what makes no reading; and the
+// machine's other facts read beside it.
 #include <gtest/gtest.h>
 
 #include "KernelTree.h"
 #include "SystemStatsKit/MemorySampler.h"
+#include "SystemStatsKit/SystemFacts.h"
 
 using namespace tessel;
 using namespace tessel::test;
@@ -52,7 +54,8 @@ TEST(Memory, LinesMapToFiguresWithZramAsCompressedAndShmemNotCached) {
     EXPECT_EQ(usage->free, 2'000'000 * kB);
     EXPECT_EQ(usage->used(), usage->app + usage->wired + usage->compressed);
     EXPECT_EQ(usage->pressure, MemoryPressure::normal);
-    EXPECT_EQ(sampler.swap(), (std::pair<std::uint64_t, std::uint64_t>{1'000'000 * kB, 4'000'000 * kB}));
+    EXPECT_EQ(SystemFacts::swap(kernel.roots), (SystemFacts::Swap{1'000'000 * kB, 4'000'000 * kB}));
+    EXPECT_EQ(SystemFacts::memoryLevel(kernel.roots), 44) << "9 of 16 GB available";
 }
 
 TEST(Memory, PressureIsWarningWhenSomethingWaitsATenthAndCriticalWhenEverythingDoes) {
@@ -79,4 +82,25 @@ TEST(Memory, AMissingFigureOrAnUnbelievableOneIsNoReading) {
     MemorySampler sampler(kernel.roots);
     EXPECT_FALSE(sampler.sample());
     EXPECT_NE(sampler.failure().find("lstat(" + kernel.roots.proc + "/meminfo)"), std::string::npos) << sampler.failure();
+}
+
+TEST(Facts, NamesAreTrimmedPlaceholdersPassedOverAndAbsentFilesGiveNone) {
+    KernelTree kernel;
+    EXPECT_EQ(SystemFacts::modelName(kernel.roots), std::nullopt);
+    EXPECT_EQ(SystemFacts::uptime(kernel.roots), std::nullopt);
+    EXPECT_EQ(SystemFacts::loadAverages(kernel.roots), std::nullopt);
+    kernel.sys("class/dmi/id/product_name", "To be filled by O.E.M.\n");
+    kernel.sys("firmware/devicetree/base/model", std::string("Raspberry Pi 4 Model B Rev 1.4\0", 31));
+    EXPECT_EQ(SystemFacts::modelName(kernel.roots), "Raspberry Pi 4 Model B Rev 1.4");
+    kernel.proc("cpuinfo", "processor\t: 0\nmodel name\t:  AMD Ryzen 7 7840U  \nprocessor\t: 1\nmodel name\t: other\n");
+    EXPECT_EQ(SystemFacts::processorName(kernel.roots), "AMD Ryzen 7 7840U");
+    kernel.proc("uptime", "41857.01 32447.51\n");
+    EXPECT_EQ(SystemFacts::uptime(kernel.roots), 41857.01);
+    kernel.proc("loadavg", "6.76 6.36 5.59 8/119 26619\n");
+    EXPECT_EQ(SystemFacts::loadAverages(kernel.roots), (std::array<double, 3>{6.76, 6.36, 5.59}));
+    kernel.proc("sys/kernel/osrelease", "6.1.0-18-amd64\n");
+    writeText(kernel.folder / "root/usr/lib/os-release", "NAME=\"Debian GNU/Linux\"\nPRETTY_NAME=\"Debian GNU/Linux 12 (bookworm)\"\n");
+    EXPECT_EQ(SystemFacts::systemVersion(kernel.roots, kernel.folder / "root"), "Debian GNU/Linux 12 (bookworm) (Linux 6.1.0-18-amd64)");
+    kernel.proc("meminfo", "MemTotal: 100 kB\nMemAvailable: 101 kB\n");
+    EXPECT_EQ(SystemFacts::memoryLevel(kernel.roots), std::nullopt) << "more available than there is";
 }

@@ -1,31 +1,12 @@
 #include "SystemStatsKit/MemorySampler.h"
 
-#include <map>
-
 #include "Base/Lines.h"
 #include "KernelFiles.h"
+#include "Meminfo.h"
 
 namespace tessel {
 
 namespace {
-
-// No machine has an exbibyte of memory; a line that says so is not believed,
-// and the sums of eight such lines still fit in 64 bits.
-constexpr std::uint64_t largestKilobytes = std::uint64_t{1} << 50;
-
-// "MemTotal:       24684084 kB" -> {"MemTotal", bytes}.
-std::map<std::string, std::uint64_t, std::less<>> meminfoFields(std::string_view meminfo) {
-    std::map<std::string, std::uint64_t, std::less<>> fields;
-    forEachLine(meminfo, [&](std::string_view line) {
-        const std::size_t colon = line.find(':');
-        if (colon == std::string_view::npos) return;
-        const std::vector<std::string_view> words = KernelFiles::words(line.substr(colon + 1));
-        if (words.size() != 2 || words[1] != "kB") return;
-        const std::optional<std::uint64_t> kilobytes = KernelFiles::parseUnsigned(words[0]);
-        if (kilobytes && *kilobytes <= largestKilobytes) fields.emplace(line.substr(0, colon), *kilobytes * 1024);
-    });
-    return fields;
-}
 
 // "some avg10=12.50 avg60=..." -> 12.5 for the line that starts with `kind`.
 std::optional<double> tenSecondShare(std::string_view psi, std::string_view kind) {
@@ -43,7 +24,7 @@ std::optional<double> tenSecondShare(std::string_view psi, std::string_view kind
 MemorySampler::MemorySampler(SystemRoots roots) : roots_(std::move(roots)) {}
 
 std::optional<MemoryUsage> MemorySampler::fromMeminfo(std::string_view meminfo, std::uint64_t zramBytes) {
-    const auto fields = meminfoFields(meminfo);
+    const Meminfo::Fields fields = Meminfo::parse(meminfo);
     auto field = [&](std::string_view name) -> std::uint64_t {
         auto found = fields.find(name);
         return found == fields.end() ? 0 : found->second;
@@ -54,7 +35,7 @@ std::optional<MemoryUsage> MemorySampler::fromMeminfo(std::string_view meminfo, 
     usage.total = field("MemTotal");
     usage.app = field("AnonPages");
     usage.wired = field("Unevictable") + field("SUnreclaim") + field("KernelStack") + field("PageTables");
-    usage.compressed = field("Zswap") + std::min(zramBytes, largestKilobytes * 1024);
+    usage.compressed = field("Zswap") + std::min(zramBytes, Meminfo::largestKilobytes * 1024);
     const std::uint64_t dropped = field("Buffers") + field("Cached") + field("SReclaimable");
     usage.cached = dropped > field("Shmem") ? dropped - field("Shmem") : 0;
     usage.free = field("MemFree");
@@ -80,7 +61,7 @@ std::uint64_t MemorySampler::zramBytes() const {
         const std::optional<std::string> stat = KernelFiles::line(roots_.sys + "/block/" + device + "/mm_stat");
         const std::vector<std::string_view> words = stat ? KernelFiles::words(*stat) : std::vector<std::string_view>{};
         if (words.size() < 3) continue;
-        if (std::optional<std::uint64_t> used = KernelFiles::parseUnsigned(words[2]); used && *used <= largestKilobytes)
+        if (std::optional<std::uint64_t> used = KernelFiles::parseUnsigned(words[2]); used && *used <= Meminfo::largestKilobytes)
             bytes += *used;
     }
     return bytes;
@@ -106,15 +87,6 @@ std::optional<MemoryUsage> MemorySampler::sample() {
 std::optional<MemoryPressure> MemorySampler::readPressure() {
     const std::optional<std::string> psi = KernelFiles::line(roots_.proc + "/pressure/memory");
     return psi ? pressureFrom(*psi) : std::nullopt;
-}
-
-std::optional<std::pair<std::uint64_t, std::uint64_t>> MemorySampler::swap() {
-    SmallFileRead file = KernelFiles::read(roots_.proc + "/meminfo");
-    if (!file.text) return std::nullopt;
-    const auto fields = meminfoFields(*file.text);
-    auto total = fields.find("SwapTotal"), free = fields.find("SwapFree");
-    if (total == fields.end() || free == fields.end()) return std::nullopt;
-    return std::pair{total->second > free->second ? total->second - free->second : 0, total->second};
 }
 
 } // namespace tessel

@@ -45,8 +45,6 @@ public:
     // AnonPages or Cached; failure() says why.
     std::optional<MemoryUsage> sample();
     std::optional<MemoryPressure> readPressure();
-    // Swap in use and swap there is, in bytes; none when meminfo can't be read.
-    std::optional<std::pair<std::uint64_t, std::uint64_t>> swap();
     const std::string& failure() const { return failure_; }
 
     // The figures of a meminfo text, with `zramBytes` counted as compressed.
