@@ -37,14 +37,17 @@ std::string commandNote(const StartupItem& item) {
     if (item.requiresAdministrator)
         return "Only an administrator can switch it " + way +
                ". Run this in a terminal: it asks for the password, which Tessel never does.";
-    return "Tessel doesn't switch it " + way + "; this command does, in a terminal.";
+    if (item.source == StartupSources::cron) return "Your cron jobs are changed in your crontab: this command opens it.";
+    if (item.disabled) return "It is masked. This command, in a terminal, lets it start again.";
+    return "It is switched on outside your settings, for every account or by its package, so only masking it stops it "
+           "for you. This command, in a terminal, does that.";
 }
 
 std::string_view about(StartupItemKind kind) {
     switch (kind) {
     case StartupItemKind::loginItem: return "Programs your desktop starts when you log in.";
     case StartupItemKind::backgroundService:
-        return "Your own systemd services, and the sockets and paths that start them when something needs them.";
+        return "Services systemd starts in your session, and the sockets and paths that start them when something needs them.";
     case StartupItemKind::scheduledJob: return "Timers and cron jobs that start a program on a schedule.";
     case StartupItemKind::systemService: return "Services systemd starts for the whole computer, before anyone logs in.";
     default: return {};

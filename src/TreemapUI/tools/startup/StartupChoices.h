@@ -33,7 +33,7 @@ std::string key(const StartupItem& item);
 // Anything else is changed by the command it carries.
 bool switchesHere(const StartupItem& item);
 
-// Above the command of an item the room does not switch: who runs it, and what it does.
+// Above the command of an item the room does not switch: why, and what the command does.
 std::string commandNote(const StartupItem& item);
 
 // Under a kind's heading: what starts these, and when.
