@@ -30,7 +30,10 @@ Item {
             id: box
             anchors.verticalCenter: parent.verticalCenter
             checked: filter.checked
-            onToggled: filter.toggled(checked)
+            onToggled: {
+                filter.toggled(checked)
+                checked = Qt.binding(() => filter.checked)
+            }
             Accessible.name: filter.text
         }
         Text {
