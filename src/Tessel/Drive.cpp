@@ -147,6 +147,23 @@ bool chooseApps(TesselApp& app) {
                      60000);
 }
 
+// The startup room reads what starts by itself when it opens; true once it has.
+bool readStartup(TesselApp& app) {
+    StartupItemsModel* startup = app.session().tools()->startup();
+    startup->loadIfNeeded();
+    return waitUntil([&] { return startup->hasLoaded() && startup->search()->phase() != SearchState::Phase::Running; }, 60000);
+}
+
+// The first item the startup room switches itself, switched the other way; true once
+// the change is made and the items read again. Only ever on the fixture's items.
+bool switchFirstStartupItem(TesselApp& app) {
+    StartupItemsModel* startup = app.session().tools()->startup();
+    const auto first = std::ranges::find_if(startup->report().items, &StartupChoices::switchesHere);
+    if (first == startup->report().items.end()) return false;
+    startup->switchItem(toQString(StartupChoices::key(*first)), first->disabled);
+    return waitUntil([&] { return !startup->isChanging(); }, 20000) && readStartup(app) && startup->canUndo();
+}
+
 // Words that light part of the fixture's map (its photos) and dim the rest.
 void searchTheMap(TesselApp& app) {
     SpaceMapModel* map = app.session().spaceMap();
@@ -223,6 +240,15 @@ int selfTest(TesselApp& app) {
         if (room == "apps" && !workFirst("uninstaller, loading", [&] { return chooseApps(app); },
                                          "the uninstaller did not make its plans"))
             return 1;
+        if (room == "startup" &&
+            !workFirst("startup, reading", [&] { return readStartup(app) && switchFirstStartupItem(app); },
+                       "the startup room did not read its items and switch one"))
+            return 1;
+        if (room == "startup") {
+            shown.gather(app.window(), "startup, switched");
+            app.session().tools()->startup()->undo();
+            waitUntil([&] { return !app.session().tools()->startup()->isChanging(); }, 20000);
+        }
         if ((room == "junk" || room == "leftovers") &&
             !workFirst(qPrintable(room + ", before a search"), [&] { return lookIn(app, room); },
                        qPrintable("the " + room + " room did not finish its search")))
@@ -357,6 +383,32 @@ int screenshots(TesselApp& app, const QString& folder, bool inFixture) {
                 } else {
                     app.session().removal()->cancel();
                 }
+                continue;
+            }
+            if (room == "startup") {
+                readStartup(app);
+                settle(200);
+                saved += save(window, QStringLiteral("%1/startup-%2.png").arg(folder, theme)) ? 1 : 0;
+                if (!inFixture) continue;
+                // In the fixture: an item switched, with its Undo; then its unit's way to the Trash.
+                StartupItemsModel* startup = app.session().tools()->startup();
+                if (switchFirstStartupItem(app)) {
+                    settle(200);
+                    saved += save(window, QStringLiteral("%1/startup-switched-%2.png").arg(folder, theme)) ? 1 : 0;
+                    startup->undo();
+                    waitUntil([&] { return !startup->isChanging(); }, 20000);
+                    readStartup(app);
+                }
+                for (const StartupItem& item : startup->report().items)
+                    if (item.source == StartupSources::systemd && !item.disabled) {
+                        startup->moveToTrash(toQString(StartupChoices::key(item)));
+                        break;
+                    }
+                if (waitUntil([&] { return app.session().removal()->hasPlan(); }, 5000)) {
+                    settle(300);
+                    saved += save(window, QStringLiteral("%1/startup-removal-%2.png").arg(folder, theme)) ? 1 : 0;
+                }
+                app.session().removal()->cancel();
                 continue;
             }
             if (room == "duplicates") {

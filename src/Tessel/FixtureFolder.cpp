@@ -68,6 +68,27 @@ void addApps(const QString& root) {
     write(root + "/.cache/org.example.Atlas/tiles.bin", 1'900'000);
 }
 
+// What starts by itself: the autostart entry of a program since removed from
+// /opt, a service of the user's own that Atlas's sync runs, switched on, and a
+// timer for a backup, switched off.
+void addStartupItems(const QString& root) {
+    writeText(root + "/.config/autostart/clipper.desktop",
+              "[Desktop Entry]\nType=Application\nName=Clipper\nExec=/opt/Clipper/clipper --tray\n");
+    const QString units = root + "/.config/systemd/user";
+    for (const char* program : {"atlas-sync", "photo-backup"}) {
+        const QString path = root + "/.local/bin/" + program;
+        writeText(path, "#!/bin/sh\n");
+        QFile::setPermissions(path, QFile::permissions(path) | QFileDevice::ExeOwner);
+    }
+    writeText(units + "/org.example.Atlas.Sync.service",
+              "[Unit]\nDescription=Atlas map sync\n\n[Service]\nExecStart=%h/.local/bin/atlas-sync --watch\n\n"
+              "[Install]\nWantedBy=default.target\n");
+    QDir().mkpath(units + "/default.target.wants");
+    QFile::link(units + "/org.example.Atlas.Sync.service", units + "/default.target.wants/org.example.Atlas.Sync.service");
+    writeText(units + "/photo-backup.service", "[Service]\nType=oneshot\nExecStart=%h/.local/bin/photo-backup\n");
+    writeText(units + "/photo-backup.timer", "[Timer]\nOnCalendar=daily\n\n[Install]\nWantedBy=timers.target\n");
+}
+
 } // namespace
 
 FixtureFolder::FixtureFolder() {
@@ -98,6 +119,7 @@ FixtureFolder::FixtureFolder() {
     write(root + "/Desktop/photo-2 copy.jpg", 1'300'000, root + "/Pictures/2024/photo-2.jpg");
     write(root + "/Backup/old laptop/Music/track-01.flac", 3'100'000, root + "/Music/Album/track-01.flac");
     addApps(root);
+    addStartupItems(root);
 }
 
 } // namespace tessel

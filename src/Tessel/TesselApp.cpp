@@ -21,6 +21,11 @@ AppSession::Dependencies dependencies(QSettings* settings, const std::string& in
         chosen.uninstall.machine.root = *home;
         const std::string dataHome = chosen.uninstall.machine.dataHome;
         chosen.uninstall.machine.dataFolders = {dataHome, dataHome + "/flatpak/exports/share"};
+        // The fixture's startup items alone, switched on its files: the user's systemd manager is not asked.
+        chosen.startup = StartupItemsModel::Dependencies::system(*home);
+        static_cast<DesktopMachine&>(chosen.startup.machine) = chosen.uninstall.machine;
+        chosen.startup.machine.configHome = *home + "/.config";
+        chosen.startup.manager = nullptr;
     }
     return chosen;
 }

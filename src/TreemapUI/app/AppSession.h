@@ -73,6 +73,8 @@ public:
         JunkModel::Dependencies junk;
         // The leftovers room's look; it finds nothing when left empty.
         LeftoversModel::Dependencies leftovers;
+        // The startup room's machine and how it switches; it lists nothing when left empty.
+        StartupItemsModel::Dependencies startup;
         // The uninstaller's machine and what runs; it lists nothing when left empty.
         UninstallModel::Dependencies uninstall;
         static Dependencies system(QSettings* settings, std::string initialPath);

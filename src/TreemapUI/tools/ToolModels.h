@@ -18,6 +18,7 @@
 #include "tools/hidden/HiddenFilesModel.h"
 #include "tools/junk/JunkModel.h"
 #include "tools/leftovers/LeftoversModel.h"
+#include "tools/startup/StartupItemsModel.h"
 
 namespace tessel {
 
@@ -31,6 +32,7 @@ class ToolModels : public QObject {
     Q_PROPERTY(tessel::DuplicatesModel* duplicates READ duplicates CONSTANT)
     Q_PROPERTY(tessel::JunkModel* junk READ junk CONSTANT)
     Q_PROPERTY(tessel::LeftoversModel* leftovers READ leftovers CONSTANT)
+    Q_PROPERTY(tessel::StartupItemsModel* startup READ startup CONSTANT)
     Q_PROPERTY(tessel::ReportView* report READ report CONSTANT)
     // The report room's tab: "changes" or "summary".
     Q_PROPERTY(QString reportTab READ reportTab WRITE setReportTab NOTIFY reportTabChanged)
@@ -38,7 +40,8 @@ public:
     // Each tool follows `tree` itself; those that remove go by `road`.
     ToolModels(ScannedTree& tree, RemovalRoad& road, const Desktop& desktop, QSettings* settings,
                ChangesModel::Environment changes, std::string home, JunkModel::Dependencies junk,
-               LeftoversModel::Dependencies leftovers, QObject* parent = nullptr);
+               LeftoversModel::Dependencies leftovers, StartupItemsModel::Dependencies startup,
+               QObject* parent = nullptr);
 
     QDateTime scannedAt() const { return scannedAt_; }
     HiddenFilesModel* hidden() { return &hidden_; }
@@ -46,6 +49,7 @@ public:
     DuplicatesModel* duplicates() { return &duplicates_; }
     JunkModel* junk() { return &junk_; }
     LeftoversModel* leftovers() { return &leftovers_; }
+    StartupItemsModel* startup() { return &startup_; }
     ReportView* report() { return &report_; }
     QString reportTab() const;
     void setReportTab(const QString& tab);
@@ -62,6 +66,7 @@ private:
     DuplicatesModel duplicates_;
     JunkModel junk_;
     LeftoversModel leftovers_;
+    StartupItemsModel startup_;
     ReportView report_;
 };
 
