@@ -128,12 +128,8 @@ struct FileKeyHash {
 
 using ContentDigest::WholeRead;
 
-// The mounts that may hang now; empty, as on most machines, when none does.
-std::vector<MountEntry> hangingMounts() {
-    std::vector<MountEntry> hanging;
-    for (const MountEntry& entry : MountTable::current())
-        if (HangingMounts::mayHang(entry.fileSystem) || HangingMounts::mayHang(entry.device)) hanging.push_back(entry);
-    return hanging;
+bool mayHang(const MountEntry& mount) {
+    return HangingMounts::mayHang(mount.fileSystem) || HangingMounts::mayHang(mount.device);
 }
 
 } // namespace
@@ -166,8 +162,9 @@ std::vector<std::size_t> DuplicateRun::measure(const std::vector<std::string>& p
     meter_.begin(Phase::sizing, paths.size(), 0);
     std::unordered_set<std::string> seen;
     std::unordered_map<FileKey, std::size_t, FileKeyHash> byInode;
-    // Whether a path lies on one of these is judged by its text: asking its file system could hang.
-    const std::vector<MountEntry> hanging = hangingMounts();
+    // Whether a path lies on a mount that may hang is judged by its text: asking its file system could hang.
+    const std::vector<MountEntry> mounts = MountTable::current();
+    const bool anyMayHang = std::any_of(mounts.begin(), mounts.end(), mayHang);
     std::unique_ptr<ReaderHelper> reader;
     for (const std::string& given : paths) {
         if (cancelled()) break;
@@ -175,13 +172,8 @@ std::vector<std::size_t> DuplicateRun::measure(const std::vector<std::string>& p
         std::string path = given.starts_with('/') ? Paths::standardized(given, home_) : given;
         if (!seen.insert(path).second) continue;
         std::optional<MountEntry> mount;
-        if (!hanging.empty()) {
-            mount = MountTable::containing(hanging, path);
-            // A mount of a disk inside a share is the disk's, whatever holds it.
-            if (const std::optional<MountEntry> holder = HangingMounts::holding(path);
-                mount && holder && holder->mountPoint != mount->mountPoint)
-                mount.reset();
-        }
+        if (anyMayHang) mount = MountTable::containing(mounts, path);
+        if (mount && !mayHang(*mount)) mount.reset();
         MeasuredPath measured;
         if (!mount) {
             measured = MeasuredPath::of(path);

@@ -9,7 +9,7 @@
 //
 // The table is read again when a device is not in it, or when it is more
 // than a few seconds old, so a share mounted while the app runs is known
-// when it is first met. A device that once stalled stays marked as such for
+// when it is first met; a path's mount is always looked up in a fresh one. A device that once stalled stays marked as such for
 // the life of the process, whatever its type: a local disk that stopped
 // answering once is read from a reader process from then on.
 
@@ -93,7 +93,8 @@ bool anyStalled() { return somethingStalled.load(std::memory_order_relaxed); }
 std::optional<MountEntry> holding(std::string_view path) {
     Known& state = known();
     std::lock_guard guard(state.lock);
-    if (uptime() - state.readAt > tableLifetimeSeconds) readTable(state);
+    // Always the table as it is now: a share mounted a moment ago must not pass for the disk below it.
+    readTable(state);
     return MountTable::containing(state.table, path);
 }
 

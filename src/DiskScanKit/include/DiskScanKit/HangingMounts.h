@@ -27,7 +27,7 @@ void noteStalled(std::uint64_t device);
 // slower one, for code that runs once per folder.
 bool anyStalled();
 // The mount that holds `path`, judged by the path's text (no file system is
-// asked); none when the mount table can't be read.
+// asked) in the mount table as it is now; none when it can't be read.
 std::optional<MountEntry> holding(std::string_view path);
 // The mount of `device`, for naming it; none when the table doesn't list it.
 std::optional<MountEntry> ofDevice(std::uint64_t device);
