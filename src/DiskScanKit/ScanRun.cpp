@@ -46,7 +46,10 @@
 // takes them as it takes its own, and renews its ticket after each batch.
 // When the watchdog releases such a folder, the worker itself is not stuck:
 // it sees `released` within a tenth of a second, kills its reader without
-// waiting for it, and ends as a replaced worker does. A folder read in this
+// waiting for it, and ends as a replaced worker does. Even listing the folder
+// that holds such a mount would look at the mount's top, so a mount point of
+// a file system that may hang is listed as the mount table gives it, and
+// only its reader ever looks inside. A folder read in this
 // process that stalls marks its device, and the folders of that device met
 // afterwards go to reader processes too. Local disks never see any of this:
 // whether a folder may hang is decided where the device changes, and carried
@@ -111,7 +114,14 @@ ScanRun::ScanRun(std::string rootPath, ScanRoot root, ScanOptions options, Progr
       progress_(std::move(progress)), isCancelled_(std::move(isCancelled)),
       tree_(std::make_shared<FileTree>()),
       rootNode_(tree_->makeNode(rootPath_ == "/" ? std::string_view{} : rootPath_, true, nullptr)),
-      enteredSubvolumes_{root_.device}, watchdogCursor_(tree_->arena()) {}
+      enteredSubvolumes_{root_.device}, watchdogCursor_(tree_->arena()) {
+    for (const MountEntry& mount : MountTable::current()) {
+        const std::size_t slash = mount.mountPoint.rfind('/');
+        if (!HangingMounts::mayHang(mount.fileSystem) || slash == std::string::npos || mount.mountPoint == "/") continue;
+        const std::string holder = slash == 0 ? "/" : mount.mountPoint.substr(0, slash);
+        mountStandIns_[holder].push_back({mount.mountPoint.substr(slash + 1), mount.device});
+    }
+}
 
 ScanResult ScanRun::execute() {
     const double start = uptime();
@@ -268,6 +278,9 @@ bool ScanRun::scanDirectory(PendingDirectory& job, Ticket& ticket, Worker& worke
     }
     // Once this folder is open its parent's descriptor is no longer needed by it.
     job.parent.reset();
+    if (!mountStandIns_.empty())
+        if (const auto standIns = mountStandIns_.find(job.path); standIns != mountStandIns_.end())
+            reader->setMountStandIns(standIns->second);
 
     const std::size_t prefixLength = job.path == "/" ? 1 : job.path.size() + 1;
     auto consumeEntry = [&](const RawEntry& entry) { consume(entry, job, reader->fd(), prefixLength, worker); };
@@ -331,7 +344,10 @@ bool ScanRun::scanThroughReader(PendingDirectory& job, Ticket& ticket, Worker& w
         if (!count) return false;
         {
             std::lock_guard guard(ticketLock_);
-            if (ticket.released) return false;
+            if (ticket.released) {
+                worker.reader->abandon();
+                return false;
+            }
             ticket.lastActivity = uptime();
         }
         if (*count == 0) return true;

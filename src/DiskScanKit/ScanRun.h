@@ -9,6 +9,7 @@
 #include <optional>
 #include <semaphore>
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -173,6 +174,10 @@ private:
     std::int64_t cloudOnlyDirectories_ = 0;
     std::vector<std::string> stalledPaths_;
     double lastProgressReport_ = 0;
+
+    // The mount points of file systems that may hang, by the folder that holds
+    // them: listed there as the mount table has them, never examined here.
+    std::unordered_map<std::string, std::vector<MountStandIn>> mountStandIns_;
 
     std::mutex ticketLock_;
     // The reads in flight, one per worker at most: a short array beats a hash table.

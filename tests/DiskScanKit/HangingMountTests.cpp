@@ -5,8 +5,6 @@
 // Skipped, with the reason, where FUSE can't be mounted.
 #include <gtest/gtest.h>
 
-#include <dirent.h>
-
 #include <atomic>
 #include <chrono>
 #include <set>
@@ -27,15 +25,7 @@ double since(std::chrono::steady_clock::time_point start) {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-std::size_t threadsOfThisProcess() {
-    std::size_t count = 0;
-    DIR* tasks = opendir("/proc/self/task");
-    if (tasks == nullptr) return 0;
-    while (dirent* entry = readdir(tasks))
-        if (entry->d_name[0] != '.') ++count;
-    closedir(tasks);
-    return count;
-}
+std::size_t threadsOfThisProcess() { return entryNames("/proc/self/task").size(); }
 
 class HangingMount : public testing::Test {
 protected:
@@ -99,6 +89,17 @@ TEST_F(HangingMount, CancellingTheScanDoesNotWaitForTheStallTimeout) {
     canceller.join();
     EXPECT_LT(since(start), 0.5 + 1.5);
     expectNothingLeftWaiting();
+}
+
+TEST(HangingMountTop, TheFolderHoldingAMountThatHangsIsListedWithoutLookingAtIt) {
+    HangingFuse fuse(HangingFuse::Top::hangs);
+    if (!fuse.failure().empty()) GTEST_SKIP() << fuse.failure();
+    ScanOptions options;
+    options.stallTimeout = 1;
+    const ScanResult result = DiskScanner::scan(fuse.holder(), options);
+    EXPECT_TRUE(result.stalledPaths.empty()) << result.stalledPaths.front();
+    EXPECT_EQ(result.directories, 1) << "the mount is another device, left out";
+    fuse.stop();
 }
 
 TEST_F(HangingMount, DuplicateFinderGivesUpOnTheFileThatStopsAndFindsTheOthers) {

@@ -29,6 +29,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -41,7 +42,10 @@ class HangingFuse {
 public:
     static constexpr std::chrono::seconds longestTest{60};
 
-    HangingFuse() : mountPoint_(folder_ / "mnt"), failure_(mount()) {
+    // Whether looking at the mount's top folder answers, or hangs like a share that is gone.
+    enum class Top { answers, hangs };
+
+    explicit HangingFuse(Top top = Top::answers) : top_(top), mountPoint_(folder_ / "mnt"), failure_(mount()) {
         if (failure_.empty()) guard_ = std::thread([this] { guard(); });
     }
     ~HangingFuse() {
@@ -59,6 +63,8 @@ public:
     // Why there is no mount; empty when it is there.
     const std::string& failure() const { return failure_; }
     const std::string& path() const { return mountPoint_; }
+    // The folder that holds the mount point, and nothing else.
+    const std::string& holder() const { return folder_.path(); }
     std::string operator/(const std::string& relative) const { return mountPoint_ + "/" + relative; }
 
     // Kills the daemon and detaches the mount: every request it was holding
@@ -98,15 +104,18 @@ private:
         if (access(python, X_OK) != 0) return std::string(python) + " is not installed";
         const std::string script = std::string(TESSEL_TEST_SUPPORT_DIR) + "/hanging_fs.py";
         std::filesystem::create_directory(mountPoint_);
-        const std::string log = folder_ / "daemon.log";
+        const std::string log = logFolder_ / "daemon.log";
         posix_spawn_file_actions_t actions;
         posix_spawn_file_actions_init(&actions);
         posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
         posix_spawn_file_actions_addopen(&actions, 1, log.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
         posix_spawn_file_actions_adddup2(&actions, 1, 2);
-        const char* argv[] = {python, script.c_str(), mountPoint_.c_str(), nullptr};
+        std::vector<const char*> argv{python, script.c_str()};
+        if (top_ == Top::hangs) argv.push_back("--top-hangs");
+        argv.push_back(mountPoint_.c_str());
+        argv.push_back(nullptr);
         const int failed =
-            posix_spawn(&daemon_, python, &actions, nullptr, const_cast<char* const*>(argv), environ);
+            posix_spawn(&daemon_, python, &actions, nullptr, const_cast<char* const*>(argv.data()), environ);
         posix_spawn_file_actions_destroy(&actions);
         if (failed != 0) return "could not start " + script;
         // The mount table is read without asking the mount anything.
@@ -126,6 +135,8 @@ private:
     }
 
     TempFolder folder_;
+    TempFolder logFolder_;
+    Top top_;
     std::string mountPoint_;
     pid_t daemon_ = -1;
     bool mounted_ = false;

@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """A FUSE file system that stops answering where a test wants it to.
 
-    hanging_fs.py MOUNTPOINT
+    hanging_fs.py [--top-hangs] MOUNTPOINT
 
 Mounts, in the foreground, a small tree held in memory:
 
@@ -11,6 +11,10 @@ Mounts, in the foreground, a small tree held in memory:
     /files/a.bin          1 MiB, answers
     /files/b.bin          1 MiB, the same bytes as a.bin, answers
     /files/stuck.bin      1 MiB, reads at or past 64 KiB never answer
+
+With --top-hangs, looking at the mount's top folder itself never answers
+either, as with a network share that is gone: even listing the folder that
+holds the mount point then hangs, unless the lister leaves the mount point alone.
 
 Every file is read with direct_io, so each read the program makes reaches
 this daemon as it was made, with no readahead past it. A request that never
@@ -48,10 +52,13 @@ FILES = {'/plain/notes.txt': pattern(1, 4096), '/plain/deeper/a.txt': pattern(2,
 
 
 class Hanging(Operations):
-    def __init__(self):
+    def __init__(self, top_hangs):
         self.started = time.time()
+        self.top_hangs = top_hangs
 
     def getattr(self, path, fh=None):
+        if path == '/' and self.top_hangs:
+            NEVER.wait()
         times = dict(st_atime=self.started, st_mtime=self.started, st_ctime=self.started)
         if path in FOLDERS:
             return dict(st_mode=stat.S_IFDIR | 0o755, st_nlink=2, st_size=0, st_blocks=0, **times)
@@ -81,11 +88,15 @@ class Hanging(Operations):
 
 
 def main():
-    if len(sys.argv) != 2:
-        sys.exit('usage: hanging_fs.py MOUNTPOINT')
+    arguments = sys.argv[1:]
+    top_hangs = arguments[:1] == ['--top-hangs']
+    if top_hangs:
+        arguments = arguments[1:]
+    if len(arguments) != 1:
+        sys.exit('usage: hanging_fs.py [--top-hangs] MOUNTPOINT')
     # Linux's PR_SET_PDEATHSIG: end with the test.
     ctypes.CDLL(None, use_errno=True).prctl(1, signal.SIGKILL)
-    FUSE(Hanging(), sys.argv[1], foreground=True, nothreads=False, direct_io=True, fsname='tessel-hanging')
+    FUSE(Hanging(top_hangs), arguments[0], foreground=True, nothreads=False, direct_io=True, fsname='tessel-hanging')
 
 
 if __name__ == '__main__':
