@@ -14,6 +14,9 @@
 // `progress` the bytes read since the last one. Each frame that arrives
 // tells the engine that the reader is still getting answers from its file system.
 
+#include <sys/socket.h>
+
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <optional>
@@ -137,6 +140,18 @@ inline std::optional<Frame> frontFrame(std::string_view inbox, bool& broken) {
     }
     if (inbox.size() < 4 + std::size_t{length}) return std::nullopt;
     return Frame{static_cast<std::uint8_t>(inbox[4]), inbox.substr(5, length - 1), 4 + std::size_t{length}};
+}
+
+// Writes all of `bytes`; false when the other side is gone (never SIGPIPE).
+inline bool sendAll(int socket, std::string_view bytes) {
+    std::size_t sent = 0;
+    while (sent < bytes.size()) {
+        const ssize_t wrote = ::send(socket, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+        if (wrote < 0 && errno == EINTR) continue;
+        if (wrote <= 0) return false;
+        sent += static_cast<std::size_t>(wrote);
+    }
+    return true;
 }
 
 } // namespace tessel::ReaderProtocol

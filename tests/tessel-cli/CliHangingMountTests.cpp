@@ -5,7 +5,6 @@
 // the reason, where FUSE can't be mounted.
 #include <gtest/gtest.h>
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
@@ -93,16 +92,13 @@ TimedRun runTimed(std::vector<std::string> words, double deadline, double pokeAf
 std::set<pid_t> readersAlive() {
     std::set<pid_t> alive;
     const std::string program = ReaderHelper::programPath();
-    DIR* processes = opendir("/proc");
-    if (processes == nullptr) return alive;
-    while (dirent* entry = readdir(processes)) {
-        const pid_t pid = static_cast<pid_t>(std::atoi(entry->d_name));
+    for (const std::string& name : entryNames("/proc")) {
+        const pid_t pid = static_cast<pid_t>(std::atoi(name.c_str()));
         if (pid <= 0) continue;
         char exe[4096];
-        const ssize_t length = readlink(("/proc/" + std::string(entry->d_name) + "/exe").c_str(), exe, sizeof exe);
+        const ssize_t length = readlink(("/proc/" + name + "/exe").c_str(), exe, sizeof exe);
         if (length > 0 && std::string(exe, static_cast<std::size_t>(length)) == program) alive.insert(pid);
     }
-    closedir(processes);
     return alive;
 }
 

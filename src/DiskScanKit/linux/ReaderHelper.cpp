@@ -165,17 +165,6 @@ void ReaderHelper::abandon() {
 
 std::size_t ReaderHelper::stillRunning() { return reapEnded(); }
 
-bool ReaderHelper::send(const std::string& frame) {
-    std::size_t sent = 0;
-    while (sent < frame.size()) {
-        const ssize_t wrote = ::send(socket_, frame.data() + sent, frame.size() - sent, MSG_NOSIGNAL);
-        if (wrote < 0 && errno == EINTR) continue;
-        if (wrote <= 0) return false;
-        sent += static_cast<std::size_t>(wrote);
-    }
-    return true;
-}
-
 namespace {
 
 // Waits for the reader's next frame, in slices; see the essay above.
@@ -214,12 +203,26 @@ bool ReaderHelper::receive(std::uint8_t& kind, std::string& body, const KeepWait
     return false;
 }
 
+std::optional<std::string> ReaderHelper::ask(const std::string& frame, std::uint8_t answer,
+                                             const KeepWaiting& keepWaiting) {
+    if (abandoned() || !sendAll(socket_, frame)) {
+        abandon();
+        return std::nullopt;
+    }
+    std::uint8_t kind = 0;
+    std::string body;
+    if (!receive(kind, body, keepWaiting)) return std::nullopt;
+    if (kind == answer) return body;
+    abandon();
+    return std::nullopt;
+}
+
 std::optional<int> ReaderHelper::readBatch(const std::string& path, bool retainNames, EntrySink consume,
                                            const KeepWaiting& keepWaiting) {
     if (abandoned()) return std::nullopt;
     const auto lost = [&] { return DirectoryReaderError(DirectoryReaderError::Kind::read, path, EIO); };
     if (!listing_) {
-        if (!send(FrameWriter(Ask::list).text(path).u8(retainNames ? 1 : 0).finished())) {
+        if (!sendAll(socket_, FrameWriter(Ask::list).text(path).u8(retainNames ? 1 : 0).finished())) {
             abandon();
             throw lost();
         }
@@ -267,11 +270,10 @@ std::optional<int> ReaderHelper::readBatch(const std::string& path, bool retainN
 }
 
 std::optional<ReaderHelper::Status> ReaderHelper::status(const std::string& path, const KeepWaiting& keepWaiting) {
-    if (abandoned() || !send(FrameWriter(Ask::status).text(path).finished())) return abandon(), std::nullopt;
-    std::uint8_t kind = 0;
-    std::string body;
-    if (!receive(kind, body, keepWaiting)) return std::nullopt;
-    FrameReader fields(body);
+    const std::optional<std::string> body =
+        ask(FrameWriter(Ask::status).text(path).finished(), static_cast<std::uint8_t>(Answer::status), keepWaiting);
+    if (!body) return std::nullopt;
+    FrameReader fields(*body);
     Status status;
     status.code = static_cast<int>(fields.u32());
     if (status.code == 0) {
@@ -281,23 +283,21 @@ std::optional<ReaderHelper::Status> ReaderHelper::status(const std::string& path
         status.device = makedev(major, minor);
         status.mountRoot = fields.u8() != 0;
     }
-    if (static_cast<Answer>(kind) != Answer::status || !fields.ok()) return abandon(), std::nullopt;
+    if (!fields.ok()) return abandon(), std::nullopt;
     return status;
 }
 
 std::optional<MeasuredPath> ReaderHelper::measure(const std::string& path, const KeepWaiting& keepWaiting) {
-    if (abandoned() || !send(FrameWriter(Ask::measure).text(path).finished())) return abandon(), std::nullopt;
-    std::uint8_t kind = 0;
-    std::string body;
-    if (!receive(kind, body, keepWaiting)) return std::nullopt;
-    FrameReader fields(body);
+    const std::optional<std::string> body =
+        ask(FrameWriter(Ask::measure).text(path).finished(), static_cast<std::uint8_t>(Answer::measured), keepWaiting);
+    if (!body) return std::nullopt;
+    FrameReader fields(*body);
     MeasuredPath measured;
     measured.kind = static_cast<MeasuredPath::Kind>(fields.u8());
     measured.identity = fields.identity();
     measured.allocated = fields.i64();
     measured.linkCount = static_cast<int>(fields.u32());
-    if (static_cast<Answer>(kind) != Answer::measured || !fields.ok() ||
-        measured.kind > MeasuredPath::Kind::unreadable)
+    if (!fields.ok() || measured.kind > MeasuredPath::Kind::unreadable)
         return abandon(), std::nullopt;
     return measured;
 }
@@ -320,12 +320,10 @@ std::optional<ReaderHelper::Digest> digestOf(std::uint8_t kind, const std::strin
 
 std::optional<ReaderHelper::Digest> ReaderHelper::sample(const std::string& path, const FileIdentity& identity,
                                                          std::size_t sampleBytes, const KeepWaiting& keepWaiting) {
-    if (abandoned() || !send(FrameWriter(Ask::sample).text(path).identity(identity).u32(static_cast<std::uint32_t>(sampleBytes)).finished()))
-        return abandon(), std::nullopt;
-    std::uint8_t kind = 0;
-    std::string body;
-    if (!receive(kind, body, keepWaiting)) return std::nullopt;
-    std::optional<Digest> digest = digestOf(kind, body);
+    const auto frame = FrameWriter(Ask::sample).text(path).identity(identity).u32(static_cast<std::uint32_t>(sampleBytes)).finished();
+    const std::optional<std::string> body = ask(frame, static_cast<std::uint8_t>(Answer::digest), keepWaiting);
+    if (!body) return std::nullopt;
+    std::optional<Digest> digest = digestOf(static_cast<std::uint8_t>(Answer::digest), *body);
     if (!digest) abandon();
     return digest;
 }
@@ -333,7 +331,8 @@ std::optional<ReaderHelper::Digest> ReaderHelper::sample(const std::string& path
 std::optional<ReaderHelper::Digest> ReaderHelper::hash(const std::string& path, const FileIdentity& identity,
                                                        const std::function<void(std::int64_t bytes)>& progress,
                                                        const KeepWaiting& keepWaiting) {
-    if (abandoned() || !send(FrameWriter(Ask::hash).text(path).identity(identity).finished())) return abandon(), std::nullopt;
+    if (abandoned() || !sendAll(socket_, FrameWriter(Ask::hash).text(path).identity(identity).finished()))
+        return abandon(), std::nullopt;
     for (;;) {
         std::uint8_t kind = 0;
         std::string body;

@@ -38,17 +38,6 @@ constexpr std::size_t listBufferBytes = 131072;
 // Whole files are read in the pieces the duplicate finder uses.
 constexpr std::size_t pieceBytes = 1048576;
 
-bool sendAll(int socket, const std::string& frame) {
-    std::size_t sent = 0;
-    while (sent < frame.size()) {
-        const ssize_t wrote = ::send(socket, frame.data() + sent, frame.size() - sent, MSG_NOSIGNAL);
-        if (wrote < 0 && errno == EINTR) continue;
-        if (wrote <= 0) return false;
-        sent += static_cast<std::size_t>(wrote);
-    }
-    return true;
-}
-
 bool receiveAll(int socket, char* into, std::size_t count) {
     std::size_t got = 0;
     while (got < count) {

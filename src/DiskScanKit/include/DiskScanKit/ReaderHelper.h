@@ -77,10 +77,12 @@ public:
 
 private:
     ReaderHelper(pid_t pid, int socket) : pid_(pid), socket_(socket) {}
-    bool send(const std::string& frame);
     // The next frame from the reader into `kind` and `body`; false when the
     // reader was given up on or broke the stream (then it is abandoned).
     bool receive(std::uint8_t& kind, std::string& body, const KeepWaiting& keepWaiting);
+    // Sends `frame` and returns the body of the answer, which must be of
+    // kind `answer`; nothing (and the reader abandoned) otherwise.
+    std::optional<std::string> ask(const std::string& frame, std::uint8_t answer, const KeepWaiting& keepWaiting);
 
     pid_t pid_;
     int socket_;
