@@ -12,13 +12,15 @@ that started it. Read-only: every call is the system call of the same name on
 SOURCE's path.
 """
 
-import ctypes
 import errno
 import os
-import signal
 import sys
 
-from fusepy import FUSE, FuseOSError, Operations
+from fusepy import FuseOSError, Operations
+
+# The daemon's command line and mounting, shared with the tests' FUSE file system.
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), '..', 'tests', 'support'))
+import fuse_daemon  # noqa: E402
 
 STAT_FIELDS = ('st_mode', 'st_ino', 'st_nlink', 'st_uid', 'st_gid', 'st_size', 'st_blocks', 'st_atime', 'st_mtime',
                'st_ctime')
@@ -68,16 +70,10 @@ class Passthrough(Operations):
 
 
 def main():
-    arguments = sys.argv[1:]
-    uncached = arguments[:1] == ['--uncached']
-    if uncached:
-        arguments = arguments[1:]
-    if len(arguments) != 2:
-        sys.exit('usage: fuse_passthrough.py [--uncached] SOURCE MOUNTPOINT')
-    ctypes.CDLL(None, use_errno=True).prctl(1, signal.SIGKILL)  # PR_SET_PDEATHSIG
+    uncached, (source, mountpoint) = fuse_daemon.arguments('--uncached', 2,
+                                                           'fuse_passthrough.py [--uncached] SOURCE MOUNTPOINT')
     caching = dict(entry_timeout=0, attr_timeout=0, negative_timeout=0, direct_io=True) if uncached else {}
-    FUSE(Passthrough(os.path.abspath(arguments[0])), arguments[1], foreground=True, nothreads=False, ro=True,
-         fsname='tessel-passthrough', **caching)
+    fuse_daemon.mount(Passthrough(os.path.abspath(source)), mountpoint, ro=True, fsname='tessel-passthrough', **caching)
 
 
 if __name__ == '__main__':

@@ -23,15 +23,14 @@ answering. The daemon dies with the process that started it, so a test that
 crashes leaves a mount that fails at once (ENOTCONN) rather than one that hangs.
 """
 
-import ctypes
 import errno
-import signal
 import stat
-import sys
 import threading
 import time
 
-from fusepy import FUSE, FuseOSError, Operations
+from fusepy import FuseOSError, Operations
+
+import fuse_daemon
 
 MIB = 1 << 20
 ANSWERED_BYTES = 64 * 1024
@@ -88,15 +87,8 @@ class Hanging(Operations):
 
 
 def main():
-    arguments = sys.argv[1:]
-    top_hangs = arguments[:1] == ['--top-hangs']
-    if top_hangs:
-        arguments = arguments[1:]
-    if len(arguments) != 1:
-        sys.exit('usage: hanging_fs.py [--top-hangs] MOUNTPOINT')
-    # Linux's PR_SET_PDEATHSIG: end with the test.
-    ctypes.CDLL(None, use_errno=True).prctl(1, signal.SIGKILL)
-    FUSE(Hanging(top_hangs), arguments[0], foreground=True, nothreads=False, direct_io=True, fsname='tessel-hanging')
+    top_hangs, (mountpoint,) = fuse_daemon.arguments('--top-hangs', 1, 'hanging_fs.py [--top-hangs] MOUNTPOINT')
+    fuse_daemon.mount(Hanging(top_hangs), mountpoint, direct_io=True, fsname='tessel-hanging')
 
 
 if __name__ == '__main__':
