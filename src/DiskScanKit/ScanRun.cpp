@@ -49,11 +49,11 @@
 // waiting for it, and ends as a replaced worker does. Even listing the folder
 // that holds such a mount would look at the mount's top, so a mount point of
 // a file system that may hang is listed as the mount table gives it, and
-// only its reader ever looks inside. A folder read in this
-// process that stalls marks its device, and the folders of that device met
-// afterwards go to reader processes too. Local disks never see any of this:
-// whether a folder may hang is decided where the device changes, and carried
-// from folder to folder as one flag.
+// only its reader ever looks inside. A folder read in this process that
+// stalls marks its device, and the folders of that device met afterwards go
+// to reader processes too. Local disks never see any of this: whether a
+// folder may hang is decided where the device changes, and carried from
+// folder to folder as one flag.
 //
 // Devices. A scan stays on its file system: a folder on another device is
 // another disk mounted there, and is left out. Every folder carries the
