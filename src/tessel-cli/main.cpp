@@ -21,7 +21,9 @@ const char* const scanOptionsHelp =
     "                         subvolumes of PATH's own btrfs are always entered)\n"
     "  --include-trash        enter the trash folders a disk keeps at its top too:\n"
     "                         .Trash-UID, .Trash and .Trashes\n"
-    "  --stall-timeout SECS   give up on a folder silent this long (default 30)\n";
+    "  --stall-timeout SECS   give up on a folder silent this long (default 30); one on\n"
+    "                         a network share or a FUSE file system is read by a\n"
+    "                         reader process that is left behind if it never answers\n";
 
 const char* const namesInJsonHelp =
     "\n"
@@ -143,14 +145,18 @@ const std::vector<Command>& commands() {
          "organised, with a name that doesn't look like a copy), then the others, and\n"
          "what removing the others would free: nothing for a hard link until its last\n"
          "name goes, nothing for a clone that shares its blocks. Nothing is removed.\n"
-         "Ctrl-C stops the comparison and prints what was settled so far.\n"
+         "Ctrl-C stops the comparison and prints what was settled so far. A file on a\n"
+         "network share or a FUSE file system whose reading makes no progress for the\n"
+         "stall timeout is given up on, counted as unreadable and named, and the\n"
+         "share's other files are left out with it.\n"
          "\n"
          "  --min-size BYTES       only files of at least this many bytes (default 1000000)\n"
          "  --json                 print {\"groups\": [{\"id\", \"logicalSize\", \"reclaimableBytes\",\n"
          "                         \"files\": [{\"path\", \"allocatedBytes\", \"sharing\", \"otherNames\"}]}],\n"
          "                         \"totalReclaimableBytes\", \"filesExamined\", \"unreadable\",\n"
-         "                         \"wasCancelled\", \"duration\"}; sharing is hardLinked, clone,\n"
-         "                         unshared or partial, the keeper comes first\n")
+         "                         \"stalledPaths\", \"wasCancelled\", \"duration\"}; sharing is\n"
+         "                         hardLinked, clone, unshared or partial, the keeper\n"
+         "                         comes first\n")
              + scanOptionsHelp + namesInJsonHelp,
          runDuplicates},
         {"snapshot", "Scan a folder and keep a snapshot of it",
