@@ -1,10 +1,15 @@
 #include "UninstallKit/DockerAnswers.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cctype>
 #include <charconv>
 #include <cmath>
 #include <map>
 #include <string>
+
+#include "UninstallKit/CommandRunner.h"
 
 namespace tessel::DockerAnswers {
 
@@ -25,6 +30,16 @@ std::optional<std::int64_t> sizeOf(std::string_view text) {
     const double bytes = std::round(number * unit->second);
     if (!(bytes < 9e18)) return std::nullopt;
     return static_cast<std::int64_t>(bytes);
+}
+
+std::optional<std::string> ask(const std::vector<std::string>& programFolders, const std::vector<std::string>& arguments) {
+    for (const std::string& folder : programFolders) {
+        const std::string program = folder + "/docker";
+        struct stat info {};
+        if (::stat(program.c_str(), &info) != 0 || !S_ISREG(info.st_mode) || ::access(program.c_str(), X_OK) != 0) continue;
+        return CommandRunner::output(program, arguments, {std::chrono::milliseconds(15'000), std::size_t{16} << 20});
+    }
+    return std::nullopt;
 }
 
 } // namespace tessel::DockerAnswers

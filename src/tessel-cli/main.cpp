@@ -440,6 +440,33 @@ const std::vector<Command>& commands() {
          "  --root DIR             read the system's folders and mount table under DIR\n"
              + std::string(namesInJsonHelp),
          runUnused},
+        {"ai", "List the AI models downloaded to this machine",
+         "usage: tessel ai [--json] [--root DIR]\n"
+         "\n"
+         "Lists the AI models downloaded to this machine, one item each, by tool:\n"
+         "Ollama (~/.ollama/models or $OLLAMA_MODELS, and the service's store in\n"
+         "/usr/share/ollama/.ollama/models, which only an administrator changes),\n"
+         "Hugging Face ($HF_HUB_CACHE, else hub in $HF_HOME, else in\n"
+         "$XDG_CACHE_HOME/huggingface), LM Studio, GPT4All, Jan, ComfyUI, the Stable\n"
+         "Diffusion web UI, whisper and whisper.cpp, PyTorch ($TORCH_HOME), Keras,\n"
+         "llama.cpp ($LLAMA_CACHE), and Docker's models where docker answers; other\n"
+         "folders of the cache folder that hold model files are listed too. A file\n"
+         "several models use (Ollama's tags of one model share its weights) is counted\n"
+         "once, apart from each model's own bytes, and goes only with the last model\n"
+         "that uses it. Downloads no model uses are gathered as one item. Nothing is\n"
+         "moved.\n"
+         "\n"
+         "  --json                 print {\"items\": [{\"id\", \"tool\", \"name\", \"kind\", \"bytes\",\n"
+         "                         \"sharedBytes\", \"sharedWith\", \"requiresAdministrator\",\n"
+         "                         \"removedBy\"}], \"totalBytes\"}; kind is model, dataset,\n"
+         "                         cache or unfinished; bytes are the model's own,\n"
+         "                         sharedBytes what it shares with the models named in\n"
+         "                         sharedWith; removedBy is null, {\"command\"} or {\"app\"};\n"
+         "                         totalBytes counts each shared file once\n"
+         "  --root DIR             read the Ollama service's store under DIR; Docker is\n"
+         "                         not asked\n"
+             + std::string(namesInJsonHelp),
+         runAI},
     };
     return list;
 }

@@ -5,7 +5,9 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace tessel::DockerAnswers {
 
@@ -13,5 +15,12 @@ namespace tessel::DockerAnswers {
 // GB…) and binary ones (KiB, MiB…), anything after a blank ignored
 // ("1.2GB (50%)"). None for text that is not a size.
 std::optional<std::int64_t> sizeOf(std::string_view text);
+
+// What the user's docker prints for `arguments`: the first executable
+// "docker" in `programFolders` ($PATH), run through CommandRunner with a
+// short time limit. None where there is no docker, or it does not answer (no
+// daemon, no leave to reach it, a command it doesn't know). Nothing it runs
+// can ask for a password: its standard input is /dev/null.
+std::optional<std::string> ask(const std::vector<std::string>& programFolders, const std::vector<std::string>& arguments);
 
 } // namespace tessel::DockerAnswers
