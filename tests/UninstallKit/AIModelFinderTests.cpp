@@ -11,6 +11,7 @@
 #include "ScopedEnvironment.h"
 #include "DiskScanKit/ByteFormat.h"
 #include "UninstallKit/AIModelFinder.h"
+#include "UninstallKit/AppleAIAssets.h"
 #include "UninstallKit/DockerAnswers.h"
 
 using namespace tessel;
@@ -232,6 +233,31 @@ TEST(AIModelNames, OllamaNamesRolesDockerSizesAndDockersList) {
     EXPECT_EQ(models[0].bytes(), 268'802'458);
     EXPECT_FALSE(models[0].isMovable()) << "Docker keeps it where Tessel does not reach";
     EXPECT_TRUE(AIModelFinder::dockerModels("not json").empty());
+}
+
+} // namespace
+
+namespace {
+
+TEST(AppleAIAssets, AssetFoldersAreGroupedByWhatTheirNameSaysAndOthersLeftOut) {
+    using Kind = AppleAIGroup::Kind;
+    EXPECT_EQ(AppleAIAssets::kind("com_apple_MobileAsset_SiriTextToSpeech"), Kind::siri) << "Siri before the voices";
+    EXPECT_EQ(AppleAIAssets::kind("com_apple_MobileAsset_TTSAXResourceModelAssets"), Kind::voices);
+    EXPECT_EQ(AppleAIAssets::kind("com_apple_MobileAsset_SpeechTranslationAssets"), Kind::translation);
+    EXPECT_EQ(AppleAIAssets::kind("com_apple_MobileAsset_UAF_FM_GenerativeModels"), Kind::intelligence);
+    EXPECT_EQ(AppleAIAssets::kind("com_apple_MobileAsset_SoftwareUpdate"), std::nullopt);
+    EXPECT_EQ(AppleAIAssets::kind("Generative"), std::nullopt) << "only the asset folders";
+    test::TempFolder assets;
+    for (const char* path : {"com_apple_MobileAsset_MacinTalkVoiceAssets/a.asset", "com_apple_MobileAsset_MacinTalkVoiceAssets/b.asset",
+                             "com_apple_MobileAsset_MacinTalkVoiceAssets/catalog", "com_apple_MobileAsset_LinguisticData/c.asset",
+                             "com_apple_MobileAsset_Font7/d.asset"})
+        std::filesystem::create_directories(assets / path);
+    const std::vector<AppleAIGroup> groups = AppleAIAssets::read(assets.path(), [](const std::string&) { return 42; });
+    ASSERT_EQ(groups.size(), 2u);
+    EXPECT_EQ(groups[0].kind, Kind::voices);
+    EXPECT_EQ(groups[0].parts[0].assets, 2);
+    EXPECT_EQ(groups[1].kind, Kind::language);
+    EXPECT_TRUE(AppleAIAssets::read(assets / "missing", {}).empty());
 }
 
 } // namespace
