@@ -467,6 +467,31 @@ const std::vector<Command>& commands() {
          "                         not asked\n"
              + std::string(namesInJsonHelp),
          runAI},
+        {"systemdata", "Show what the system keeps outside the home, and who removes it",
+         "usage: tessel systemdata [--json] [--root DIR]\n"
+         "\n"
+         "Lists what takes space outside the home that a scan of it does not explain,\n"
+         "each place with its size on disk (hard links counted once): the package\n"
+         "managers' downloads (/var/cache/apt/archives, /var/cache/dnf,\n"
+         "/var/cache/pacman/pkg), the systemd journal (/var/log/journal, or the size\n"
+         "journalctl --disk-usage gives where it can't be read) and old rotated logs,\n"
+         "kernels other than the running one and the newest (/usr/lib/modules, /boot),\n"
+         "core dumps (/var/lib/systemd/coredump), Flatpak runtimes no installed app\n"
+         "uses, snap revisions not in use (/var/lib/snapd/snaps), Docker's and Podman's\n"
+         "images, containers, volumes and build cache as docker system df and podman\n"
+         "system df count them, swap files (/proc/swaps), /var/tmp, and the Trash of\n"
+         "the home ($XDG_DATA_HOME/Trash) and of every other disk. These belong to the\n"
+         "programs that keep the system whole, so nothing is moved: each place says\n"
+         "the command that removes it, most of them an administrator's (sudo). Folders\n"
+         "that could not be read are listed apart and not counted.\n"
+         "\n"
+         "  --json                 print {\"rows\": [{\"id\", \"title\", \"path\", \"bytes\", \"canMove\",\n"
+         "                         \"howToRemove\"}], \"unreadable\": [paths]}\n"
+         "  --root DIR             describe the machine whose \"/\" is DIR: read its folders\n"
+         "                         and DIR/proc under DIR; no tool is run, and no kernel\n"
+         "                         counts as running\n"
+             + std::string(namesInJsonHelp),
+         runSystemData},
     };
     return list;
 }

@@ -58,5 +58,25 @@ TEST_F(Models, AiListsTheUsersStoreWhereOllamaModelsSaysAndTheServicesUnderTheRo
     EXPECT_EQ(run({"ai", "somewhere"}).status, 2);
 }
 
+TEST_F(Models, SystemDataDescribesTheMachineUnderTheRootWithTheHomesTrash) {
+    test::writeText(root / "var/cache/apt/archives/tool_1.0_amd64.deb", std::string(50'000, 'd'));
+    for (const char* release : {"6.1.0-9-amd64", "6.1.0-10-amd64", "6.1.0-11-amd64"})
+        test::writeText(root / "usr/lib/modules" + "/" + release + "/modules.dep", std::string(9000, 'k'));
+    test::writeText(home / ".local/share/Trash/files/old.txt", std::string(9000, 't'));
+    test::writeText(root / "var/lib/dpkg/status", "");
+    const json report = runJson({"systemdata", "--json", "--root", root.path()});
+    std::vector<std::string> ids;
+    for (const json& row : report.at("rows")) ids.push_back(row.at("id"));
+    EXPECT_EQ(ids, (std::vector<std::string>{"aptCache", "kernel:6.1.0-10-amd64", "kernel:6.1.0-9-amd64",
+                                             "trash:" + home / ".local/share/Trash"}))
+        << "no kernel runs on a machine described under --root, so only the newest stays";
+    EXPECT_EQ(report.at("rows")[0], (json{{"id", "aptCache"}, {"title", "Downloaded packages (APT)"},
+                                          {"path", root / "var/cache/apt/archives"}, {"bytes", report.at("rows")[0].at("bytes")},
+                                          {"canMove", false}, {"howToRemove", "sudo apt-get clean"}}));
+    EXPECT_EQ(report.at("unreadable"), json::array());
+    const Outcome text = run({"systemdata", "--root", root.path()});
+    EXPECT_NE(text.out.find("Removed with: sudo apt purge linux-image-6.1.0-9-amd64\n"), std::string::npos) << text.out;
+}
+
 } // namespace
 } // namespace tessel::cli
