@@ -142,37 +142,35 @@ const std::set<std::string>& AIModelFinder::namedCaches() {
     return set;
 }
 
-AIModelPlaces AIModelPlaces::forHome(const std::string& home) {
+AIModelPlaces AIModelPlaces::of(const JunkPlaces& user) {
     AIModelPlaces places;
-    places.home = home;
-    places.cacheHome = home + "/.cache";
-    places.configHome = home + "/.config";
-    places.dataHome = home + "/.local/share";
-    places.ollamaModels = home + "/.ollama/models";
-    places.huggingFaceHome = places.cacheHome + "/huggingface";
+    places.home = user.home;
+    places.root = user.root;
+    places.cacheHome = user.cacheHome;
+    places.configHome = user.configHome;
+    places.dataHome = user.dataHome;
+    places.ollamaModels = user.home + "/.ollama/models";
+    places.huggingFaceHome = user.cacheHome + "/huggingface";
     places.huggingFaceHub = places.huggingFaceHome + "/hub";
-    places.torchHome = places.cacheHome + "/torch";
-    places.llamaCache = places.cacheHome + "/llama.cpp";
+    places.torchHome = user.cacheHome + "/torch";
+    places.llamaCache = user.cacheHome + "/llama.cpp";
     return places;
 }
 
+AIModelPlaces AIModelPlaces::forHome(const std::string& home) { return of(JunkPlaces::forHome(home)); }
+
 AIModelPlaces AIModelPlaces::fromEnvironment(const std::string& root) {
-    const std::string home = Paths::homeFolder();
-    AIModelPlaces places = forHome(home);
-    places.root = root.empty() ? "/" : root;
-    places.cacheHome = Paths::xdgFolder("XDG_CACHE_HOME", home, ".cache");
-    places.configHome = Paths::xdgFolder("XDG_CONFIG_HOME", home, ".config");
-    places.dataHome = Paths::xdgFolder("XDG_DATA_HOME", home, ".local/share");
+    AIModelPlaces places = of(JunkPlaces::fromEnvironment(root));
     // The tools read their variables as paths, relative ones too; only absolute ones are taken here.
     auto variable = [](const char* name, const std::string& fallback) {
         const char* value = std::getenv(name);
         return value != nullptr && value[0] == '/' ? Paths::standardized(value) : fallback;
     };
-    places.ollamaModels = variable("OLLAMA_MODELS", home + "/.ollama/models");
-    places.huggingFaceHome = variable("HF_HOME", places.cacheHome + "/huggingface");
+    places.ollamaModels = variable("OLLAMA_MODELS", places.ollamaModels);
+    places.huggingFaceHome = variable("HF_HOME", places.huggingFaceHome);
     places.huggingFaceHub = variable("HF_HUB_CACHE", places.huggingFaceHome + "/hub");
-    places.torchHome = variable("TORCH_HOME", places.cacheHome + "/torch");
-    places.llamaCache = variable("LLAMA_CACHE", places.cacheHome + "/llama.cpp");
+    places.torchHome = variable("TORCH_HOME", places.torchHome);
+    places.llamaCache = variable("LLAMA_CACHE", places.llamaCache);
     return places;
 }
 

@@ -14,6 +14,7 @@
 
 #include "Base/Platform.h"
 #include "UninstallKit/AIModels.h"
+#include "UninstallKit/JunkFinder.h"
 
 namespace tessel {
 
@@ -33,6 +34,8 @@ struct AIModelPlaces {
     static AIModelPlaces fromEnvironment(const std::string& root = "/");
     // The same places for `home` alone, each at its default.
     static AIModelPlaces forHome(const std::string& home);
+    // The user's folders as the junk finder reads them, and each tool's own at its default there.
+    static AIModelPlaces of(const JunkPlaces& user);
     std::string system(const std::string& path) const { return root == "/" ? path : root + path; }
 };
 
