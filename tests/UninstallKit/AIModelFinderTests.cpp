@@ -215,6 +215,34 @@ TEST_F(AIHome, TheMacsPlacesAreReadOnAMacAndNotElsewhere) {
     EXPECT_EQ(looked, (std::vector<std::string>{home + "/.local/share/nomic.ai/GPT4All", home + "/.cache/gpt4all"}));
 }
 
+TEST_F(AIHome, TheToolsVariablesMoveTheirPlacesAndAToolsBytesHoldOnlyWhatItAloneUses) {
+    test::ScopedEnvironment environment;
+    for (const char* name : {"XDG_CACHE_HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "HF_HOME", "HF_HUB_CACHE", "OLLAMA_MODELS"}) environment.unset(name);
+    environment.set("HOME", home);
+    environment.set("TORCH_HOME", folder / "torch");
+    environment.set("LLAMA_CACHE", "relative/ignored");
+    const AIModelFinder finder(AIModelPlaces::fromEnvironment(), {});
+    EXPECT_EQ(finder.placesLookedAt(AITool::pyTorch), (std::vector<std::string>{folder / "torch/hub/checkpoints", folder / "torch/sentence_transformers"}));
+    EXPECT_EQ(finder.placesLookedAt(AITool::llamaCpp), std::vector<std::string>{home + "/.cache/llama.cpp"}) << "a relative path is not taken";
+
+    AIModelInventory inventory;
+    auto item = [](const std::string& id, AITool tool, std::int64_t bytes) {
+        AIModelItem made;
+        made.id = id;
+        made.tool = tool;
+        made.parts = {{"/" + id, bytes, false, ""}};
+        return made;
+    };
+    inventory.items = {item("a", AITool::ollama, 10), item("b", AITool::ollama, 20), item("c", AITool::msty, 40)};
+    inventory.shared = {{"/ab", {100, {"a", "b"}, ""}}, {"/bc", {1000, {"b", "c"}, ""}}};
+    const std::vector<AIModelInventory::ToolGroup> groups = inventory.byTool();
+    ASSERT_EQ(groups.size(), 2u);
+    EXPECT_EQ(groups[0].bytes, 130) << "the layer both Ollama models use, not the one Msty's shares";
+    EXPECT_EQ(groups[1].bytes, 40);
+    EXPECT_EQ(inventory.totalBytes(), 1170);
+    EXPECT_EQ(inventory.files({"b", "c"}), (std::vector<std::string>{"/b", "/c", "/bc"}));
+}
+
 TEST(AIModelNames, OllamaNamesRolesDockerSizesAndDockersList) {
     EXPECT_EQ(AIModelFinder::ollamaName("registry.ollama.ai/library/llama3/latest"), "llama3:latest");
     EXPECT_EQ(AIModelFinder::ollamaName("registry.ollama.ai/me/mine/v2"), "me/mine:v2");

@@ -125,6 +125,33 @@ TEST_F(SystemRoot, CachesSnapsSwapAndTheJournalAreRowsWithTheirCommands) {
     EXPECT_EQ(SystemDataFinder::journalBytes("No journal files were found."), std::nullopt);
 }
 
+TEST_F(SystemRoot, AHardLinkCountsOnceOnlyRotatedLogsCountAndEveryDisksTrashIsARow) {
+    const std::string blob = file("/var/lib/flatpak/repo/objects/ab/cdef.file", 40'000);
+    fs::create_directories(root + "/var/tmp/run");
+    test::makeHardLink(blob, root + "/var/tmp/run/one");
+    test::makeHardLink(blob, root + "/var/tmp/run/two");
+    EXPECT_EQ(SystemDataFinder::measured(root + "/var/tmp").bytes, test::allocatedOf(blob));
+
+    std::int64_t rotated = 0;
+    for (const char* name : {"syslog.1", "auth.log-20240101", "apt/kern.log.2.gz", "dpkg.log.old"}) rotated += test::allocatedOf(file("/var/log/" + std::string(name)));
+    for (const char* name : {"syslog", "lastlog", "Xorg.0.log", "apt/history.log", "app-2024.log"}) file("/var/log/" + std::string(name));
+    std::vector<std::string> unreadable;
+    const std::vector<SystemDataRow> logs = finder().logs(unreadable);
+    ASSERT_EQ(ids(logs), std::vector<std::string>{"rotatedLogs"});
+    EXPECT_EQ(logs[0].bytes, rotated);
+
+    const std::string uid = std::to_string(geteuid());
+    test::writeText(root + "/proc/self/mountinfo", "20 1 8:1 / / rw - ext4 /dev/sda1 rw\n21 20 8:2 / /mnt/data rw - ext4 /dev/sda2 rw\n"
+                                                   "22 20 0:5 / /run rw - tmpfs tmpfs rw\n");
+    file("/mnt/data/.Trash-" + uid + "/files/old.iso", 30'000);
+    file("/run/.Trash-" + uid + "/files/gone", 30'000);
+    file("/home/.Trash-" + uid + "/files/nothing-mounted-here", 30'000);
+    const std::vector<SystemDataRow> trashes = finder().trashes(unreadable);
+    ASSERT_EQ(ids(trashes), std::vector<std::string>{"trash:" + root + "/mnt/data/.Trash-" + uid}) << "local disks only; the home's is empty";
+    EXPECT_EQ(trashes[0].title, "The Trash of the disk at " + root + "/mnt/data");
+    EXPECT_TRUE(unreadable.empty());
+}
+
 struct UnprivilegedSystemRoot : SystemRoot {};
 
 TEST_F(UnprivilegedSystemRoot, AFolderThatCantBeReadIsListedNotCounted) {
