@@ -101,6 +101,17 @@ bool AIModelItem::isMovable() const {
            std::ranges::all_of(parts, [](const AIModelPart& part) { return !part.path.empty(); });
 }
 
+bool AIModelItem::startsTicked() const { return kind == Kind::unfinished && isMovable(); }
+
+std::vector<DeletionCandidate> AIModelInventory::removal(const std::set<std::string>& ids) const {
+    std::set<std::string> movable;
+    for (const AIModelItem& item : items)
+        if (ids.contains(item.id) && item.isMovable()) movable.insert(item.id);
+    std::vector<DeletionCandidate> candidates;
+    for (const AIModelPart& part : parts(movable)) candidates.push_back({part.path, part.bytes, part.isDirectory});
+    return candidates;
+}
+
 std::int64_t AIModelInventory::totalBytes() const {
     std::int64_t total = 0;
     for (const AIModelItem& item : items) total = checkedAdd(total, item.bytes());

@@ -31,6 +31,7 @@
 #include "Base/FolderNames.h"
 #include "Base/Lines.h"
 #include "Base/SmallFile.h"
+#include "DiskScanKit/CheckedSize.h"
 #include "DiskScanKit/DiskScanner.h"
 #include "DiskScanKit/FileNode.h"
 #include "DiskScanKit/Paths.h"
@@ -55,6 +56,12 @@ bool isFolder(const std::string& path) {
 }
 
 } // namespace
+
+std::int64_t SystemDataReport::rowBytes() const {
+    std::int64_t total = 0;
+    for (const SystemDataRow& row : rows) total = checkedAdd(total, row.bytes);
+    return total;
+}
 
 SystemDataFinder::Measure SystemDataFinder::measured(const std::string& path) {
     struct stat info {};

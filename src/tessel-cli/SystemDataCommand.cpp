@@ -12,7 +12,6 @@
 #include "Listing.h"
 #include "TerminalText.h"
 #include "DiskScanKit/ByteFormat.h"
-#include "DiskScanKit/CheckedSize.h"
 #include "UninstallKit/SystemDataFinder.h"
 
 namespace tessel::cli {
@@ -48,15 +47,13 @@ int runSystemData(const std::vector<std::string>& words) {
         printJson(json);
         return exitSuccess;
     }
-    std::int64_t total = 0;
     for (const SystemDataRow& row : report.rows) {
-        total = checkedAdd(total, row.bytes);
         std::printf("%s  %s\n      %s\n      %s\n", ByteFormat::padded(row.bytes, 9).c_str(), printable(row.title).c_str(),
                     printable(row.path).c_str(), printable(row.note).c_str());
         if (!row.howToRemove.empty()) std::printf("      Removed with: %s\n", printable(row.howToRemove).c_str());
     }
     if (report.rows.empty()) std::printf("Nothing outside the home was found to take space.\n");
-    else std::printf("%s in %zu %s.\n", ByteFormat::string(total).c_str(), report.rows.size(), report.rows.size() == 1 ? "place" : "places");
+    else std::printf("%s in %zu %s.\n", ByteFormat::string(report.rowBytes()).c_str(), report.rows.size(), report.rows.size() == 1 ? "place" : "places");
     if (!report.unreadable.empty()) {
         std::printf("Could not be read, so not counted:\n");
         for (const std::string& path : report.unreadable) std::printf("  %s\n", printable(path).c_str());

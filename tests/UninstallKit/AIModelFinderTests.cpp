@@ -112,6 +112,8 @@ TEST_F(AIHome, OllamaModelsShareABlobThatGoesOnlyWithTheLastOfThem) {
     EXPECT_EQ(loose->parts[0], (AIModelPart{partial, test::allocatedOf(partial), false, "A download that did not finish"}));
     EXPECT_EQ(loose->parts[1].path, orphan);
     EXPECT_FALSE(loose->requiresAdministrator);
+    EXPECT_TRUE(loose->startsTicked());
+    EXPECT_FALSE(latest.startsTicked()) << "a model is never ticked for the user";
 }
 
 TEST_F(AIHome, TheServiceStoreNeedsAnAdministratorAndIsRemovedByOllama) {
@@ -123,6 +125,7 @@ TEST_F(AIHome, TheServiceStoreNeedsAnAdministratorAndIsRemovedByOllama) {
     const AIModelItem& phi = named(inventory, "someone/phi:latest");
     EXPECT_TRUE(phi.requiresAdministrator);
     EXPECT_FALSE(phi.isMovable());
+    EXPECT_TRUE(inventory.removal({phi.id}).empty()) << "left to ollama rm";
     EXPECT_EQ(phi.removedBy, AIModelItem::Remover(AIModelItem::ByCommand{"ollama rm someone/phi:latest"}));
     ASSERT_NE(inventory.item("#loose-administered"), nullptr);
     EXPECT_EQ(inventory.item("#loose"), nullptr) << "nothing this user may move is loose";
@@ -241,6 +244,9 @@ TEST_F(AIHome, TheToolsVariablesMoveTheirPlacesAndAToolsBytesHoldOnlyWhatItAlone
     EXPECT_EQ(groups[1].bytes, 40);
     EXPECT_EQ(inventory.totalBytes(), 1170);
     EXPECT_EQ(inventory.files({"b", "c"}), (std::vector<std::string>{"/b", "/c", "/bc"}));
+    inventory.items[2].requiresAdministrator = true;
+    EXPECT_EQ(inventory.removal({"b", "c"}), (std::vector<DeletionCandidate>{{"/b", 20, false}}))
+        << "what an administrator must remove stays, and so does the layer it shares";
 }
 
 TEST(AIModelNames, OllamaNamesRolesDockerSizesAndDockersList) {

@@ -13,6 +13,8 @@
 #include <variant>
 #include <vector>
 
+#include "TrashKit/DeletionGuard.h"
+
 namespace tessel {
 
 enum class AITool {
@@ -77,6 +79,8 @@ struct AIModelItem {
     std::int64_t bytes() const;
     // Whether Tessel may move it to the Trash itself: no administrator needed, and every part a path.
     bool isMovable() const;
+    // Ticked for the user when a search ends: only downloads nothing uses, where Tessel may move them.
+    bool startsTicked() const;
     bool operator==(const AIModelItem&) const = default;
 };
 
@@ -107,6 +111,10 @@ struct AIModelInventory {
     // layer whose users are all selected.
     std::vector<AIModelPart> parts(const std::set<std::string>& ids) const;
     std::vector<std::string> files(const std::set<std::string>& ids) const;
+    // What the removal road takes for the selected items Tessel may move:
+    // their parts, and the shared layers whose users are all selected and
+    // movable. The others are left to their remover.
+    std::vector<DeletionCandidate> removal(const std::set<std::string>& ids) const;
     // The items per tool, in the tools' order, tools without items left out.
     std::vector<ToolGroup> byTool() const;
     const AIModelItem* item(const std::string& id) const;

@@ -65,6 +65,9 @@ struct SystemDataReport {
     int datalessSnapshots = 0;
     std::vector<SystemDataRow> rows;     // Linux's
     std::vector<std::string> unreadable; // folders that exist and could not be read
+
+    // The rows' bytes, to set against the overview's "System" share.
+    std::int64_t rowBytes() const;
 };
 
 class SystemDataFinder {
