@@ -446,6 +446,58 @@ const std::vector<Command>& commands() {
          "  --root DIR             read the system's folders and mount table under DIR\n"
              + std::string(namesInJsonHelp),
          runUnused},
+        {"ai", "List the AI models downloaded to this machine",
+         "usage: tessel ai [--json] [--root DIR]\n"
+         "\n"
+         "Lists the AI models downloaded to this machine, one item each, by tool:\n"
+         "Ollama (~/.ollama/models or $OLLAMA_MODELS, and the service's store in\n"
+         "/usr/share/ollama/.ollama/models, which only an administrator changes),\n"
+         "Hugging Face ($HF_HUB_CACHE, else hub in $HF_HOME, else in\n"
+         "$XDG_CACHE_HOME/huggingface), LM Studio, GPT4All, Jan, ComfyUI, the Stable\n"
+         "Diffusion web UI, whisper and whisper.cpp, PyTorch ($TORCH_HOME), Keras,\n"
+         "llama.cpp ($LLAMA_CACHE), and Docker's models where docker answers; other\n"
+         "folders of the cache folder that hold model files are listed too. A file\n"
+         "several models use (Ollama's tags of one model share its weights) is counted\n"
+         "once, apart from each model's own bytes, and goes only with the last model\n"
+         "that uses it. Downloads no model uses are gathered as one item. Nothing is\n"
+         "moved.\n"
+         "\n"
+         "  --json                 print {\"items\": [{\"id\", \"tool\", \"name\", \"kind\", \"bytes\",\n"
+         "                         \"sharedBytes\", \"sharedWith\", \"requiresAdministrator\",\n"
+         "                         \"removedBy\"}], \"totalBytes\"}; kind is model, dataset,\n"
+         "                         cache or unfinished; bytes are the model's own,\n"
+         "                         sharedBytes what it shares with the models named in\n"
+         "                         sharedWith; removedBy is null, {\"command\"} or {\"app\"};\n"
+         "                         totalBytes counts each shared file once\n"
+         "  --root DIR             read the Ollama service's store under DIR; Docker is\n"
+         "                         not asked\n"
+             + std::string(namesInJsonHelp),
+         runAI},
+        {"systemdata", "Show what the system keeps outside the home, and who removes it",
+         "usage: tessel systemdata [--json] [--root DIR]\n"
+         "\n"
+         "Lists what takes space outside the home that a scan of it does not explain,\n"
+         "each place with its size on disk (hard links counted once): the package\n"
+         "managers' downloads (/var/cache/apt/archives, /var/cache/dnf,\n"
+         "/var/cache/pacman/pkg), the systemd journal (/var/log/journal, or the size\n"
+         "journalctl --disk-usage gives where it can't be read) and old rotated logs,\n"
+         "kernels other than the running one and the newest (/usr/lib/modules, /boot),\n"
+         "core dumps (/var/lib/systemd/coredump), Flatpak runtimes no installed app\n"
+         "uses, snap revisions not in use (/var/lib/snapd/snaps), Docker's and Podman's\n"
+         "images, containers, volumes and build cache as docker system df and podman\n"
+         "system df count them, swap files (/proc/swaps), /var/tmp, and the Trash of\n"
+         "the home ($XDG_DATA_HOME/Trash) and of every other disk. These belong to the\n"
+         "programs that keep the system whole, so nothing is moved: each place says\n"
+         "the command that removes it, most of them an administrator's (sudo). Folders\n"
+         "that could not be read are listed apart and not counted.\n"
+         "\n"
+         "  --json                 print {\"rows\": [{\"id\", \"title\", \"path\", \"bytes\", \"canMove\",\n"
+         "                         \"howToRemove\"}], \"unreadable\": [paths]}\n"
+         "  --root DIR             describe the machine whose \"/\" is DIR: read its folders\n"
+         "                         and DIR/proc under DIR; no tool is run, and no kernel\n"
+         "                         counts as running\n"
+             + std::string(namesInJsonHelp),
+         runSystemData},
     };
     return list;
 }
