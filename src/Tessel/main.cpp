@@ -12,8 +12,10 @@
 #include <QtQml/qqmlextensionplugin.h>
 
 #include <cstdio>
+#include <cstring>
 #include <memory>
 
+#include "Base/AppIdentity.h"
 #include "Drive.h"
 #include "DiskScanKit/ProcessLimits.h"
 #include "FixtureFolder.h"
@@ -25,15 +27,31 @@
 
 Q_IMPORT_QML_PLUGIN(Tessel_UIPlugin)
 
+namespace {
+
+// --version is answered before the application object exists, which needs a display.
+bool asksForVersion(int argc, char** argv) {
+    for (int i = 1; i < argc && std::strcmp(argv[i], "--") != 0; ++i)
+        if (std::strcmp(argv[i], "--version") == 0 || std::strcmp(argv[i], "-v") == 0) return true;
+    return false;
+}
+
+} // namespace
+
 int main(int argc, char** argv) {
     using namespace tessel;
+    if (asksForVersion(argc, argv)) {
+        std::printf("tessel-app %s\n", AppIdentity::version);
+        return 0;
+    }
     // The translucent-window setting needs an alpha channel from the start.
     QQuickWindow::setDefaultAlphaBuffer(true);
     QGuiApplication app(argc, argv);
     QGuiApplication::setOrganizationName("Tessel");
     QGuiApplication::setApplicationName("Tessel");
     QGuiApplication::setApplicationDisplayName("Tessel");
-    QGuiApplication::setDesktopFileName("tessel");
+    QGuiApplication::setApplicationVersion(AppIdentity::version);
+    QGuiApplication::setDesktopFileName(AppIdentity::id);
     QQuickStyle::setStyle("Basic");
     if (QFontDatabase::families().contains("Inter")) QGuiApplication::setFont(QFont("Inter", 10));
     raiseOpenFileLimit();
@@ -41,6 +59,7 @@ int main(int argc, char** argv) {
     QCommandLineParser parser;
     parser.setApplicationDescription("See where a disk's space goes, and win it back safely.");
     parser.addHelpOption();
+    parser.addVersionOption();
     parser.addPositionalArgument("path", "The folder or disk to scan first (default: the disk that holds your home folder).", "[PATH]");
     QCommandLineOption selfTest("self-test", "Load every room offscreen on a small fixture scan, then quit.");
     QCommandLineOption screenshots("screenshots", "Save a picture of every room, light and dark, into FOLDER.", "FOLDER");
