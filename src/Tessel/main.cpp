@@ -15,14 +15,17 @@
 #include <cstring>
 #include <memory>
 
+#include "AppInstance.h"
 #include "Base/AppIdentity.h"
 #include "Drive.h"
+#include "DiskScanKit/Paths.h"
 #include "DiskScanKit/ProcessLimits.h"
 #include "FixtureFolder.h"
 #include "app/QuietLaunch.h"
 #include "app/Rooms.h"
 #include "app/ShellModel.h"
 #include "scan/ScanCoordinator.h"
+#include "support/QtText.h"
 #include "TesselApp.h"
 
 Q_IMPORT_QML_PLUGIN(Tessel_UIPlugin)
@@ -65,7 +68,8 @@ int main(int argc, char** argv) {
     QCommandLineOption screenshots("screenshots", "Save a picture of every room, light and dark, into FOLDER.", "FOLDER");
     QCommandLineOption reportStalls("report-stalls", "Scan PATH, move 1,000 of its files and folders to the Trash and back, and print the longest main-thread stalls.");
     QCommandLineOption room("room", "Open on the room NAME: overview, map, search, large, duplicates, hidden, report, changes, …", "NAME");
-    parser.addOptions({selfTest, screenshots, reportStalls, room});
+    QCommandLineOption scanHome("home", "Scan your home folder.");
+    parser.addOptions({selfTest, screenshots, reportStalls, room, scanHome});
     parser.process(app);
 
     // The probe moves files to the Trash and back, so it only ever works on a folder named for it.
@@ -85,7 +89,26 @@ int main(int argc, char** argv) {
                      qPrintable(parser.value(room)), qPrintable(ShellModel::allRoomIds().join(", ")));
         return 2;
     }
-    std::string initialPath = ScanCoordinator::initialPath(parser.positionalArguments());
+    if (parser.isSet(scanHome) && !parser.positionalArguments().isEmpty()) {
+        std::fprintf(stderr, "tessel-app: --home and a PATH ask for two scans; give one of them\n");
+        return 2;
+    }
+    QStringList pathAsked = parser.positionalArguments();
+    if (parser.isSet(scanHome)) pathAsked = {toQString(Paths::homeFolder())};
+
+    // A launch the user made goes to the window already open, if there is one.
+    AppInstance instance;
+    if (!driven && !parser.isSet(reportStalls)) {
+        LaunchRequest request;
+        if (!pathAsked.isEmpty()) request.path = Paths::absolute(toBytes(pathAsked.front()));
+        if (parser.isSet(room)) request.room = parser.value(room);
+        request.activationToken = qgetenv("XDG_ACTIVATION_TOKEN");
+        const AppInstance::Claim claim = instance.claim(request);
+        if (claim == AppInstance::Claim::handedOff) return 0;
+        if (!instance.problem().isEmpty()) std::fprintf(stderr, "tessel-app: %s\n", qPrintable(instance.problem()));
+    }
+
+    std::string initialPath = ScanCoordinator::initialPath(pathAsked);
     if (driven && parser.positionalArguments().isEmpty()) {
         fixture = std::make_unique<FixtureFolder>();
         initialPath = fixture->path().toStdString();
@@ -109,6 +132,12 @@ int main(int argc, char** argv) {
         return 1;
     }
     if (parser.isSet(room)) tessel.shell().setRoom(parser.value(room));
+    QObject::connect(&instance, &AppInstance::requested, &app, [&tessel](const LaunchRequest& request) {
+        // Wayland lets a window take the focus only with the token the launch was given.
+        if (!request.activationToken.isEmpty()) qputenv("XDG_ACTIVATION_TOKEN", request.activationToken);
+        if (request.path) tessel.session().scan()->scan(toQString(*request.path));
+        if (!request.room || !tessel.shell().showRoom(*request.room)) emit tessel.shell().raiseRequested();
+    });
     // The stall probe times the first paint on its own before it starts the scan.
     if (parser.isSet(reportStalls)) return Drive::reportStalls(tessel);
     tessel.session().launch();
