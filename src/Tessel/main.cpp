@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFontDatabase>
 #include <QGuiApplication>
+#include <QIcon>
 #include <QQuickStyle>
 #include <QQuickWindow>
 #include <QStandardPaths>
@@ -55,6 +56,7 @@ int main(int argc, char** argv) {
     QGuiApplication::setApplicationDisplayName("Tessel");
     QGuiApplication::setApplicationVersion(AppIdentity::version);
     QGuiApplication::setDesktopFileName(AppIdentity::id);
+    QGuiApplication::setWindowIcon(QIcon::fromTheme(AppIdentity::id, QIcon(QStringLiteral(":/Tessel/app-icon.svg"))));
     QQuickStyle::setStyle("Basic");
     if (QFontDatabase::families().contains("Inter")) QGuiApplication::setFont(QFont("Inter", 10));
     raiseOpenFileLimit();
