@@ -129,17 +129,18 @@ int main(int argc, char** argv) {
         qputenv("XDG_DATA_HOME", privateSettings.filePath("share").toUtf8());
     }
     TesselApp tessel(std::move(settings), initialPath, ThemeModel::desktopPrefersDark(), home);
-    if (!tessel.load(quiet)) {
-        std::fprintf(stderr, "tessel-app: the window could not be loaded: %s\n", qPrintable(Drive::firstProblem()));
-        return 1;
-    }
-    if (parser.isSet(room)) tessel.shell().setRoom(parser.value(room));
+    // Before the window loads: a later launch may already be waiting for an answer.
     QObject::connect(&instance, &AppInstance::requested, &app, [&tessel](const LaunchRequest& request) {
         // Wayland lets a window take the focus only with the token the launch was given.
         if (!request.activationToken.isEmpty()) qputenv("XDG_ACTIVATION_TOKEN", request.activationToken);
         if (request.path) tessel.session().scan()->scan(toQString(*request.path));
         if (!request.room || !tessel.shell().showRoom(*request.room)) emit tessel.shell().raiseRequested();
     });
+    if (!tessel.load(quiet)) {
+        std::fprintf(stderr, "tessel-app: the window could not be loaded: %s\n", qPrintable(Drive::firstProblem()));
+        return 1;
+    }
+    if (parser.isSet(room)) tessel.shell().setRoom(parser.value(room));
     // The stall probe times the first paint on its own before it starts the scan.
     if (parser.isSet(reportStalls)) return Drive::reportStalls(tessel);
     tessel.session().launch();
