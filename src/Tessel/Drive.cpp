@@ -115,12 +115,12 @@ bool lookIn(TesselApp& app, const QString& room) {
     if (room == "junk") {
         JunkModel* junk = app.session().tools()->junk();
         junk->run();
-        return waitUntil([&] { return junk->phase() != JunkModel::Phase::Running; }, 60000);
+        return waitUntil([&] { return junk->search()->phase() != SearchState::Phase::Running; }, 60000);
     }
     if (room == "leftovers") {
         LeftoversModel* leftovers = app.session().tools()->leftovers();
         leftovers->run();
-        return waitUntil([&] { return leftovers->phase() != LeftoversModel::Phase::Running; }, 60000);
+        return waitUntil([&] { return leftovers->search()->phase() != SearchState::Phase::Running; }, 60000);
     }
     return true;
 }
@@ -129,6 +129,22 @@ bool lookIn(TesselApp& app, const QString& room) {
 void removeTickedIn(TesselApp& app, const QString& room) {
     if (room == "junk") app.session().tools()->junk()->removeTicked();
     if (room == "leftovers") app.session().tools()->leftovers()->removeTicked();
+}
+
+// The uninstaller with two apps chosen and their plans made: the fixture's
+// AppImage and Flatpak where they are, else the first two apps listed.
+bool chooseApps(TesselApp& app) {
+    UninstallModel* uninstall = app.session().uninstall();
+    uninstall->loadIfNeeded();
+    if (!waitUntil([&] { return uninstall->hasLoaded() && !uninstall->isLoadingApps(); }, 60000)) return false;
+    QStringList keys;
+    for (const FoundApp& found : uninstall->offered())
+        if (found.app.name == "Sketchpad" || found.app.name == "Atlas") keys << toQString(found.app.entryPath);
+    for (const FoundApp& found : uninstall->offered())
+        if (keys.size() < 2 && !keys.contains(toQString(found.app.entryPath))) keys << toQString(found.app.entryPath);
+    uninstall->chooseWhenLoaded(keys);
+    return waitUntil([&] { return !uninstall->isBuildingPlan() && uninstall->madePlans().size() == uninstall->chosenKeys().size(); },
+                     60000);
 }
 
 // Words that light part of the fixture's map (its photos) and dim the rest.
@@ -187,6 +203,16 @@ int selfTest(TesselApp& app) {
     }
     settle(300);
     ShownWords shown;
+    // A room that shows one thing, works, then shows what it found; false when the work did not end.
+    auto workFirst = [&](const char* before, const std::function<bool()>& work, const char* failure) {
+        shown.gather(app.window(), before);
+        if (!work()) {
+            std::fprintf(stderr, "tessel-app: %s\n", failure);
+            return false;
+        }
+        settle(80);
+        return true;
+    };
     for (const QString& room : app.shell().roomIds()) {
         app.shell().setRoom(room);
         settle(80);
@@ -194,14 +220,13 @@ int selfTest(TesselApp& app) {
             std::fprintf(stderr, "tessel-app: the duplicates room did not finish comparing\n");
             return 1;
         }
-        if (room == "junk" || room == "leftovers") {
-            shown.gather(app.window(), room + ", before a search");
-            if (!lookIn(app, room)) {
-                std::fprintf(stderr, "tessel-app: the %s room did not finish its search\n", qPrintable(room));
-                return 1;
-            }
-            settle(80);
-        }
+        if (room == "apps" && !workFirst("uninstaller, loading", [&] { return chooseApps(app); },
+                                         "the uninstaller did not make its plans"))
+            return 1;
+        if ((room == "junk" || room == "leftovers") &&
+            !workFirst(qPrintable(room + ", before a search"), [&] { return lookIn(app, room); },
+                       qPrintable("the " + room + " room did not finish its search")))
+            return 1;
         shown.gather(app.window(), room);
     }
     app.shell().setRoom("report");
@@ -307,6 +332,31 @@ int screenshots(TesselApp& app, const QString& folder, bool inFixture) {
                 if (app.session().removal()->hasPlan())
                     saved += save(window, QStringLiteral("%1/%2-removal-%3.png").arg(folder, room, theme)) ? 1 : 0;
                 app.session().removal()->cancel();
+                continue;
+            }
+            if (room == "apps") {
+                chooseApps(app);
+                settle(300);
+                saved += save(window, QStringLiteral("%1/%2-%3.png").arg(folder, room, theme)) ? 1 : 0;
+                // What is ticked, as the confirmation shows it; in the fixture, moved and put back.
+                app.session().uninstall()->removeTicked();
+                if (waitUntil([&] { return app.session().removal()->hasPlan(); }, 5000)) {
+                    settle(300);
+                    saved += save(window, QStringLiteral("%1/apps-removal-%2.png").arg(folder, theme)) ? 1 : 0;
+                }
+                if (inFixture && app.session().removal()->canConfirm()) {
+                    app.session().removal()->confirm();
+                    waitForRemoval(app);
+                    waitUntil([&] { return !app.session().uninstall()->isLoadingApps() && !app.session().uninstall()->isBuildingPlan(); },
+                              20000);
+                    settle(300);
+                    saved += save(window, QStringLiteral("%1/apps-removed-%2.png").arg(folder, theme)) ? 1 : 0;
+                    app.session().uninstall()->undo();
+                    waitForRemoval(app);
+                    waitUntil([&] { return !app.session().uninstall()->isLoadingApps(); }, 20000);
+                } else {
+                    app.session().removal()->cancel();
+                }
                 continue;
             }
             if (room == "duplicates") {

@@ -28,6 +28,46 @@ void age(const QString& top, const QString& file, int days) {
     for (QString path = file; path.startsWith(top); path = path.left(path.lastIndexOf('/')))
         utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0);
 }
+
+void writeText(const QString& path, const QByteArray& text) {
+    QDir().mkpath(path.left(path.lastIndexOf('/')));
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly)) file.write(text);
+}
+
+// Apps for the uninstaller: an AppImage the user keeps in ~/Applications with its
+// entry, icon and what it left around, and an app from Flathub installed for the user.
+void addApps(const QString& root) {
+    const QString image = root + "/Applications/Sketchpad.AppImage";
+    write(image, 4'200'000);
+    QFile::setPermissions(image, QFile::permissions(image) | QFileDevice::ExeOwner);
+    writeText(root + "/.local/share/applications/sketchpad.desktop",
+              "[Desktop Entry]\nType=Application\nName=Sketchpad\nIcon=sketchpad\nExec=" + image.toUtf8() + " %F\n");
+    writeText(root + "/.local/share/icons/hicolor/scalable/apps/sketchpad.svg",
+              "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 64 64\"><rect x=\"4\" y=\"4\" width=\"56\" "
+              "height=\"56\" rx=\"14\" fill=\"#e8704a\"/><path d=\"M18 46 L40 18 L46 24 L24 50 Z\" fill=\"#fff\"/></svg>\n");
+    writeText(root + "/.config/sketchpad/settings.ini", "[view]\ngrid=true\n");
+    write(root + "/.cache/sketchpad/thumbnails.bin", 2'600'000);
+    write(root + "/.local/state/sketchpad/history.log", 300'000);
+    const QString deployed = root + "/.local/share/flatpak/app/org.example.Atlas/x86_64/stable/c0ffee";
+    writeText(deployed + "/metadata", "[Application]\nname=org.example.Atlas\n");
+    write(deployed + "/files/bin/atlas", 9'800'000);
+    QFile::link("x86_64/stable", root + "/.local/share/flatpak/app/org.example.Atlas/current");
+    QFile::link("c0ffee", root + "/.local/share/flatpak/app/org.example.Atlas/x86_64/stable/active");
+    writeText(root + "/.local/share/flatpak/exports/share/applications/org.example.Atlas.desktop",
+              "[Desktop Entry]\nType=Application\nName=Atlas\nIcon=org.example.Atlas\n"
+              "Exec=flatpak run org.example.Atlas\nX-Flatpak=org.example.Atlas\n");
+    writeText(root + "/.local/share/flatpak/exports/share/icons/hicolor/scalable/apps/org.example.Atlas.svg",
+              "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 64 64\"><circle cx=\"32\" cy=\"32\" r=\"28\" "
+              "fill=\"#3b82c4\"/><path d=\"M14 30 Q32 14 50 30 Q32 46 14 30 Z\" fill=\"#8fd18a\"/></svg>\n");
+    write(root + "/.var/app/org.example.Atlas/data/maps/europe.tiles", 5'400'000);
+    // A software centre that opens appstream: links, as the desktop finds it.
+    writeText(root + "/.local/share/applications/org.example.Software.Handler.desktop",
+              "[Desktop Entry]\nType=Application\nName=Software\nNoDisplay=true\nExec=true %U\n"
+              "MimeType=x-scheme-handler/appstream;\n");
+    write(root + "/.cache/org.example.Atlas/tiles.bin", 1'900'000);
+}
+
 } // namespace
 
 FixtureFolder::FixtureFolder() {
@@ -57,6 +97,7 @@ FixtureFolder::FixtureFolder() {
     write(root + "/Desktop/photo-2.jpg", 1'300'000, root + "/Pictures/2024/photo-2.jpg");
     write(root + "/Desktop/photo-2 copy.jpg", 1'300'000, root + "/Pictures/2024/photo-2.jpg");
     write(root + "/Backup/old laptop/Music/track-01.flac", 3'100'000, root + "/Music/Album/track-01.flac");
+    addApps(root);
 }
 
 } // namespace tessel

@@ -2,6 +2,7 @@
 
 #include <QUrl>
 
+#include "app/AppIconProvider.h"
 #include "app/IconProvider.h"
 
 namespace tessel {
@@ -14,6 +15,12 @@ AppSession::Dependencies dependencies(QSettings* settings, const std::string& in
         chosen.home = chosen.scanEnvironment.home = *home;
         chosen.junk = JunkModel::Dependencies::system(JunkPlaces::forHome(*home), settings);
         chosen.leftovers = LeftoversModel::Dependencies::system(*home);
+        // The fixture's apps alone, its home standing for the whole machine, and none of the desktop's pinned
+        // launchers: a driven run reads and changes nothing of the user's.
+        chosen.uninstall = UninstallModel::Dependencies::system(*home, nullptr, settings);
+        chosen.uninstall.machine.root = *home;
+        const std::string dataHome = chosen.uninstall.machine.dataHome;
+        chosen.uninstall.machine.dataFolders = {dataHome, dataHome + "/flatpak/exports/share"};
     }
     return chosen;
 }
@@ -29,6 +36,7 @@ TesselApp::TesselApp(std::unique_ptr<QSettings> settings, const std::string& ini
     // The QML module lives in the resources under :/Tessel/UI.
     engine_.addImportPath(QStringLiteral("qrc:/"));
     engine_.addImageProvider(QStringLiteral("icon"), new IconProvider);
+    engine_.addImageProvider(QStringLiteral("appicon"), new AppIconProvider);
 }
 
 bool TesselApp::load(bool quiet) {

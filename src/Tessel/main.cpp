@@ -69,7 +69,7 @@ int main(int argc, char** argv) {
     QCommandLineOption selfTest("self-test", "Load every room offscreen on a small fixture scan, then quit.");
     QCommandLineOption screenshots("screenshots", "Save a picture of every room, light and dark, into FOLDER.", "FOLDER");
     QCommandLineOption reportStalls("report-stalls", "Scan PATH, move 1,000 of its files and folders to the Trash and back, and print the longest main-thread stalls.");
-    QCommandLineOption room("room", "Open on the room NAME: overview, map, search, large, duplicates, hidden, report, changes, …", "NAME");
+    QCommandLineOption room("room", "Open on the room NAME: overview, map, search, large, junk, duplicates, hidden, apps (the Uninstaller), report, changes, …", "NAME");
     QCommandLineOption scanHome("home", "Scan your home folder.");
     parser.addOptions({selfTest, screenshots, reportStalls, room, scanHome});
     parser.process(app);

@@ -7,7 +7,7 @@
 //   volume root, this program, the Trash, the volumes' trashes, keychain and
 //   cloud folders, system trees and package stores, /usr (but not
 //   /usr/local), standard folders themselves and every folder that holds the
-//   home folder, and anything inside an app or library bundle.
+//   home folder or its Trash, and anything inside an app or library bundle.
 //
 // Cloud folders are where a sync service mirrors the user's files to their
 // other devices: a file moved to the Trash there is deleted everywhere. macOS
@@ -42,6 +42,7 @@
 //   /home/me/pics/a.jpg           cloudSynced, with pics a link to /home/me/Dropbox/Photos
 //   /home/me/hop/Documents        protectedFolder, with hop a link to /home/me
 //   /home/me/..                   protectedFolder: it holds the home folder
+//   /home/me/.local/share         protectedFolder: it holds the Trash
 //
 // Nested candidates collapse first: a folder and a file inside it are one move.
 
@@ -270,8 +271,8 @@ std::optional<DeletionRefusal> staticRefusal(const std::string& path, const Cont
     if (isWithin(normal, "/usr") && !isWithin(normal, "/usr/local")) return DeletionRefusal::systemPath;
     const std::vector<std::string> folders = protectedFolders(home, platform);
     if (std::find(folders.begin(), folders.end(), normal) != folders.end()) return DeletionRefusal::protectedFolder;
-    // A folder that holds the home folder would take it along.
-    if (isWithin(home, normal)) return DeletionRefusal::protectedFolder;
+    // A folder that holds the home folder would take it along; one that holds the Trash can't go into it.
+    if (isWithin(home, normal) || isWithin(trash, normal)) return DeletionRefusal::protectedFolder;
     if (Packages::isInsidePackage(normal)) return DeletionRefusal::insidePackage;
     return std::nullopt;
 }

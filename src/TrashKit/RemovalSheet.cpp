@@ -122,4 +122,8 @@ void holdBack(Sheet& sheet, std::vector<Row> held) {
     if (sheet.allowed.empty() && sheet.heading.empty()) sheet.heading = nothingMoves;
 }
 
+std::string inUse(std::string_view program) {
+    return "In use: " + std::string(program) + " is running. Quit it, then try again.";
+}
+
 } // namespace tessel::RemovalSheet

@@ -55,16 +55,29 @@ std::string_view rawValue(MatchConfidence confidence) {
 namespace {
 
 // The endings a location's entries carry beside the name they are for.
-constexpr std::array<std::string_view, 8> endings{".plist", ".savedState", ".binarycookies", ".log",
-                                                  ".desktop", ".service", ".timer", ".json"};
+constexpr std::array<std::string_view, 11> endings{".plist", ".savedState", ".binarycookies", ".log", ".desktop", ".service",
+                                                   ".timer", ".json", ".png", ".svg", ".xpm"};
 
-const std::set<std::string>& platformPrefixes() {
+// The entries of a location, as paths below it. An icon theme keeps an app's
+// icon three folders down, THEME/SIZE/CONTEXT/NAME.png: its entries are those.
+std::vector<std::string> entriesOf(const ResidueLocation& location) {
+    if (location.label != "Icons") return folderNames(location.path);
+    std::vector<std::string> icons;
+    for (const std::string& theme : folderNames(location.path))
+        for (const std::string& size : folderNames(location.path + "/" + theme))
+            for (const std::string& context : folderNames(location.path + "/" + theme + "/" + size))
+                for (const std::string& icon : folderNames(location.path + "/" + theme + "/" + size + "/" + context))
+                    icons.push_back(theme + "/" + size + "/" + context + "/" + icon);
+    return icons;
+}
+
+} // namespace
+
+const std::set<std::string>& ResidueScanner::platformPrefixes() {
     static const std::set<std::string> prefixes{"com.apple", "apple.com", "com.microsoft.office", "org.swift", "org.gnome",
                                                 "org.kde", "org.freedesktop"};
     return prefixes;
 }
-
-} // namespace
 
 std::vector<ResidueLocation> ResidueLocation::onMac(const std::string& home) {
     const std::string library = home + "/Library/";
@@ -202,11 +215,11 @@ std::optional<ResidueScanner::Match> ResidueScanner::match(std::string_view entr
 std::vector<ResidueItem> ResidueScanner::residue(const InstalledApp& app) const {
     std::vector<ResidueItem> items;
     for (const ResidueLocation& location : locations_) {
-        const bool locationWritable = ::access(location.path.c_str(), W_OK) == 0;
-        for (const std::string& name : folderNames(location.path)) {
-            const std::optional<Match> found = match(name, app);
+        for (const std::string& entry : entriesOf(location)) {
+            const std::optional<Match> found = match(entry.substr(entry.rfind('/') + 1), app);
             if (!found) continue;
-            const std::string path = location.path + "/" + name;
+            const std::string path = location.path + "/" + entry;
+            const bool locationWritable = ::access(path.substr(0, path.rfind('/')).c_str(), W_OK) == 0;
             struct stat info {};
             if (::lstat(path.c_str(), &info) != 0) continue;
             ResidueItem item;

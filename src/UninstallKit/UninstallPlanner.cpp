@@ -30,6 +30,12 @@ std::vector<ResidueItem> UninstallPlan::removable() const {
 
 namespace UninstallPlanner {
 
+ResidueScanner scannerOf(std::vector<InstalledApp> apps, const DesktopMachine& machine) {
+    const auto folders = ResidueLocation::LinuxFolders::fromEnvironment(machine.home, machine.dataHome, machine.root);
+    return ResidueScanner(std::move(apps), ResidueLocation::onLinux(folders),
+                          [](const std::string& path) { return DiskScanner::allocatedSize(path); });
+}
+
 std::optional<std::string> handoffCommand(const InstalledApp& app, const DesktopMachine& machine) {
     if (!app.package) return std::nullopt;
     if (app.source == "dpkg") return "sudo apt remove " + *app.package;
@@ -63,6 +69,15 @@ UninstallPlan plan(const InstalledApp& app, const ResidueScanner& scanner, const
     }
     plan.residue = scanner.residue(app);
     return plan;
+}
+
+std::set<std::string> selectable(const std::vector<UninstallPlan>& plans) {
+    std::set<std::string> ticked;
+    for (const UninstallPlan& plan : plans) {
+        if (plan.bundlePath && !plan.bundleRequiresAdministrator) ticked.insert(*plan.bundlePath);
+        for (const ResidueItem& item : plan.removable()) ticked.insert(item.path);
+    }
+    return ticked;
 }
 
 std::vector<DeletionCandidate> candidates(const std::vector<UninstallPlan>& plans, const std::set<std::string>& selection) {

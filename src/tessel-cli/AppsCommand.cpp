@@ -15,8 +15,6 @@
 #include "TerminalText.h"
 #include "DiskScanKit/Paths.h"
 #include "DiskScanKit/ByteFormat.h"
-#include "UninstallKit/AppImages.h"
-#include "UninstallKit/DpkgDatabase.h"
 #include "UninstallKit/FoundApps.h"
 
 namespace tessel::cli {
@@ -55,8 +53,7 @@ nlohmann::ordered_json appJson(const FoundApp& found) {
     nlohmann::ordered_json item;
     putName(item, "name", app.name);
     putName(item, "identifier", app.bundleIdentifier.value_or(""));
-    if (app.version) putName(item, "version", *app.version);
-    else item["version"] = nullptr;
+    putNameOrNull(item, "version", app.version);
     putName(item, "path", app.bundlePath);
     item["source"] = app.source;
     item["isSystem"] = app.isSystemApp;
@@ -67,41 +64,23 @@ nlohmann::ordered_json appJson(const FoundApp& found) {
     return item;
 }
 
-FoundAppListing gatheredApps(const DesktopMachine& machine, const std::string& root, const RunningPrograms& running) {
-    // Without a package database (another distribution, a described machine without one) apps still list.
-    std::optional<PathOwners> owners;
-    FoundApps::Packages packages;
-    try {
-        owners = PathOwners::cached(root, cacheFolder());
-        packages = {&*owners, PackageReceipts::list(root)};
-    } catch (const DpkgError&) {
-        packages = {};
-    }
-    return FoundApps::gather(machine, AppImages::systemUnsquashfs(), running, packages);
-}
-
 int runApps(const std::vector<std::string>& words) {
     const Arguments arguments = parseArguments(words, appsOptions);
     if (!arguments.positionals.empty())
         throw UsageError("apps takes no path, not \"" + arguments.positionals.front() + "\"");
-    const std::string root = systemRoot(arguments);
-    const DesktopMachine machine = DesktopMachine::fromEnvironment(root);
+    const DesktopMachine machine = DesktopMachine::fromEnvironment(systemRoot(arguments));
     const RunningPrograms running =
         RunningPrograms::inThisSession(machine.onDisk("/proc"));
-    const FoundAppListing listing = gatheredApps(machine, root, running);
+    const FoundAppListing listing = FoundApps::onMachine(machine, cacheFolder(), running);
     if (arguments.has("json")) {
         nlohmann::ordered_json list = nlohmann::ordered_json::array();
         for (const FoundApp& app : listing.apps) list.push_back(appJson(app));
-        printJson({{"apps", std::move(list)}, {"unreadable", unreadableItems(listing.unreadable)}});
+        printJson({{"apps", std::move(list)}, {"unreadable", unreadableFiles(listing.unreadable)}});
         return exitSuccess;
     }
     if (listing.apps.empty()) std::printf("No app is installed: no desktop entry of an app was found.\n");
     for (const FoundApp& app : listing.apps) printApp(app);
-    if (!listing.unreadable.empty()) {
-        std::printf("Desktop entries passed over:\n");
-        for (const auto& [file, reason] : listing.unreadable)
-            std::printf("  %s: %s\n", printable(file).c_str(), printable(reason).c_str());
-    }
+    printUnreadable("Desktop entries passed over:", listing.unreadable);
     return exitSuccess;
 }
 

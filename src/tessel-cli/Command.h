@@ -45,6 +45,7 @@ int runReceipts(const std::vector<std::string>& words);
 int runReceipt(const std::vector<std::string>& words);
 int runLaunchers(const std::vector<std::string>& words);
 int runJunk(const std::vector<std::string>& words);
+int runStartup(const std::vector<std::string>& words);
 int runUninstall(const std::vector<std::string>& words);
 int runLeftovers(const std::vector<std::string>& words);
 int runUnused(const std::vector<std::string>& words);

@@ -35,10 +35,8 @@ nlohmann::ordered_json itemJson(const JunkItem& item, bool inUse) {
     json["bytes"] = item.bytes;
     if (item.modified) json["modified"] = ScanReport::isoDate(std::chrono::system_clock::from_time_t(*item.modified));
     else json["modified"] = nullptr;
-    if (item.identifier) putName(json, "identifier", *item.identifier);
-    else json["identifier"] = nullptr;
-    if (item.app) putName(json, "app", *item.app);
-    else json["app"] = nullptr;
+    putNameOrNull(json, "identifier", item.identifier);
+    putNameOrNull(json, "app", item.app);
     json["isSystem"] = item.isSystem;
     json["requiresAdministrator"] = item.requiresAdministrator;
     putName(json, "note", item.note);
@@ -103,13 +101,9 @@ int runJunk(const std::vector<std::string>& words) {
         if (items.empty()) std::printf("No junk was found.\n");
         printItems(items, inUse);
         std::printf("%s found, %s ticked.\n", ByteFormat::string(totalBytes).c_str(), ByteFormat::string(tickedBytes).c_str());
-        if (clean) {
-            printPlan(trashed.plan);
-            printOutcome(trashed.outcome);
-        }
+        if (clean) printRun(trashed);
     }
-    if (!clean) return exitSuccess;
-    return trashed.plan.refused.empty() && trashed.outcome.failures.empty() ? exitSuccess : exitFailure;
+    return clean ? statusOf(trashed) : exitSuccess;
 }
 
 } // namespace tessel::cli

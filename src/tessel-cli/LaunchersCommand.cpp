@@ -2,7 +2,6 @@
 // favourites, KDE Plasma's task manager), and, when asked, their removal.
 
 #include <cstdio>
-#include <set>
 
 #include <nlohmann/json.hpp>
 
@@ -12,6 +11,7 @@
 #include "TerminalText.h"
 #include "DiskScanKit/Paths.h"
 #include "UninstallKit/AppCatalog.h"
+#include "UninstallKit/AppLaunchers.h"
 #include "UninstallKit/DesktopApps.h"
 #include "UninstallKit/DesktopLaunchers.h"
 
@@ -28,15 +28,9 @@ int runLaunchers(const std::vector<std::string>& words) {
     if (!arguments.positionals.empty())
         throw UsageError("launchers takes no path, not \"" + arguments.positionals.front() + "\"");
     const DesktopMachine machine = DesktopMachine::fromEnvironment(systemRoot(arguments));
-    std::set<std::string> installed;
-    const DesktopAppListing listing = AppCatalog::installedApps(machine);
-    for (const InstalledApp& app : listing.apps) installed.insert(app.desktopId);
-    // An entry that could not be read may still be an installed app's: its launcher is no orphan.
-    for (const auto& [entry, reason] : listing.unreadable) installed.insert(std::string(Paths::lastComponent(entry)));
     const std::shared_ptr<DesktopLaunchers> launchers =
         DesktopLaunchers::system(Paths::xdgFolder("XDG_CONFIG_HOME", machine.home, ".config"));
-    const std::vector<DesktopLaunchers::Orphan> orphans =
-        launchers->orphans([&](const std::string& desktopId) { return installed.contains(desktopId); });
+    const std::vector<DesktopLaunchers::Orphan> orphans = AppLaunchers::orphans(*launchers, AppCatalog::installedApps(machine));
     const bool remove = arguments.has("remove");
     if (remove) launchers->removeOrphans(orphans);
     if (arguments.has("json")) {

@@ -95,13 +95,9 @@ int runLeftovers(const std::vector<std::string>& words) {
         if (items.empty()) std::printf("Nothing left behind by removed apps was found.\n");
         printItems(items);
         std::printf("%s found, %s ticked.\n", ByteFormat::string(totalBytes).c_str(), ByteFormat::string(tickedBytes).c_str());
-        if (clean) {
-            printPlan(trashed.plan);
-            printOutcome(trashed.outcome);
-        }
+        if (clean) printRun(trashed);
     }
-    if (!clean) return exitSuccess;
-    return trashed.plan.refused.empty() && trashed.outcome.failures.empty() ? exitSuccess : exitFailure;
+    return clean ? statusOf(trashed) : exitSuccess;
 }
 
 } // namespace tessel::cli

@@ -33,6 +33,28 @@ void putName(nlohmann::ordered_json& object, const std::string& key, std::string
     object[key + "Bytes"] = Base64::encode(name);
 }
 
+void putNameOrNull(nlohmann::ordered_json& object, const std::string& key, const std::optional<std::string>& name) {
+    if (name) putName(object, key, *name);
+    else object[key] = nullptr;
+}
+
+void printUnreadable(const char* title, const std::vector<std::pair<std::string, std::string>>& files) {
+    if (files.empty()) return;
+    std::printf("%s\n", title);
+    for (const auto& [file, reason] : files) std::printf("  %s: %s\n", printable(file).c_str(), printable(reason).c_str());
+}
+
+nlohmann::ordered_json unreadableFiles(const std::vector<std::pair<std::string, std::string>>& files) {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const auto& [file, reason] : files) {
+        nlohmann::ordered_json item;
+        putName(item, "file", file);
+        putName(item, "reason", reason);
+        list.push_back(std::move(item));
+    }
+    return list;
+}
+
 void putNames(nlohmann::ordered_json& object, const std::string& key, const std::vector<std::string>& names) {
     nlohmann::ordered_json shown = nlohmann::ordered_json::array();
     nlohmann::ordered_json bytes = nlohmann::ordered_json::array();

@@ -10,6 +10,7 @@
 #include <climits>
 #include <cstdio>
 
+#include "Command.h"
 #include "Listing.h"
 #include "TerminalText.h"
 #include "DiskScanKit/AnchoredPath.h"
@@ -122,6 +123,13 @@ nlohmann::ordered_json trashReport(const DeletionPlan& plan, const TrashOutcome&
     }
     return {{"allowed", allowed}, {"refused", refused}, {"receipts", receipts}, {"failures", failures}};
 }
+
+void printRun(const TrashRun& run) {
+    printPlan(run.plan);
+    printOutcome(run.outcome);
+}
+
+int statusOf(const TrashRun& run) { return run.plan.refused.empty() && run.outcome.failures.empty() ? exitSuccess : exitFailure; }
 
 TrashRun moveToTrash(const std::vector<DeletionCandidate>& candidates, bool dryRun) {
     const DeletionGuard::Context context{Paths::homeFolder(), runningProgram(), currentPlatform(), {}};

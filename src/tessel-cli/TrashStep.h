@@ -27,5 +27,9 @@ TrashRun moveToTrash(const std::vector<DeletionCandidate>& candidates, bool dryR
 void printPlan(const DeletionPlan& plan);
 void printOutcome(const TrashOutcome& outcome);
 nlohmann::ordered_json trashReport(const DeletionPlan& plan, const TrashOutcome& outcome);
+// A run's plan and outcome, in those words.
+void printRun(const TrashRun& run);
+// The status of a command that moved things: 1 when something that was to go stayed.
+int statusOf(const TrashRun& run);
 
 } // namespace tessel::cli

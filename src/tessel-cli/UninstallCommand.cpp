@@ -16,12 +16,7 @@
 #include "TrashStep.h"
 #include "Base/AsciiCase.h"
 #include "DiskScanKit/ByteFormat.h"
-#include "DiskScanKit/DiskScanner.h"
-#include "DiskScanKit/Paths.h"
-#include "UninstallKit/AppImages.h"
-#include "UninstallKit/DpkgDatabase.h"
 #include "UninstallKit/FoundApps.h"
-#include "UninstallKit/PathOwners.h"
 #include "UninstallKit/UninstallPlanner.h"
 
 namespace tessel::cli {
@@ -48,11 +43,10 @@ std::optional<FoundApp> appNamed(const std::vector<FoundApp>& found, const std::
 int runUninstall(const std::vector<std::string>& words) {
     const Arguments arguments = parseArguments(words, uninstallOptions);
     if (arguments.positionals.size() != 1) throw UsageError("uninstall wants one app: its identifier, package or name");
-    const std::string root = systemRoot(arguments);
-    const DesktopMachine machine = DesktopMachine::fromEnvironment(root);
+    const DesktopMachine machine = DesktopMachine::fromEnvironment(systemRoot(arguments));
     const RunningPrograms running = RunningPrograms::inThisSession(machine.onDisk("/proc"));
     // Where each app came from decides how it goes.
-    const FoundAppListing listing = gatheredApps(machine, root, running);
+    const FoundAppListing listing = FoundApps::onMachine(machine, cacheFolder(), running);
     std::vector<InstalledApp> apps;
     for (const FoundApp& found : listing.apps) apps.push_back(found.app);
     const std::optional<FoundApp> chosen = appNamed(listing.apps, arguments.positionals.front());
@@ -60,23 +54,18 @@ int runUninstall(const std::vector<std::string>& words) {
         printError("no installed app is called \"" + printable(arguments.positionals.front()) + "\"; tessel apps lists them");
         return exitFailure;
     }
-    const auto folders = ResidueLocation::LinuxFolders::fromEnvironment(machine.home, machine.dataHome, root);
-    const ResidueScanner scanner(apps, ResidueLocation::onLinux(folders),
-                                 [](const std::string& path) { return DiskScanner::allocatedSize(path); });
+    const ResidueScanner scanner = UninstallPlanner::scannerOf(apps, machine);
     const InstalledApp* app = &chosen->app;
     const bool isRunning = chosen->isRunning;
     const UninstallPlan plan = UninstallPlanner::plan(*app, scanner, machine, isRunning);
 
-    std::set<std::string> ticked;
-    if (plan.bundlePath && !plan.bundleRequiresAdministrator) ticked.insert(*plan.bundlePath);
-    for (const ResidueItem& item : plan.removable()) ticked.insert(item.path);
+    const std::set<std::string> ticked = UninstallPlanner::selectable({plan});
     const bool dryRun = arguments.has("dry-run");
     const TrashRun trashed = dryRun ? TrashRun{} : moveToTrash(UninstallPlanner::candidates({plan}, ticked), false);
 
     if (arguments.has("json")) {
         nlohmann::ordered_json bundle;
-        if (plan.bundlePath) putName(bundle, "path", *plan.bundlePath);
-        else bundle["path"] = nullptr;
+        putNameOrNull(bundle, "path", plan.bundlePath);
         bundle["bytes"] = plan.bundleBytes;
         if (plan.handoff) bundle["handoff"] = *plan.handoff;
         else bundle["handoff"] = nullptr;
@@ -109,12 +98,11 @@ int runUninstall(const std::vector<std::string>& words) {
         if (dryRun) {
             std::printf("Nothing was moved: --dry-run.\n");
         } else {
-            printPlan(trashed.plan);
-            printOutcome(trashed.outcome);
+            printRun(trashed);
         }
     }
     if (dryRun) return exitSuccess;
-    return trashed.plan.refused.empty() && trashed.outcome.failures.empty() ? exitSuccess : exitFailure;
+    return statusOf(trashed);
 }
 
 } // namespace tessel::cli

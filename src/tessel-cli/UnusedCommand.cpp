@@ -68,7 +68,7 @@ int runUnused(const std::vector<std::string>& words) {
     const std::string root = systemRoot(arguments);
     const DesktopMachine machine = DesktopMachine::fromEnvironment(root);
     const RunningPrograms running = RunningPrograms::inThisSession(machine.onDisk("/proc"));
-    const FoundAppListing listing = gatheredApps(machine, root, running);
+    const FoundAppListing listing = FoundApps::onMachine(machine, cacheFolder(), running);
     const std::int64_t now = std::time(nullptr);
     const OpeningEvidence evidence = LastOpenedReader::read(machine, now);
     const UnusedAppsJudgement judgement = UnusedApps::judge(UnusedApps::entries(listing.apps, evidence, machine), static_cast<int>(days), now);

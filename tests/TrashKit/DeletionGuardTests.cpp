@@ -36,7 +36,8 @@ TEST(DeletionGuardStatic, EachPlaceIsRefusedForItsOwnReason) {
     const Cases onLinux{
         {R::systemPath, {"/etc/passwd", "/usr/share/doc", "/snap/firefox/4336/usr/lib", "/nix/store/0c5f-hello/bin/x",
                          "/home/me/.local/share/flatpak/"}},
-        {R::protectedFolder, {"/home/me", "/home/me/Documents/", "/usr/local", "/home"}},
+        {R::protectedFolder,
+         {"/home/me", "/home/me/Documents/", "/usr/local", "/home", "/home/me/.local/share", "/home/me/.local"}},
         {R::keychain, {"/home/me/.local/share/keyrings/login.keyring"}},
         {R::inTrash, {"/home/me/.local/share/Trash/files/x", "/mnt/disk/.Trash-1000/files/x", "/srv/.Trash/1000/files/x"}},
         {R::volumeRoot, {"/media/me/USB", "/run/media/me/USB", "/mnt/disk"}},

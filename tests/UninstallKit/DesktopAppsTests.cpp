@@ -11,6 +11,7 @@
 #include "Fixture.h"
 #include "ScopedEnvironment.h"
 #include "DescribedLinux.h"
+#include "UninstallKit/AppIcons.h"
 #include "UninstallKit/DesktopApps.h"
 
 namespace tessel {
@@ -101,6 +102,26 @@ TEST_F(DescribedLinux, NamesFollowTheLocaleAndSortAsAPersonReads) {
     EXPECT_EQ(names(listing()), (std::vector<std::string>{"Archive", "browser", "calendar"}));
     machine.locale = MessagesLocale::parse("sr_RS.UTF-8@latin");
     EXPECT_EQ(names(listing()), (std::vector<std::string>{"Archive", "calendar", "Pregledač"}));
+}
+
+TEST_F(DescribedLinux, IconsAndLinkHandlersAreFoundWhereTheDesktopLooks) {
+    write(machine.dataHome + "/icons/hicolor/64x64/apps/viewer.png", "user's");
+    write("/usr/share/icons/hicolor/scalable/apps/viewer.svg", "system's");
+    write("/usr/share/icons/hicolor/48x48/apps/maps.png", "small");
+    write("/usr/share/icons/hicolor/128x128/apps/maps.png", "large");
+    write("/usr/share/pixmaps/old.xpm", "old");
+    EXPECT_EQ(AppIcons::find("viewer", machine), machine.dataHome + "/icons/hicolor/64x64/apps/viewer.png") << "the user's first";
+    EXPECT_EQ(AppIcons::find("maps", machine), local("/usr/share/icons/hicolor/128x128/apps/maps.png"));
+    EXPECT_EQ(AppIcons::find("old.xpm", machine), local("/usr/share/pixmaps/old.xpm")) << "an old entry's ending is dropped";
+    EXPECT_EQ(AppIcons::find("/usr/share/pixmaps/old.xpm", machine), local("/usr/share/pixmaps/old.xpm"));
+    ASSERT_EQ(mkfifo(local("/usr/share/pixmaps/pipe.png").c_str(), 0644), 0);
+    for (const char* none : {"pipe", "/usr/share/pixmaps/pipe.png", "../pixmaps/old", "missing", ""})
+        EXPECT_EQ(AppIcons::find(none, machine), std::nullopt) << none;
+
+    app("/usr/share/applications/viewer.desktop", "Viewer", "Exec=viewer\nMimeType=x-scheme-handler/appstreamish;\n");
+    app("/usr/share/applications/store.desktop", "Store", "Exec=viewer\nNoDisplay=true\nMimeType=text/html;x-scheme-handler/appstream\n");
+    EXPECT_EQ(AppCatalog::schemeHandler(listing().apps, machine, "appstream"), "store.desktop");
+    EXPECT_EQ(AppCatalog::schemeHandler(listing().apps, machine, "steam"), std::nullopt);
 }
 
 // Root lists every folder, so this runs as an ordinary user only.

@@ -43,7 +43,7 @@ TEST(ResidueOnLinux, EachEntryIsGradedByWhatTheAppAnswersTo) {
     for (const char* path : {".config/viewer/", ".config/org.example.Viewer.json", ".config/autostart/viewer-tray.desktop",
                              ".cache/viewer-bin/", ".cache/org.example.Viewer.Plugins/", ".local/share/Viewer Backups/",
                              ".local/share/otherviewer/", ".local/share/google/", ".var/app/org.example.Viewer/data/", "root/etc/viewer/",
-                             ".local/state/org.example.Tools/"})
+                             ".local/state/org.example.Tools/", ".local/share/icons/hicolor/256x256/apps/org.example.Viewer.png"})
         make(home / path);
 
     const ResidueScanner scanner({viewer, other, app("Vim", "vim")}, ResidueLocation::onLinux(foldersOf(home.path(), home / "root")),
@@ -60,6 +60,7 @@ TEST(ResidueOnLinux, EachEntryIsGradedByWhatTheAppAnswersTo) {
                          ".config/org.example.Viewer.json: exact",       // the identifier, its ending taken off
                          ".config/viewer: exact",                        // the package
                          ".local/share/Viewer Backups: possible",        // resembles the name
+                         ".local/share/icons/hicolor/256x256/apps/org.example.Viewer.png: exact", // an icon, in its theme
                          ".local/state/org.example.Tools: likely",       // the vendor's, and Viewer is its only app
                          ".var/app/org.example.Viewer: exact", "root/etc/viewer: exact"}))
         << "another app's package and a vendor's shared folder are none of Viewer's";

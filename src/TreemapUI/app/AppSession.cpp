@@ -5,6 +5,7 @@
 #include <QGuiApplication>
 #include <QtConcurrent>
 
+#include <chrono>
 #include <utility>
 
 #include "app/Notices.h"
@@ -55,12 +56,14 @@ AppSession::Dependencies AppSession::Dependencies::system(QSettings* settings, s
     dependencies.bundlePath = QCoreApplication::applicationFilePath().toStdString();
     dependencies.snapshotDirectory = SnapshotStore::defaultDirectory();
     dependencies.desktop = Desktop::system();
+    const std::shared_ptr<DesktopLaunchers> pinned =
+        DesktopLaunchers::system(Paths::xdgFolder("XDG_CONFIG_HOME", dependencies.home, ".config"));
     dependencies.launchers = std::make_shared<AppLaunchers>(
-        DesktopLaunchers::system(Paths::xdgFolder("XDG_CONFIG_HOME", dependencies.home, ".config")),
-        [] { return AppCatalog::installedApps(DesktopMachine::fromEnvironment("/")).apps; });
+        pinned, [] { return AppCatalog::installedApps(DesktopMachine::fromEnvironment("/")).apps; });
     dependencies.knownApps = [home = dependencies.home] { return installedAppHomes(home); };
     dependencies.junk = JunkModel::Dependencies::system(JunkPlaces::fromEnvironment(), settings);
     dependencies.leftovers = LeftoversModel::Dependencies::system(dependencies.home);
+    dependencies.uninstall = UninstallModel::Dependencies::system(dependencies.home, pinned, settings);
     return dependencies;
 }
 
@@ -71,7 +74,13 @@ AppSession::AppSession(Dependencies dependencies, QObject* parent)
       tools_(tree_, removal_, dependencies_.desktop, dependencies_.settings, changesEnvironment(), dependencies_.home,
              dependencies_.junk, dependencies_.leftovers, this),
       overview_(tree_, dependencies_.settings, dependencies_.home, this), spaceMap_(tree_, dependencies_.settings, this),
-      uninstall_(this), permissions_(this), largeFiles_(tree_, {&removal_, dependencies_.desktop}, dependencies_.settings, this),
+      uninstall_(dependencies_.uninstall, removal_, this),
+      unused_(uninstall_,
+              [] {
+                  return std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch()).count();
+              },
+              this),
+      permissions_(this), largeFiles_(tree_, {&removal_, dependencies_.desktop}, dependencies_.settings, this),
       search_(tree_, {&removal_, dependencies_.desktop}, dependencies_.settings, this) {
     if (qGuiApp != nullptr)
         connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {

@@ -19,6 +19,7 @@
 #include "app/Desktop.h"
 #include "app/PermissionsGate.h"
 #include "apps/UninstallModel.h"
+#include "apps/UnusedAppsModel.h"
 #include "lists/LargeFilesModel.h"
 #include "lists/SearchModel.h"
 #include "tools/hidden/HiddenFilesModel.h"
@@ -41,6 +42,7 @@ class AppSession : public QObject {
     Q_PROPERTY(tessel::OverviewModel* overview READ overview CONSTANT)
     Q_PROPERTY(tessel::SpaceMapModel* spaceMap READ spaceMap CONSTANT)
     Q_PROPERTY(tessel::UninstallModel* uninstall READ uninstall CONSTANT)
+    Q_PROPERTY(tessel::UnusedAppsModel* unused READ unused CONSTANT)
     Q_PROPERTY(tessel::PermissionsGate* permissions READ permissions CONSTANT)
     Q_PROPERTY(tessel::AppNotifications* notifications READ notifications CONSTANT)
     Q_PROPERTY(tessel::LargeFilesModel* largeFiles READ largeFiles CONSTANT)
@@ -71,6 +73,8 @@ public:
         JunkModel::Dependencies junk;
         // The leftovers room's look; it finds nothing when left empty.
         LeftoversModel::Dependencies leftovers;
+        // The uninstaller's machine and what runs; it lists nothing when left empty.
+        UninstallModel::Dependencies uninstall;
         static Dependencies system(QSettings* settings, std::string initialPath);
     };
 
@@ -82,6 +86,7 @@ public:
     OverviewModel* overview() { return &overview_; }
     SpaceMapModel* spaceMap() { return &spaceMap_; }
     UninstallModel* uninstall() { return &uninstall_; }
+    UnusedAppsModel* unused() { return &unused_; }
     PermissionsGate* permissions() { return &permissions_; }
     AppNotifications* notifications() { return &notifications_; }
     LargeFilesModel* largeFiles() { return &largeFiles_; }
@@ -122,6 +127,7 @@ private:
     OverviewModel overview_;
     SpaceMapModel spaceMap_;
     UninstallModel uninstall_;
+    UnusedAppsModel unused_;
     std::optional<QUuid> handledScan_;
     PermissionsGate permissions_;
     LargeFilesModel largeFiles_;

@@ -146,6 +146,8 @@ std::string title(const Room& room) {
 std::string_view comingSentence(const Room& room) {
     switch (room.kind) {
     case Kind::overview:
+    case Kind::apps:
+    case Kind::unused:
         return {};
     case Kind::map:
         return "The space map will show this scan as cards sized by the space each folder and file takes, to open one and look inside.";
@@ -153,10 +155,6 @@ std::string_view comingSentence(const Room& room) {
         return "Search will find files and folders of this scan by name, size and kind, and keep the searches you use often.";
     case Kind::large:
         return "Large Files will list the biggest files of this scan, wherever they are, largest first.";
-    case Kind::apps:
-        return "The Uninstaller will list your apps with everything each one keeps elsewhere, and move an app to the Trash with all of it.";
-    case Kind::unused:
-        return "Unused Apps will show the apps you have not opened for months, and the space each one takes.";
     case Kind::monitor:
         return "The monitor will show processor, memory, network and disk activity, the battery and temperatures, live and over the last hour.";
     case Kind::tool:

@@ -21,6 +21,7 @@ inline constexpr const char* reportTab = "tessel.report.tab";
 inline constexpr const char* sortDuplicates = "tessel.sort.duplicates";
 inline constexpr const char* sortLargeFiles = "tessel.sort.largeFiles";
 inline constexpr const char* sortHiddenFiles = "tessel.sort.hiddenFiles";
+inline constexpr const char* sortUninstaller = "tessel.sort.uninstaller";
 inline constexpr const char* searchRecent = "tessel.search.recent";
 inline constexpr const char* searchSaved = "tessel.search.saved";
 inline constexpr const char* mapListOrder = "tessel.map.listOrder";

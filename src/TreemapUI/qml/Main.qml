@@ -118,6 +118,8 @@ ApplicationWindow {
                 if (window.shell.room === "duplicates") return duplicatesRoom
                 if (window.shell.room === "junk") return junkRoom
                 if (window.shell.room === "leftovers") return leftoversRoom
+                if (window.shell.room === "apps") return uninstallRoom
+                if (window.shell.room === "unused") return unusedAppsRoom
                 if (window.shell.room === "report" || window.shell.room === "changes") return reportRoom
                 return comingRoom
             }
@@ -161,6 +163,17 @@ ApplicationWindow {
     Component {
         id: leftoversRoom
         LeftoversRoom { session: window.session }
+    }
+    Component {
+        id: uninstallRoom
+        UninstallRoom { session: window.session }
+    }
+    Component {
+        id: unusedAppsRoom
+        UnusedAppsRoom {
+            session: window.session
+            shell: window.shell
+        }
     }
     Component {
         id: reportRoom

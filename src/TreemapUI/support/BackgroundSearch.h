@@ -1,8 +1,8 @@
 #pragma once
 // One search at a time, off the main thread, for a room that looks for things
 // (junk, leftovers): its progress and its answer are handed to the main
-// thread, and a search that was stopped or overtaken by a newer one hands
-// over nothing, whatever it still finishes. The room that owns it must
+// thread, where `state` shows them, and a search that was stopped or
+// overtaken by a newer one hands over nothing, whatever it still finishes. The room that owns it must
 // outlive nothing it posts to: the relay is detached and the worker waited
 // for when this goes.
 
@@ -16,6 +16,7 @@
 #include <memory>
 
 #include "support/MainThreadRelay.h"
+#include "support/SearchState.h"
 #include "support/ThreadName.h"
 
 namespace tessel {
@@ -27,54 +28,55 @@ public:
     using Work = std::function<Result(const Progress& progress, const std::function<bool()>& isCancelled)>;
 
     // `threadName` must outlive the search: a literal.
-    BackgroundSearch(QObject* owner, const char* threadName) : relay_(MainThreadRelay::make(owner)), threadName_(threadName) {
+    BackgroundSearch(QObject* owner, const char* threadName)
+        : relay_(MainThreadRelay::make(owner)), threadName_(threadName), state_(owner) {
         // An overtaken search waits for its turn and then hands over nothing.
         worker_.setMaxThreadCount(1);
     }
     ~BackgroundSearch() {
         relay_->detach();
-        stop();
+        abandon();
         worker_.waitForDone();
     }
     BackgroundSearch(const BackgroundSearch&) = delete;
     BackgroundSearch& operator=(const BackgroundSearch&) = delete;
 
-    // Starts `work`; `onProgress` and `onResult` are called on the main thread, unless overtaken or stopped first.
-    void start(Work work, std::function<void(std::size_t, std::size_t)> onProgress, std::function<void(Result)> onResult) {
-        stop();
+    SearchState* state() { return &state_; }
+
+    // Starts `work`, overtaking a search under way; `onResult` is called on
+    // the main thread, before the state says the search is done.
+    void start(Work work, std::function<void(Result)> onResult) {
+        abandon();
+        state_.begin();
         const int generation = generation_;
         auto flag = std::make_shared<std::atomic<bool>>(false);
         cancelled_ = flag;
-        running_ = true;
         auto current = [this, generation] { return generation == generation_; };
         (void)QtConcurrent::run(&worker_, [relay = relay_, name = threadName_, flag, current, work = std::move(work),
-                                           onProgress = std::move(onProgress), onResult = std::move(onResult), this] {
+                                           onResult = std::move(onResult), this] {
             nameThisThread(name);
             Result result = work(
-                [relay, current, onProgress](std::size_t done, std::size_t total) {
-                    relay->post([current, onProgress, done, total] {
-                        if (current()) onProgress(done, total);
+                [relay, current, this](std::size_t done, std::size_t total) {
+                    relay->post([current, this, done, total] {
+                        if (current()) state_.advance(done, total);
                     });
                 },
                 [flag] { return flag->load(); });
             relay->post([this, current, onResult, result = std::move(result)]() mutable {
                 if (!current()) return;
-                running_ = false;
                 cancelled_.reset();
                 onResult(std::move(result));
+                state_.finish();
             });
         });
     }
 
-    // Whatever the search under way still sends is dropped.
+    // Stops the search under way, if any: back to idle, and whatever it still sends is dropped.
     void stop() {
-        if (cancelled_) cancelled_->store(true);
-        cancelled_.reset();
-        ++generation_;
-        running_ = false;
+        if (state_.phase() != SearchState::Phase::Running) return;
+        abandon();
+        state_.stop();
     }
-
-    bool isRunning() const { return running_; }
 
 private:
     std::shared_ptr<MainThreadRelay> relay_;
@@ -82,7 +84,13 @@ private:
     QThreadPool worker_;
     std::shared_ptr<std::atomic<bool>> cancelled_;
     int generation_ = 0;
-    bool running_ = false;
+    SearchState state_;
+
+    void abandon() {
+        if (cancelled_) cancelled_->store(true);
+        cancelled_.reset();
+        ++generation_;
+    }
 };
 
 } // namespace tessel

@@ -1,10 +1,15 @@
 #pragma once
 // A list of plain rows shown to QML by role: what every room's list of
 // groups shares (the count QML binds to, replacing the rows whole or one at
-// a time). A list adds only how its rows read by role.
+// a time). A list adds only how its rows read by role, or lets the rows say
+// it with a table of fields (FieldListModel).
 
 #include <QAbstractListModel>
+#include <QByteArray>
+#include <QHash>
+#include <QVariant>
 
+#include <variant>
 #include <vector>
 
 namespace tessel {
@@ -50,6 +55,38 @@ protected:
 
 private:
     std::vector<Row> rows_;
+};
+
+// A field of a plain row as QML reads it: the role's name and the member it reads.
+template <class Row>
+struct RowField {
+    QByteArray name;
+    std::variant<QString Row::*, bool Row::*, QVariantMap Row::*, QVariantList Row::*> member;
+    QVariant read(const Row& row) const {
+        return std::visit([&](auto field) { return QVariant::fromValue(row.*field); }, member);
+    }
+};
+
+// A list whose rows name their own roles: Row::fields(), the field at i being
+// role Qt::UserRole + 1 + i. A list adds nothing but its QML registration.
+template <class Row>
+class FieldListModel : public RowListModel<Row> {
+public:
+    using RowListModel<Row>::RowListModel;
+
+    QVariant data(const QModelIndex& index, int role) const override {
+        const Row* row = this->rowAt(index);
+        const auto& fields = Row::fields();
+        const int at = role - Qt::UserRole - 1;
+        if (row == nullptr || at < 0 || at >= static_cast<int>(fields.size())) return {};
+        return fields[static_cast<std::size_t>(at)].read(*row);
+    }
+    QHash<int, QByteArray> roleNames() const override {
+        QHash<int, QByteArray> names;
+        const auto& fields = Row::fields();
+        for (std::size_t i = 0; i < fields.size(); ++i) names.insert(Qt::UserRole + 1 + static_cast<int>(i), fields[i].name);
+        return names;
+    }
 };
 
 } // namespace tessel

@@ -35,6 +35,13 @@ std::vector<std::string> AppLaunchers::desktopIdsAt(const std::string& path, con
     return {ids.begin(), ids.end()};
 }
 
+std::vector<DesktopLaunchers::Orphan> AppLaunchers::orphans(DesktopLaunchers& launchers, const DesktopAppListing& listing) {
+    std::set<std::string> installed;
+    for (const InstalledApp& app : listing.apps) installed.insert(app.desktopId);
+    for (const auto& [entry, reason] : listing.unreadable) installed.insert(std::string(Paths::lastComponent(entry)));
+    return launchers.orphans([&](const std::string& desktopId) { return installed.contains(desktopId); });
+}
+
 void AppLaunchers::prepare() {
     std::vector<InstalledApp> apps = apps_();
     std::lock_guard guard(lock_);

@@ -43,6 +43,7 @@
 #include "Base/AsciiCase.h"
 #include "DiskScanKit/Paths.h"
 #include "UninstallKit/AppCatalog.h"
+#include "UninstallKit/StartupProgram.h"
 
 namespace tessel {
 
@@ -50,18 +51,6 @@ namespace {
 
 constexpr int maxLinks = 16;
 constexpr int maxFolderDepth = 8;
-
-std::vector<std::string> absoluteFolders(const char* list) {
-    std::vector<std::string> folders;
-    std::string_view rest = list;
-    while (!rest.empty()) {
-        const std::size_t colon = rest.find(':');
-        const std::string_view folder = rest.substr(0, colon);
-        if (folder.starts_with('/')) folders.push_back(Paths::standardized(folder));
-        rest = colon == std::string_view::npos ? std::string_view{} : rest.substr(colon + 1);
-    }
-    return folders;
-}
 
 struct EntryFile {
     std::string id;
@@ -109,6 +98,18 @@ std::string sourceOf(const std::map<std::string, std::string>& extras, const std
 }
 
 } // namespace
+
+std::vector<std::string> DesktopMachine::absoluteFolders(std::string_view list) {
+    std::vector<std::string> folders;
+    std::string_view rest = list;
+    while (!rest.empty()) {
+        const std::size_t colon = rest.find(':');
+        const std::string_view folder = rest.substr(0, colon);
+        if (folder.starts_with('/')) folders.push_back(Paths::standardized(folder));
+        rest = colon == std::string_view::npos ? std::string_view{} : rest.substr(colon + 1);
+    }
+    return folders;
+}
 
 DesktopMachine DesktopMachine::fromEnvironment(const std::string& root) {
     DesktopMachine machine;
@@ -171,14 +172,8 @@ std::optional<std::string> DesktopMachine::program(const std::string& command) c
 
 namespace AppCatalog {
 
-// With options given to env, env it stays, rather than a guess at which word is the program.
 std::string programOf(const std::vector<std::string>& exec) {
-    if (exec.empty() || Paths::lastComponent(exec.front()) != "env") return exec.empty() ? std::string() : exec.front();
-    for (std::size_t at = 1; at < exec.size(); ++at) {
-        if (exec[at].starts_with('-')) break;
-        if (exec[at].find('=') == std::string::npos) return exec[at];
-    }
-    return exec.front();
+    return exec.empty() ? std::string() : StartupProgram::withoutEnv(exec).front();
 }
 
 DesktopAppListing installedApps(const DesktopMachine& machine) {
@@ -210,6 +205,7 @@ DesktopAppListing installedApps(const DesktopMachine& machine) {
             app.bundleIdentifier = file.id.ends_with(".desktop") ? file.id.substr(0, file.id.size() - 8) : file.id;
             app.name = entry.name(machine.locale).value_or(*app.bundleIdentifier);
             app.isShown = !entry.isNotShown();
+            app.icon = entry.icon();
             if (const std::optional<DesktopEntry::Command> command = entry.exec()) app.exec = command->arguments;
             if (!app.exec.empty()) app.programPath = machine.program(programOf(app.exec));
             const std::map<std::string, std::string> extras = entry.extras();
@@ -225,6 +221,25 @@ DesktopAppListing installedApps(const DesktopMachine& machine) {
     }
     std::stable_sort(listing.apps.begin(), listing.apps.end(), nameOrder);
     return listing;
+}
+
+std::optional<std::string> schemeHandler(const std::vector<InstalledApp>& apps, const DesktopMachine& machine,
+                                         std::string_view scheme) {
+    const std::string wanted = "x-scheme-handler/" + std::string(scheme);
+    for (const InstalledApp& app : apps) {
+        if (!app.entryPath.ends_with(".desktop")) continue;
+        const std::optional<std::string> target = machine.followLinks(app.entryPath);
+        if (!target) continue;
+        const DesktopEntry::Parse parsed = DesktopEntry::read(machine.onDisk(*target));
+        if (!parsed.entry) continue;
+        const std::string types = parsed.entry->string("MimeType").value_or("");
+        for (std::size_t start = 0; start <= types.size();) {
+            const std::size_t end = std::min(types.find(';', start), types.size());
+            if (types.compare(start, end - start, wanted) == 0) return app.desktopId;
+            start = end + 1;
+        }
+    }
+    return std::nullopt;
 }
 
 } // namespace AppCatalog

@@ -32,6 +32,7 @@
 #include "DiskScanKit/DiskScanner.h"
 #include "UninstallKit/AppCatalog.h"
 #include "UninstallKit/AppImages.h"
+#include "UninstallKit/DpkgDatabase.h"
 #include "UninstallKit/SandboxedApps.h"
 
 namespace tessel::FoundApps {
@@ -68,8 +69,10 @@ InstalledApp appOfImage(const AppImage& image, const DesktopMachine& machine) {
                                                                        : *image.desktopId;
     }
     if (image.desktopEntry)
-        if (const DesktopEntry::Parse parsed = DesktopEntry::parse(*image.desktopEntry); parsed.entry)
+        if (const DesktopEntry::Parse parsed = DesktopEntry::parse(*image.desktopEntry); parsed.entry) {
             app.name = parsed.entry->name(machine.locale).value_or(app.name);
+            app.icon = parsed.entry->icon();
+        }
     return app;
 }
 
@@ -148,10 +151,8 @@ FoundAppListing gather(const DesktopMachine& machine, const std::optional<std::s
                     if (!app.version) app.version = images[i].version;
                     entry.bytes = images[i].bytes;
                 }
-            entry.isRunning = running.runs(program);
         }
-        entry.isRunning = entry.isRunning || (app.package && running.runsApp(*app.package)) ||
-                          (app.bundleIdentifier && running.runsApp(*app.bundleIdentifier));
+        entry.isRunning = runs(app, machine, running);
         entry.app = std::move(app);
         completeFromPackage(entry, machine, packages, dpkg);
         found.apps.push_back(std::move(entry));
@@ -163,6 +164,31 @@ FoundAppListing gather(const DesktopMachine& machine, const std::optional<std::s
     }
     std::ranges::stable_sort(found.apps, [](const FoundApp& a, const FoundApp& b) { return AppCatalog::nameOrder(a.app, b.app); });
     return found;
+}
+
+bool runs(const InstalledApp& app, const DesktopMachine& machine, const RunningPrograms& running) {
+    if (app.programPath && running.runs(realPath(machine.onDisk(*app.programPath)))) return true;
+    if (app.source == "appimage" && running.runs(realPath(app.bundlePath))) return true;
+    return (app.package && running.runsApp(*app.package)) || (app.bundleIdentifier && running.runsApp(*app.bundleIdentifier));
+}
+
+MachinePackages MachinePackages::read(const std::string& root, const std::string& cacheFolder) {
+    MachinePackages packages;
+    try {
+        packages.owners = PathOwners::cached(root, cacheFolder);
+        packages.receipts = PackageReceipts::list(root);
+    } catch (const DpkgError&) {
+        packages = {};
+    }
+    return packages;
+}
+
+FoundAppListing onMachine(const DesktopMachine& machine, const MachinePackages& packages, const RunningPrograms& running) {
+    return gather(machine, AppImages::systemUnsquashfs(), running, packages.view());
+}
+
+FoundAppListing onMachine(const DesktopMachine& machine, const std::string& cacheFolder, const RunningPrograms& running) {
+    return onMachine(machine, MachinePackages::read(machine.root, cacheFolder), running);
 }
 
 } // namespace tessel::FoundApps

@@ -24,10 +24,10 @@
 #include "Base/SmallFile.h"
 #include "DiskScanKit/DiskScanner.h"
 #include "DiskScanKit/Paths.h"
-#include "UninstallKit/AppImages.h"
 #include "UninstallKit/FoundApps.h"
 #include "UninstallKit/ReverseDns.h"
 #include "UninstallKit/SandboxedApps.h"
+#include "UninstallKit/SystemdUnitFile.h"
 
 namespace tessel::OrphanEvidence {
 
@@ -80,20 +80,16 @@ std::optional<std::string> startupProgram(const DesktopMachine& machine, const s
         if (!parsed.entry) return std::nullopt;
         if (const std::optional<DesktopEntry::Command> exec = parsed.entry->exec()) command = exec->arguments;
     } else if (path.ends_with(".service")) {
-        const SmallFileRead read = readSmallFile(path, DesktopEntry::maxFileBytes);
+        const SmallFileRead read = readSmallFile(path, SystemdUnitFile::maxFileBytes);
         if (!read.text) return std::nullopt;
-        for (std::string_view line : linesOf(*read.text)) {
-            line = trimmed(line);
-            if (!line.starts_with("ExecStart=")) continue;
-            line.remove_prefix(10);
-            // The prefixes that change how a service's program runs, not which one.
-            while (!line.empty() && std::string_view("-@:+!").find(line.front()) != std::string_view::npos) line.remove_prefix(1);
-            try {
-                command = DesktopEntry::splitCommand(line);
-            } catch (const std::invalid_argument&) {
-                return std::nullopt;
-            }
-            break;
+        SystemdUnitFile unit;
+        unit.apply(*read.text);
+        const std::vector<std::string> starts = unit.values("Service", "ExecStart");
+        try {
+            if (const auto split = starts.empty() ? std::nullopt : SystemdUnitFile::splitCommand(starts.front()))
+                command = {split->program};
+        } catch (const std::invalid_argument&) {
+            return std::nullopt;
         }
     }
     if (command.empty()) return std::nullopt;
@@ -153,20 +149,11 @@ std::vector<OrphanItem> findOnLinux(const DesktopMachine& machine, const std::st
                                     const std::function<void(std::size_t, std::size_t)>& progress,
                                     const std::function<bool()>& isCancelled) {
     RunningPrograms running = RunningPrograms::inThisSession(machine.onDisk("/proc"));
-    std::optional<PathOwners> owners;
-    std::vector<PackageReceipt> packages;
-    try {
-        owners = PathOwners::cached(machine.root, cacheFolder);
-        packages = PackageReceipts::list(machine.root);
-    } catch (const DpkgError&) {
-        // Without a package database, what the desktop and the PATH say still counts.
-    }
+    const FoundApps::MachinePackages packages = FoundApps::MachinePackages::read(machine.root, cacheFolder);
     std::vector<InstalledApp> apps;
-    const FoundApps::Packages known{owners ? &*owners : nullptr, packages};
-    for (FoundApp& found : FoundApps::gather(machine, AppImages::systemUnsquashfs(), running, known).apps)
-        apps.push_back(std::move(found.app));
+    for (FoundApp& found : FoundApps::onMachine(machine, packages, running).apps) apps.push_back(std::move(found.app));
     const OrphanHunter hunter(
-        ofLinux(machine, apps, owners ? &*owners : nullptr, packages, std::move(running)),
+        ofLinux(machine, apps, packages.view().owners, packages.receipts, std::move(running)),
         ResidueLocation::onLinux(ResidueLocation::LinuxFolders::fromEnvironment(machine.home, machine.dataHome, machine.root)),
         [](const std::string& path) { return DiskScanner::allocatedSize(path); });
     return hunter.find(now, progress, isCancelled);

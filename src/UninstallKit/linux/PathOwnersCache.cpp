@@ -9,21 +9,13 @@
 
 #include <functional>
 
+#include "Base/MakeFolders.h"
 #include "Base/ReplaceFile.h"
 #include "Base/SmallFile.h"
 #include "UninstallKit/DpkgDatabase.h"
 #include "UninstallKit/PathOwners.h"
 
 namespace tessel {
-
-namespace {
-
-void makeFolders(const std::string& folder) {
-    for (std::size_t at = 1; at <= folder.size(); ++at)
-        if (at == folder.size() || folder[at] == '/') mkdir(folder.substr(0, at).c_str(), 0700);
-}
-
-} // namespace
 
 PathOwners PathOwners::cached(const std::string& root, const std::string& cacheFolder) {
     // A database in a layout this code can't read is refused, copy or not.

@@ -5,6 +5,7 @@
 // groups, and what is said once things have moved or come back.
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Base/Platform.h"
@@ -52,6 +53,8 @@ Sheet make(const DeletionPlan& plan, Platform platform = currentPlatform());
 // uses them is running) to what is skipped, each with its sentence; with
 // nothing left to move, the heading says so.
 void holdBack(Sheet& sheet, std::vector<Row> held);
+// Why a held-back row stays: "In use: Firefox is running. Quit it, then try again."
+std::string inUse(std::string_view program);
 // The name the file manager goes by here: "Finder" on macOS, "Files" elsewhere.
 std::string fileManagerName(Platform platform = currentPlatform());
 

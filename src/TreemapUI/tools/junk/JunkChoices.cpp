@@ -1,36 +1,12 @@
 #include "tools/junk/JunkChoices.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <map>
-#include <string_view>
 
 #include "DiskScanKit/CheckedSize.h"
+#include "TrashKit/RemovalSheet.h"
 
 namespace tessel::JunkChoices {
-
-namespace {
-
-// "/media/ann/Backup" of "/media/ann/Backup/x/y": the folder a removable disk is mounted on, or none.
-std::string volumeOf(const std::string& path) {
-    for (auto [prefix, depth] : {std::pair<std::string_view, int>{"/run/media/", 2}, {"/media/", 2}, {"/mnt/", 1}}) {
-        if (!path.starts_with(prefix)) continue;
-        std::size_t end = prefix.size();
-        for (int part = 0; part < depth && end != std::string::npos; ++part) end = path.find('/', end + 1);
-        return path.substr(0, end == std::string::npos ? path.size() : end);
-    }
-    return {};
-}
-
-bool isMounted(const std::string& folder) {
-    struct stat own {};
-    struct stat parent {};
-    return lstat(folder.c_str(), &own) == 0 && lstat((folder + "/..").c_str(), &parent) == 0 && own.st_dev != parent.st_dev;
-}
-
-} // namespace
 
 std::int64_t Group::bytes() const {
     std::int64_t total = 0;
@@ -85,15 +61,7 @@ void toggle(const Group& group, std::set<std::string>& selection, const std::set
 
 std::string inUseReason(const JunkItem& item) {
     const std::optional<std::string>& user = item.toolName ? item.toolName : item.app;
-    return "In use: " + (user ? *user : std::string("a program that uses it")) + " is running. Quit it, then try again.";
-}
-
-Presence presenceOf(const std::string& path) {
-    struct stat status {};
-    if (lstat(path.c_str(), &status) == 0) return Presence::present;
-    if (errno != ENOENT && errno != ENOTDIR) return Presence::unknown;
-    const std::string volume = volumeOf(path);
-    return volume.empty() || isMounted(volume) ? Presence::missing : Presence::unknown;
+    return RemovalSheet::inUse(user ? *user : std::string("a program that uses it"));
 }
 
 } // namespace tessel::JunkChoices

@@ -5,6 +5,7 @@
 // still there.
 
 #include <cstdint>
+#include <functional>
 #include <set>
 #include <string>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "Base/Platform.h"
 #include "support/TickedGroups.h"
 #include "UninstallKit/JunkItem.h"
+#include "UninstallKit/Presence.h"
 
 namespace tessel::JunkChoices {
 
@@ -41,9 +43,17 @@ void toggle(const Group& group, std::set<std::string>& selection, const std::set
 // Why an item stays when it was to go: the program it belongs to runs.
 std::string inUseReason(const JunkItem& item);
 
-enum class Presence { present, missing, unknown };
 // Whether the item still stands. A disk that is not mounted now can't say: an
 // item on it (under /media, /run/media or /mnt) is unknown, as is one that can't be looked at.
-Presence presenceOf(const std::string& path);
+using Presence = ::tessel::Presence;
+using ::tessel::presenceOf;
+// The paths of `items` that `presence` says are gone for sure.
+template <class Items>
+std::set<std::string> missing(const Items& items, const std::function<Presence(const std::string&)>& presence) {
+    std::set<std::string> gone;
+    for (const auto& item : items)
+        if (presence && presence(item.path) == Presence::missing) gone.insert(item.path);
+    return gone;
+}
 
 } // namespace tessel::JunkChoices

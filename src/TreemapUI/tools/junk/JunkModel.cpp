@@ -55,17 +55,8 @@ JunkModel::JunkModel(Dependencies dependencies, RemovalRoad& road, QObject* pare
 
 JunkModel::~JunkModel() { relay_->detach(); }
 
-void JunkModel::setPhase(Phase phase) {
-    if (phase_ == phase) return;
-    phase_ = phase;
-    emit phaseChanged();
-}
-
 void JunkModel::run() {
     if (!dependencies_.find) return;
-    done_ = total_ = 0;
-    emit progressChanged();
-    setPhase(Phase::Running);
     const std::int64_t now = dependencies_.now ? dependencies_.now() : 0;
     search_.start(
         [now, find = dependencies_.find, running = dependencies_.running](const auto& progress, const auto& isCancelled) {
@@ -74,21 +65,10 @@ void JunkModel::run() {
             if (running && !isCancelled()) found.inUse = JunkSearch::inUse(found.items, running());
             return found;
         },
-        [this](std::size_t done, std::size_t total) {
-            done_ = static_cast<int>(done);
-            total_ = static_cast<int>(total);
-            emit progressChanged();
-        },
         [this](Found found) { received(std::move(found.items), std::move(found.inUse)); });
 }
 
-void JunkModel::cancel() {
-    if (phase_ != Phase::Running) return;
-    search_.stop();
-    done_ = total_ = 0;
-    emit progressChanged();
-    setPhase(Phase::Idle);
-}
+void JunkModel::cancel() { search_.stop(); }
 
 void JunkModel::received(std::vector<JunkItem> items, std::set<std::string> inUse) {
     items_ = std::move(items);
@@ -98,7 +78,6 @@ void JunkModel::received(std::vector<JunkItem> items, std::set<std::string> inUs
     rebuild();
     selection_ = JunkChoices::recommended(items_, inUse_);
     publish();
-    setPhase(Phase::Done);
 }
 
 void JunkModel::rebuild() {
@@ -183,9 +162,7 @@ JunkChoices::TickState JunkModel::tickState(const std::string& groupId) const {
 
 void JunkModel::refreshPresence() {
     if (items_.empty()) return;
-    std::set<std::string> gone;
-    for (const JunkItem& item : items_)
-        if (dependencies_.presence && dependencies_.presence(item.path) == JunkChoices::Presence::missing) gone.insert(item.path);
+    std::set<std::string> gone = JunkChoices::missing(items_, dependencies_.presence);
     if (gone == gone_) return;
     gone_ = std::move(gone);
     for (const std::string& path : gone_) selection_.erase(path);

@@ -33,9 +33,7 @@ class JunkModel : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("The tools own the junk room")
-    Q_PROPERTY(tessel::JunkModel::Phase phase READ phase NOTIFY phaseChanged)
-    Q_PROPERTY(int done READ done NOTIFY progressChanged)
-    Q_PROPERTY(int total READ total NOTIFY progressChanged)
+    Q_PROPERTY(tessel::SearchState* search READ search CONSTANT)
     Q_PROPERTY(tessel::TickedGroupList* groups READ groups CONSTANT)
     Q_PROPERTY(int itemCount READ itemCount NOTIFY resultChanged)
     Q_PROPERTY(qint64 totalFound READ totalFound NOTIFY resultChanged)
@@ -46,9 +44,6 @@ class JunkModel : public QObject {
     Q_PROPERTY(QString lastFound READ lastFound NOTIFY lastFoundChanged)
 
 public:
-    enum class Phase { Idle, Running, Done };
-    Q_ENUM(Phase)
-
     struct Dependencies {
         using Progress = std::function<void(std::size_t done, std::size_t total)>;
         // One search at `now` (seconds since 1970), called off the main thread.
@@ -78,9 +73,7 @@ public:
     // Opens the removal's confirmation for the ticked items.
     Q_INVOKABLE void removeTicked();
 
-    Phase phase() const { return phase_; }
-    int done() const { return done_; }
-    int total() const { return total_; }
+    SearchState* search() { return search_.state(); }
     TickedGroupList* groups() { return &list_; }
     int itemCount() const;
     qint64 totalFound() const;
@@ -96,14 +89,11 @@ public:
     JunkChoices::TickState tickState(const std::string& groupId) const;
 
 signals:
-    void phaseChanged();
-    void progressChanged();
     void resultChanged();
     void ticksChanged();
     void lastFoundChanged();
 
 private:
-    void setPhase(Phase phase);
     void received(std::vector<JunkItem> items, std::set<std::string> inUse);
     // Marks what the road found in use just before it moved.
     void heldBack(const std::set<std::string>& paths);
@@ -123,9 +113,6 @@ private:
     RemovalRoad& road_;
     TickedGroupList list_;
     std::shared_ptr<MainThreadRelay> relay_ = MainThreadRelay::make(this);
-    Phase phase_ = Phase::Idle;
-    int done_ = 0;
-    int total_ = 0;
     std::int64_t searchedAt_ = 0;
     // All the last search found; `gone_` is what of it is no longer there.
     std::vector<JunkItem> items_;

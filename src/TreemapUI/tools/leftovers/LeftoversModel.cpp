@@ -56,34 +56,14 @@ LeftoversModel::LeftoversModel(Dependencies dependencies, RemovalRoad& road, QOb
 
 LeftoversModel::~LeftoversModel() = default;
 
-void LeftoversModel::setPhase(Phase phase) {
-    if (phase_ == phase) return;
-    phase_ = phase;
-    emit phaseChanged();
-}
-
 void LeftoversModel::run() {
     if (!dependencies_.find) return;
-    done_ = total_ = 0;
-    emit progressChanged();
-    setPhase(Phase::Running);
     const std::int64_t now = dependencies_.now ? dependencies_.now() : 0;
     search_.start([now, find = dependencies_.find](const auto& progress, const auto& isCancelled) { return find(now, progress, isCancelled); },
-                  [this](std::size_t done, std::size_t total) {
-                      done_ = static_cast<int>(done);
-                      total_ = static_cast<int>(total);
-                      emit progressChanged();
-                  },
                   [this](std::vector<OrphanItem> items) { received(std::move(items)); });
 }
 
-void LeftoversModel::cancel() {
-    if (phase_ != Phase::Running) return;
-    search_.stop();
-    done_ = total_ = 0;
-    emit progressChanged();
-    setPhase(Phase::Idle);
-}
+void LeftoversModel::cancel() { search_.stop(); }
 
 void LeftoversModel::received(std::vector<OrphanItem> items) {
     items_ = std::move(items);
@@ -92,7 +72,6 @@ void LeftoversModel::received(std::vector<OrphanItem> items) {
     selection_.clear();
     selectLikely();
     publish();
-    setPhase(Phase::Done);
 }
 
 void LeftoversModel::rebuild() {
@@ -169,9 +148,7 @@ TickState LeftoversModel::tickState(const std::string& groupKey) const {
 
 void LeftoversModel::refreshPresence() {
     if (items_.empty()) return;
-    std::set<std::string> gone;
-    for (const OrphanItem& item : items_)
-        if (dependencies_.presence && dependencies_.presence(item.path) == JunkChoices::Presence::missing) gone.insert(item.path);
+    std::set<std::string> gone = JunkChoices::missing(items_, dependencies_.presence);
     if (gone == gone_) return;
     gone_ = std::move(gone);
     for (const std::string& path : gone_) selection_.erase(path);

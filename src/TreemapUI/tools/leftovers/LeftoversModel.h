@@ -33,9 +33,7 @@ class LeftoversModel : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("The tools own the leftovers room")
-    Q_PROPERTY(tessel::LeftoversModel::Phase phase READ phase NOTIFY phaseChanged)
-    Q_PROPERTY(int done READ done NOTIFY progressChanged)
-    Q_PROPERTY(int total READ total NOTIFY progressChanged)
+    Q_PROPERTY(tessel::SearchState* search READ search CONSTANT)
     Q_PROPERTY(tessel::TickedGroupList* groups READ groups CONSTANT)
     Q_PROPERTY(int itemCount READ itemCount NOTIFY resultChanged)
     Q_PROPERTY(qint64 totalFound READ totalFound NOTIFY resultChanged)
@@ -44,9 +42,6 @@ class LeftoversModel : public QObject {
     Q_PROPERTY(bool selectsEverything READ selectsEverything NOTIFY ticksChanged)
 
 public:
-    enum class Phase { Idle, Running, Done };
-    Q_ENUM(Phase)
-
     struct Dependencies {
         using Progress = std::function<void(std::size_t done, std::size_t total)>;
         // One look at `now` (seconds since 1970), called off the main thread.
@@ -72,9 +67,7 @@ public:
     Q_INVOKABLE void refreshPresence();
     Q_INVOKABLE void removeTicked();
 
-    Phase phase() const { return phase_; }
-    int done() const { return done_; }
-    int total() const { return total_; }
+    SearchState* search() { return search_.state(); }
     TickedGroupList* groups() { return &list_; }
     int itemCount() const;
     qint64 totalFound() const;
@@ -88,13 +81,10 @@ public:
     TickState tickState(const std::string& groupKey) const;
 
 signals:
-    void phaseChanged();
-    void progressChanged();
     void resultChanged();
     void ticksChanged();
 
 private:
-    void setPhase(Phase phase);
     void received(std::vector<OrphanItem> items);
     void rebuild();
     void publish();
@@ -104,9 +94,6 @@ private:
     Dependencies dependencies_;
     RemovalRoad& road_;
     TickedGroupList list_;
-    Phase phase_ = Phase::Idle;
-    int done_ = 0;
-    int total_ = 0;
     std::vector<OrphanItem> items_;
     std::set<std::string> gone_;
     std::vector<LeftoverGroup> shown_;

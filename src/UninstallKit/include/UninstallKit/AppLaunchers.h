@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "TrashKit/LauncherTiles.h"
+#include "UninstallKit/DesktopApps.h"
 #include "UninstallKit/DesktopLaunchers.h"
 #include "UninstallKit/InstalledApp.h"
 
@@ -29,6 +30,9 @@ public:
 
     // The desktop IDs of the apps among `apps` that `path` is, or holds.
     static std::vector<std::string> desktopIdsAt(const std::string& path, const std::vector<InstalledApp>& apps);
+    // The pinned launchers of apps that `listing` doesn't hold. An entry that
+    // could not be read may still be an installed app's: its launcher is no orphan.
+    static std::vector<DesktopLaunchers::Orphan> orphans(DesktopLaunchers& launchers, const DesktopAppListing& listing);
 
 private:
     std::shared_ptr<DesktopLaunchers> launchers_;

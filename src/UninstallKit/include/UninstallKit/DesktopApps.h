@@ -3,6 +3,7 @@
 // folders, the user's own first.
 
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -25,6 +26,9 @@ struct DesktopMachine {
 
     // From HOME, XDG_DATA_HOME, XDG_DATA_DIRS, PATH and the locale variables.
     static DesktopMachine fromEnvironment(const std::string& root);
+    // The absolute folders of a colon-separated list ($PATH, $XDG_DATA_DIRS),
+    // standardised, in order; a relative one is passed over, as the standards say.
+    static std::vector<std::string> absoluteFolders(std::string_view list);
 
     // Where a path of the machine is read on this one.
     std::string onDisk(const std::string& path) const;
@@ -50,6 +54,12 @@ namespace AppCatalog {
 DesktopAppListing installedApps(const DesktopMachine& machine);
 // The program a command line runs: "env A=1 viewer" runs viewer.
 std::string programOf(const std::vector<std::string>& exec);
+
+// The desktop ID of the first of `apps` whose entry says it opens links of
+// `scheme` (MimeType x-scheme-handler/SCHEME, as the desktop's own lookup
+// reads it): "appstream" finds a software centre. None where no app does.
+std::optional<std::string> schemeHandler(const std::vector<InstalledApp>& apps, const DesktopMachine& machine,
+                                         std::string_view scheme);
 
 } // namespace AppCatalog
 } // namespace tessel

@@ -27,6 +27,8 @@ struct InstalledApp {
     std::vector<std::string> exec;
     std::optional<std::string> programPath;
     bool isShown = true; // false for NoDisplay=true: it exists but stays out of menus
+    // Its entry's Icon: a name the icon theme knows, or a file's absolute path.
+    std::optional<std::string> icon;
     // The Flatpak ID or the snap name of an app those keep, as its entry names it.
     std::optional<std::string> package;
     // On Linux, the names its package carries besides its own desktop ID

@@ -8,6 +8,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -79,6 +80,9 @@ public:
     static bool isSharedFolder(std::string_view foldedName);
     // The name an entry is for, with the ending its location gives it taken off (".plist", ".desktop"...).
     static std::string_view withoutEnding(std::string_view name);
+    // The vendors whose names many apps and the system itself share: a name
+    // under one of them is never one app's by its vendor alone.
+    static const std::set<std::string>& platformPrefixes();
 
 private:
     std::vector<InstalledApp> apps_;

@@ -34,8 +34,15 @@ struct UninstallPlan {
 
 namespace UninstallPlanner {
 
+// What looks for residue on `machine`: its home's folders as the XDG variables
+// name them, the system's under its root; `apps` are all the installed ones,
+// whose names are theirs and no one else's residue.
+ResidueScanner scannerOf(std::vector<InstalledApp> apps, const DesktopMachine& machine);
 std::optional<std::string> handoffCommand(const InstalledApp& app, const DesktopMachine& machine);
 UninstallPlan plan(const InstalledApp& app, const ResidueScanner& scanner, const DesktopMachine& machine, bool isRunning);
+// What starts ticked, and all that may be: each plan's removable residue, and
+// its own file or folder unless only an administrator can move it.
+std::set<std::string> selectable(const std::vector<UninstallPlan>& plans);
 // What goes to the Trash of `plans`, only what is in `selection`, each path once.
 std::vector<DeletionCandidate> candidates(const std::vector<UninstallPlan>& plans, const std::set<std::string>& selection);
 

@@ -62,7 +62,7 @@ protected:
     }
     void search() {
         model->run();
-        ASSERT_TRUE(QTest::qWaitFor([&] { return model->phase() == JunkModel::Phase::Done; }, 5000));
+        ASSERT_TRUE(QTest::qWaitFor([&] { return model->search()->phase() == SearchState::Phase::Done; }, 5000));
     }
     std::vector<std::string> shownPaths() const {
         std::vector<std::string> paths;
@@ -153,11 +153,11 @@ TEST_F(JunkRoom, CancelReturnsToIdleWithTheEarlierGroups) {
     };
     model->run();
     ASSERT_TRUE(entered.try_acquire_for(std::chrono::seconds(5)));
-    EXPECT_EQ(model->phase(), JunkModel::Phase::Running);
+    EXPECT_EQ(model->search()->phase(), SearchState::Phase::Running);
     model->cancel();
-    EXPECT_EQ(model->phase(), JunkModel::Phase::Idle);
+    EXPECT_EQ(model->search()->phase(), SearchState::Phase::Idle);
     QTest::qWait(100);
-    EXPECT_EQ(model->phase(), JunkModel::Phase::Idle);
+    EXPECT_EQ(model->search()->phase(), SearchState::Phase::Idle);
     EXPECT_EQ(shownPaths(), std::vector<std::string>{earlier.path});
     EXPECT_EQ(model->selection(), std::set<std::string>{earlier.path});
 }
@@ -182,10 +182,10 @@ TEST_F(JunkRoom, AnOvertakenSearchPublishesNothing) {
     firstMayEnd.release();
     ASSERT_TRUE(QTest::qWaitFor([&] { return calls == 2; }, 5000));
     QTest::qWait(50);
-    EXPECT_EQ(model->phase(), JunkModel::Phase::Running);
+    EXPECT_EQ(model->search()->phase(), SearchState::Phase::Running);
     EXPECT_TRUE(model->shown().empty());
     secondMayEnd.release();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return model->phase() == JunkModel::Phase::Done; }, 5000));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return model->search()->phase() == SearchState::Phase::Done; }, 5000));
     EXPECT_EQ(shownPaths(), std::vector<std::string>{fresh.path});
 }
 

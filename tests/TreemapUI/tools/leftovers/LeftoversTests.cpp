@@ -40,7 +40,7 @@ protected:
     }
     void look() {
         model->run();
-        ASSERT_TRUE(QTest::qWaitFor([&] { return model->phase() == LeftoversModel::Phase::Done; }, 5000));
+        ASSERT_TRUE(QTest::qWaitFor([&] { return model->search()->phase() == SearchState::Phase::Done; }, 5000));
     }
     std::vector<std::string> owners() const {
         std::vector<std::string> keys;

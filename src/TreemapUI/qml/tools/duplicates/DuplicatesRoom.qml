@@ -241,22 +241,12 @@ Item {
                                     font.pixelSize: Style.bodySize
                                     font.weight: copy.modelData.isKeeper ? Font.DemiBold : Font.Normal
                                 }
-                                Rectangle {
+                                Tag {
                                     id: keeperTag
                                     visible: copy.modelData.isKeeper
                                     anchors.verticalCenter: parent.verticalCenter
-                                    width: keeperLabel.implicitWidth + 12
-                                    height: 17
-                                    radius: 8.5
-                                    color: Style.mix(Style.theme.background, Style.theme.success, 0.18)
-                                    Text {
-                                        id: keeperLabel
-                                        anchors.centerIn: parent
-                                        text: "Stays"
-                                        color: Style.theme.success
-                                        font.pixelSize: Style.captionSize
-                                        font.weight: Font.DemiBold
-                                    }
+                                    text: "Stays"
+                                    tone: Style.theme.success
                                 }
                             }
                             Text {

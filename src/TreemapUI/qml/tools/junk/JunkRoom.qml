@@ -10,7 +10,7 @@ Item {
     required property AppSession session
     readonly property real actionBarHeight: footer.visible ? footer.height : 0
     readonly property JunkModel junk: session.tools.junk
-    readonly property bool running: junk.phase === JunkModel.Running
+    readonly property bool running: junk.search.phase === SearchState.Running
     readonly property bool hasGroups: junk.groups.count > 0
     readonly property string toolLine: {
         for (const tool of session.overview.tools)
@@ -38,17 +38,17 @@ Item {
     SearchingPane {
         visible: room.running
         title: "Looking for junk"
-        done: room.junk.done
-        total: room.junk.total
+        done: room.junk.search.done
+        total: room.junk.search.total
         waitingText: "Reading your home folder…"
-        measuringText: "Measuring " + Format.count(room.junk.done) + " of " + Format.counted(room.junk.total, "place", "places") + "…"
+        measuringText: "Measuring " + Format.count(room.junk.search.done) + " of " + Format.counted(room.junk.search.total, "place", "places") + "…"
         onCancel: room.junk.cancel()
     }
 
     // Nothing to show: not looked yet, or nothing found.
     StartPane {
         visible: !room.running && !room.hasGroups
-        lookedAlready: room.junk.phase === JunkModel.Done
+        lookedAlready: room.junk.search.phase === SearchState.Done
         symbol: "sparkles"
         title: lookedAlready ? "No junk found" : "Junk Files"
         text: lookedAlready ? "Nothing here is worth clearing: no cache, log, build folder or installer of 1 MB or more." : room.toolLine

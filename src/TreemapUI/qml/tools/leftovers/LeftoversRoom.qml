@@ -10,7 +10,7 @@ Item {
     required property AppSession session
     readonly property real actionBarHeight: footer.visible ? footer.height : 0
     readonly property LeftoversModel leftovers: session.tools.leftovers
-    readonly property bool running: leftovers.phase === LeftoversModel.Running
+    readonly property bool running: leftovers.search.phase === SearchState.Running
     readonly property bool hasGroups: leftovers.groups.count > 0
     readonly property string toolLine: {
         for (const tool of session.overview.tools)
@@ -37,17 +37,17 @@ Item {
     SearchingPane {
         visible: room.running
         title: "Looking for leftovers"
-        done: room.leftovers.done
-        total: room.leftovers.total
+        done: room.leftovers.search.done
+        total: room.leftovers.search.total
         waitingText: "Reading what is installed…"
-        measuringText: "Looking through " + Format.count(room.leftovers.done) + " of "
-                       + Format.counted(room.leftovers.total, "folder", "folders") + "…"
+        measuringText: "Looking through " + Format.count(room.leftovers.search.done) + " of "
+                       + Format.counted(room.leftovers.search.total, "folder", "folders") + "…"
         onCancel: room.leftovers.cancel()
     }
 
     StartPane {
         visible: !room.running && !room.hasGroups
-        lookedAlready: room.leftovers.phase === LeftoversModel.Done
+        lookedAlready: room.leftovers.search.phase === SearchState.Done
         symbol: "shippingbox"
         title: lookedAlready ? "No leftovers found" : "Leftovers"
         text: lookedAlready ? "Nothing in your settings, data and cache folders belongs to an app that is gone."
