@@ -9,6 +9,7 @@
 #include "Arguments.h"
 #include "Command.h"
 #include "TerminalText.h"
+#include "Base/AppIdentity.h"
 #include "DiskScanKit/ProcessLimits.h"
 
 namespace tessel::cli {
@@ -507,7 +508,7 @@ void printError(const std::string& sentence) { std::fprintf(stderr, "tessel: %s\
 namespace {
 
 void printUsage(std::FILE* to) {
-    std::fputs("usage: tessel COMMAND [options] [PATH]\n\nCommands:\n", to);
+    std::fputs("usage: tessel COMMAND [options] [PATH]\n       tessel --version\n\nCommands:\n", to);
     for (const Command& command : commands()) std::fprintf(to, "  %-10s %s\n", command.name, command.summary);
     std::fputs("\nRun \"tessel COMMAND --help\" for a command's options.\n", to);
 }
@@ -521,6 +522,10 @@ int main(int argc, char** argv) {
     if (words.empty() || words.front() == "--help" || words.front() == "-h" || words.front() == "help") {
         printUsage(words.empty() ? stderr : stdout);
         return words.empty() ? exitUsage : exitSuccess;
+    }
+    if (words.front() == "--version") {
+        std::printf("tessel %s\n", tessel::AppIdentity::version);
+        return exitSuccess;
     }
     for (const Command& command : commands()) {
         if (words.front() != command.name) continue;
