@@ -110,7 +110,7 @@ bool waitForDuplicates(TesselApp& app) {
     return waitUntil([&] { return duplicates->state() != DuplicatesModel::State::Working; }, 20000);
 }
 
-// The rooms that look only when asked (junk, leftovers) look; true once the look is over, or for a room that doesn't look.
+// The rooms that look only when asked (junk, leftovers, AI models, System Data) look; true once the look is over, or for a room that doesn't look.
 bool lookIn(TesselApp& app, const QString& room) {
     if (room == "junk") {
         JunkModel* junk = app.session().tools()->junk();
@@ -122,6 +122,16 @@ bool lookIn(TesselApp& app, const QString& room) {
         leftovers->run();
         return waitUntil([&] { return leftovers->search()->phase() != SearchState::Phase::Running; }, 60000);
     }
+    if (room == "aiData") {
+        AIDataModel* aiData = app.session().tools()->aiData();
+        aiData->run();
+        return waitUntil([&] { return aiData->search()->phase() != SearchState::Phase::Running; }, 60000);
+    }
+    if (room == "systemData") {
+        SystemDataModel* systemData = app.session().tools()->systemData();
+        systemData->run();
+        return waitUntil([&] { return systemData->search()->phase() != SearchState::Phase::Running; }, 60000);
+    }
     return true;
 }
 
@@ -129,6 +139,7 @@ bool lookIn(TesselApp& app, const QString& room) {
 void removeTickedIn(TesselApp& app, const QString& room) {
     if (room == "junk") app.session().tools()->junk()->removeTicked();
     if (room == "leftovers") app.session().tools()->leftovers()->removeTicked();
+    if (room == "aiData") app.session().tools()->aiData()->removeTicked();
 }
 
 // The uninstaller with two apps chosen and their plans made: the fixture's
@@ -249,7 +260,7 @@ int selfTest(TesselApp& app) {
             app.session().tools()->startup()->undo();
             waitUntil([&] { return !app.session().tools()->startup()->isChanging(); }, 20000);
         }
-        if ((room == "junk" || room == "leftovers") &&
+        if ((room == "junk" || room == "leftovers" || room == "aiData" || room == "systemData") &&
             !workFirst(qPrintable(room + ", before a search"), [&] { return lookIn(app, room); },
                        qPrintable("the " + room + " room did not finish its search")))
             return 1;
@@ -348,7 +359,7 @@ int screenshots(TesselApp& app, const QString& folder, bool inFixture) {
         for (const QString& room : app.shell().roomIds()) {
             app.shell().setRoom(room);
             settle(room == "overview" ? 500 : 150);
-            if (room == "junk" || room == "leftovers") {
+            if (room == "junk" || room == "leftovers" || room == "aiData" || room == "systemData") {
                 saved += save(window, QStringLiteral("%1/%2-idle-%3.png").arg(folder, room, theme)) ? 1 : 0;
                 lookIn(app, room);
                 settle(200);

@@ -26,6 +26,9 @@ AppSession::Dependencies dependencies(QSettings* settings, const std::string& in
         static_cast<DesktopMachine&>(chosen.startup.machine) = chosen.uninstall.machine;
         chosen.startup.machine.configHome = *home + "/.config";
         chosen.startup.manager = nullptr;
+        // The fixture's home stands for the machine's "/": no system tool is asked.
+        chosen.systemData = SystemDataModel::Dependencies::system(*home);
+        chosen.aiData = AIDataModel::Dependencies::system(*home);
     }
     return chosen;
 }
