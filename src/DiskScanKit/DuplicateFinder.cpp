@@ -39,9 +39,10 @@ bool isManagedFolderName(std::string_view name) {
 
 } // namespace
 
-DuplicateFinder::DuplicateFinder(std::int64_t minimumBytes, int sampleBytes, int workerCount, std::string home)
+DuplicateFinder::DuplicateFinder(std::int64_t minimumBytes, int sampleBytes, int workerCount, std::string home,
+                                 double stallTimeout)
     : minimumBytes_(std::max<std::int64_t>(minimumBytes, 1)), sampleBytes_(std::max(sampleBytes, 1)),
-      workerCount_(std::max(workerCount, 1)), home_(std::move(home)) {}
+      workerCount_(std::max(workerCount, 1)), home_(std::move(home)), stallTimeout_(stallTimeout) {}
 
 int DuplicateFinder::defaultWorkerCount() {
     const long active = sysconf(_SC_NPROCESSORS_ONLN);
@@ -91,7 +92,7 @@ std::vector<std::string> DuplicateFinder::candidatePaths(const FileNode& root, s
 
 DuplicateReport DuplicateFinder::find(const std::vector<std::string>& paths, const Progress& progress,
                                       const IsCancelled& isCancelled) const {
-    DuplicateRun run(minimumBytes_, sampleBytes_, workerCount_, home_, progress, isCancelled);
+    DuplicateRun run(minimumBytes_, sampleBytes_, workerCount_, home_, stallTimeout_, progress, isCancelled);
     return run.execute(paths);
 }
 

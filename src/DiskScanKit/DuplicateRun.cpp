@@ -63,6 +63,19 @@
 // was, it skips what is left and reports what stands: the groups settled by
 // then, with `wasCancelled` set.
 //
+// Files that may hang. A file on a file system that can stop answering
+// (HangingMounts.h) is measured, sampled and hashed by a reader process
+// (ReaderHelper.h), which runs the same code as the workers do here, and
+// compared by hashing, never side by side. A worker waits for its reader in
+// slices of a tenth of a second, and gives up when the run is cancelled or
+// when the reader has not been heard from for `stallTimeout`: the file is
+// then named among the stalled, counts as unreadable, and the run goes on
+// without waiting for the reader, which is killed and left to the kernel. One
+// file that hangs says little of the others beside it, which may answer; a
+// file system that stalled twice with no answer between is taken for dead,
+// and its other files count as unreadable at once, so a dead share costs two
+// stall timeouts, not one per file. Local disks are read here as ever.
+//
 // A file is opened through OpenFile, which refuses one that changed or was
 // swapped since it was measured, looks again once it has been read whole, and
 // leaves the page cache as it found it. A file that changed counts as
@@ -91,6 +104,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "DiskScanKit/HangingMounts.h"
 #include "DiskScanKit/Lockstep.h"
 #include "DiskScanKit/Paths.h"
 #include "DiskScanKit/Threads.h"
@@ -112,31 +126,19 @@ struct FileKeyHash {
     }
 };
 
-enum class WholeRead { done, failed, cancelled };
+using ContentDigest::WholeRead;
 
-// Reads `file` from where it stands to its end into `hasher`. `afterPiece`
-// hears of every piece and returns false to stop (cancelled). A file that
-// holds more or fewer bytes than it did when measured has changed: failed.
-template <class AfterPiece>
-WholeRead readWhole(OpenFile& file, Sha256& hasher, std::span<std::byte> buffer, AfterPiece afterPiece) {
-    std::int64_t total = 0;
-    for (;;) {
-        const std::optional<std::size_t> got = file.readNext(buffer);
-        if (!got) return WholeRead::failed;
-        if (*got == 0) return total == file.size() ? WholeRead::done : WholeRead::failed;
-        total += static_cast<std::int64_t>(*got);
-        if (total > file.size()) return WholeRead::failed;
-        hasher.add(buffer.first(*got));
-        if (!afterPiece(*got)) return WholeRead::cancelled;
-    }
+bool mayHang(const MountEntry& mount) {
+    return HangingMounts::mayHang(mount.fileSystem) || HangingMounts::mayHang(mount.device);
 }
 
 } // namespace
 
 DuplicateRun::DuplicateRun(std::int64_t minimumBytes, int sampleBytes, int workerCount, std::string home,
-                           const DuplicateFinder::Progress& progress, const DuplicateFinder::IsCancelled& isCancelled)
+                           double stallTimeout, const DuplicateFinder::Progress& progress,
+                           const DuplicateFinder::IsCancelled& isCancelled)
     : minimumBytes_(minimumBytes), sampleBytes_(sampleBytes), workerCount_(workerCount), home_(std::move(home)),
-      isCancelled_(isCancelled), meter_(progress) {}
+      stallTimeout_(stallTimeout), isCancelled_(isCancelled), meter_(progress) {}
 
 DuplicateReport DuplicateRun::execute(const std::vector<std::string>& paths) {
     const double start = uptimeSeconds();
@@ -160,12 +162,31 @@ std::vector<std::size_t> DuplicateRun::measure(const std::vector<std::string>& p
     meter_.begin(Phase::sizing, paths.size(), 0);
     std::unordered_set<std::string> seen;
     std::unordered_map<FileKey, std::size_t, FileKeyHash> byInode;
+    // Whether a path lies on a mount that may hang is judged by its text: asking its file system could hang.
+    const std::vector<MountEntry> mounts = MountTable::current();
+    const bool anyMayHang = std::any_of(mounts.begin(), mounts.end(), mayHang);
+    std::unique_ptr<ReaderHelper> reader;
     for (const std::string& given : paths) {
         if (cancelled()) break;
         meter_.add(1, 0);
         std::string path = given.starts_with('/') ? Paths::standardized(given, home_) : given;
         if (!seen.insert(path).second) continue;
-        const MeasuredPath measured = MeasuredPath::of(path);
+        std::optional<MountEntry> mount;
+        if (anyMayHang) mount = MountTable::containing(mounts, path);
+        if (mount && !mayHang(*mount)) mount.reset();
+        MeasuredPath measured;
+        if (!mount) {
+            measured = MeasuredPath::of(path);
+        } else if (givenUp(mount->device)) {
+            measured.kind = MeasuredPath::Kind::unreadable;
+        } else if (std::optional<MeasuredPath> told = measureThroughReader(path, reader)) {
+            noteAnswered(mount->device);
+            measured = *told;
+        } else {
+            if (cancelled()) break;
+            noteStalled(path, mount->device);
+            measured.kind = MeasuredPath::Kind::unreadable;
+        }
         if (measured.kind == MeasuredPath::Kind::unreadable) {
             ++unreadablePaths_;
             continue;
@@ -184,6 +205,7 @@ std::vector<std::size_t> DuplicateRun::measure(const std::vector<std::string>& p
         candidate.allocated = measured.allocated;
         candidate.identity = measured.identity;
         candidate.linkCount = measured.linkCount;
+        candidate.mayHang = mount.has_value();
         candidates_.push_back(std::move(candidate));
     }
 
@@ -203,35 +225,18 @@ void DuplicateRun::sample(const std::vector<std::size_t>& kept) {
     for (std::size_t index : kept) total = checkedAdd(total, bytesRead(candidates_[index].size));
     meter_.begin(Phase::sampling, kept.size(), total);
     const std::size_t bufferBytes = std::max(static_cast<std::size_t>(sampleBytes_), wholeReadBytes);
-    runWorkers(kept.size(), bufferBytes, [&](std::size_t item, std::span<std::byte> buffer) {
+    runWorkers(kept.size(), bufferBytes, [&](std::size_t item, Worker& worker) {
         const Candidate& candidate = candidates_[kept[item]];
-        const SampleResult result = readSample(candidate, buffer);
+        const SampleResult result =
+            candidate.mayHang ? sampleThroughReader(candidate, worker.reader)
+                              : ContentDigest::sample(candidate.path, candidate.identity,
+                                                      static_cast<std::size_t>(sampleBytes_), worker.buffer);
         {
             std::lock_guard guard(resultsLock_);
             samples_[kept[item]] = result;
         }
         meter_.add(1, bytesRead(candidate.size));
     });
-}
-
-DuplicateRun::SampleResult DuplicateRun::readSample(const Candidate& candidate, std::span<std::byte> buffer) const {
-    const auto sampleBytes = static_cast<std::size_t>(sampleBytes_);
-    const bool twoSamples = 2 * std::int64_t{sampleBytes_} < candidate.size;
-    std::optional<OpenFile> file = OpenFile::bypassCache(
-        candidate.path, candidate.identity, twoSamples ? OpenFile::Pattern::ranges : OpenFile::Pattern::sequential);
-    if (!file) return {SampleResult::Kind::failed, {}};
-    Sha256 hasher;
-    if (twoSamples) {
-        for (const std::int64_t offset : {std::int64_t{0}, candidate.size - sampleBytes_}) {
-            if (!file->read(sampleBytes, offset, buffer)) return {SampleResult::Kind::failed, {}};
-            hasher.add(buffer.first(sampleBytes));
-        }
-        return {SampleResult::Kind::sample, hasher.finish()};
-    }
-    // The samples would cover the whole file: hash it all, and it is settled.
-    if (readWhole(*file, hasher, buffer, [](std::size_t) { return true; }) != WholeRead::done || !file->unchanged())
-        return {SampleResult::Kind::failed, {}};
-    return {SampleResult::Kind::whole, hasher.finish()};
 }
 
 DuplicateRun::Buckets DuplicateRun::bucketsBySample(const std::vector<std::size_t>& kept) {
@@ -257,7 +262,9 @@ DuplicateRun::Buckets DuplicateRun::bucketsBySample(const std::vector<std::size_
 }
 
 void DuplicateRun::readSharing(const std::vector<std::size_t>& members) {
-    for (std::size_t index : members) candidates_[index].sharing = BlockSharing::read(candidates_[index].path);
+    // A file that may hang shares nothing as far as can be told: asking could hang.
+    for (std::size_t index : members)
+        if (!candidates_[index].mayHang) candidates_[index].sharing = BlockSharing::read(candidates_[index].path);
 }
 
 std::vector<DuplicateRun::Stream> DuplicateRun::streams(const std::vector<std::size_t>& bucket) const {
@@ -283,7 +290,9 @@ std::vector<DuplicateRun::WholeTask> DuplicateRun::wholeTasks(const std::vector<
     std::vector<WholeTask> tasks;
     for (const std::vector<std::size_t>& bucket : unsettled) {
         std::vector<Stream> found = streams(bucket);
-        if (found.size() <= sideBySideStreams) {
+        // Reading side by side would leave a file that hangs holding up all the others.
+        const bool mayHang = std::any_of(bucket.begin(), bucket.end(), [&](std::size_t index) { return candidates_[index].mayHang; });
+        if (found.size() <= sideBySideStreams && !mayHang) {
             WholeTask task{std::move(found), true, 0};
             for (const Stream& stream : task.streams) task.bytes = checkedAdd(task.bytes, stream.size);
             tasks.push_back(std::move(task));
@@ -313,13 +322,18 @@ void DuplicateRun::compareWhole(const std::vector<WholeTask>& tasks) {
         }
     }
     meter_.begin(Phase::hashing, files, bytes);
-    runWorkers(tasks.size(), sideBySideBufferBytes, [&](std::size_t item, std::span<std::byte> buffer) {
+    runWorkers(tasks.size(), sideBySideBufferBytes, [&](std::size_t item, Worker& worker) {
+        const std::span<std::byte> buffer = worker.buffer;
         const WholeTask& task = tasks[item];
         if (task.sideBySide) {
             compareSideBySide(task, buffer);
             return;
         }
         const Stream& stream = task.streams.front();
+        if (candidates_[stream.members.front()].mayHang) {
+            record(stream, hashThroughReader(stream, worker.reader), 0);
+            return;
+        }
         std::size_t opened = 0;
         std::optional<OpenFile> file = openStream(stream, opened);
         WholeResult result{WholeResult::Kind::failed};
@@ -427,10 +441,91 @@ std::optional<OpenFile> DuplicateRun::openStream(const Stream& stream, std::size
     return std::nullopt;
 }
 
+ReaderHelper::KeepWaiting DuplicateRun::keepWaiting() {
+    return [this](double silent) { return !cancelled() && silent < stallTimeout_; };
+}
+
+void DuplicateRun::noteStalled(const std::string& path, std::uint64_t device) {
+    std::lock_guard guard(stallLock_);
+    stalledPaths_.push_back(path);
+    ++stallsInARow_[device];
+}
+
+void DuplicateRun::noteAnswered(std::uint64_t device) {
+    std::lock_guard guard(stallLock_);
+    stallsInARow_.erase(device);
+}
+
+bool DuplicateRun::givenUp(std::uint64_t device) {
+    std::lock_guard guard(stallLock_);
+    const auto found = stallsInARow_.find(device);
+    return found != stallsInARow_.end() && found->second >= 2;
+}
+
+std::optional<MeasuredPath> DuplicateRun::measureThroughReader(const std::string& path,
+                                                               std::unique_ptr<ReaderHelper>& reader) {
+    if (!reader || reader->abandoned()) reader = ReaderHelper::start();
+    // Without a reader process there is only this one to read with.
+    if (!reader) return MeasuredPath::of(path);
+    return reader->measure(path, keepWaiting());
+}
+
+DuplicateRun::SampleResult DuplicateRun::sampleThroughReader(const Candidate& candidate,
+                                                             std::unique_ptr<ReaderHelper>& reader) {
+    if (givenUp(candidate.identity.device)) return {SampleResult::Kind::failed, {}};
+    if (!reader || reader->abandoned()) reader = ReaderHelper::start();
+    if (!reader) {
+        WorkerBuffer buffer(std::max(static_cast<std::size_t>(sampleBytes_), wholeReadBytes));
+        return ContentDigest::sample(candidate.path, candidate.identity, static_cast<std::size_t>(sampleBytes_), buffer.bytes());
+    }
+    const std::optional<ReaderHelper::Digest> digest =
+        reader->sample(candidate.path, candidate.identity, static_cast<std::size_t>(sampleBytes_), keepWaiting());
+    if (digest) {
+        noteAnswered(candidate.identity.device);
+        return {static_cast<SampleResult::Kind>(digest->kind), digest->digest};
+    }
+    if (cancelled()) return {SampleResult::Kind::pending, {}};
+    noteStalled(candidate.path, candidate.identity.device);
+    return {SampleResult::Kind::failed, {}};
+}
+
+DuplicateRun::WholeResult DuplicateRun::hashThroughReader(const Stream& stream, std::unique_ptr<ReaderHelper>& reader) {
+    const Candidate& candidate = candidates_[stream.members.front()];
+    std::int64_t done = 0;
+    // The bar reaches its end for whatever was not read.
+    auto finished = [&](WholeResult result) {
+        meter_.add(stream.members.size(), std::max<std::int64_t>(0, stream.size - done));
+        return result;
+    };
+    if (givenUp(candidate.identity.device)) return finished({WholeResult::Kind::failed});
+    if (!reader || reader->abandoned()) reader = ReaderHelper::start();
+    if (!reader) {
+        std::size_t opened = 0;
+        std::optional<OpenFile> file = openStream(stream, opened);
+        WorkerBuffer buffer(wholeReadBytes);
+        if (!file || buffer.bytes().empty()) return finished({WholeResult::Kind::failed});
+        return hash(*file, stream, buffer.bytes());
+    }
+    const std::optional<ReaderHelper::Digest> digest = reader->hash(
+        candidate.path, candidate.identity,
+        [&](std::int64_t bytes) {
+            done += bytes;
+            meter_.add(0, bytes);
+        },
+        keepWaiting());
+    if (digest) noteAnswered(candidate.identity.device);
+    if (digest && digest->kind == ReaderHelper::Digest::Kind::whole)
+        return finished({WholeResult::Kind::hashed, digest->digest});
+    if (digest) return finished({WholeResult::Kind::failed});
+    if (cancelled()) return {WholeResult::Kind::pending};
+    noteStalled(candidate.path, candidate.identity.device);
+    return finished({WholeResult::Kind::failed});
+}
+
 DuplicateRun::WholeResult DuplicateRun::hash(OpenFile& file, const Stream& stream, std::span<std::byte> buffer) {
     Sha256 hasher;
     std::int64_t done = 0;
-    const WholeRead outcome = readWhole(file, hasher, buffer, [&](std::size_t piece) {
+    const WholeRead outcome = ContentDigest::readWhole(file, hasher, buffer, [&](std::size_t piece) {
         done += static_cast<std::int64_t>(piece);
         meter_.add(0, static_cast<std::int64_t>(piece));
         return !cancelled();
@@ -535,6 +630,10 @@ DuplicateReport DuplicateRun::finish(const std::vector<Group>& groups, double st
     report.filesExamined = static_cast<std::int64_t>(candidates_.size());
     report.unreadable = unreadablePaths_;
     {
+        std::lock_guard guard(stallLock_);
+        report.stalledPaths = stalledPaths_;
+    }
+    {
         std::lock_guard guard(cancelLock_);
         report.wasCancelled = stoppedEarly_;
     }
@@ -548,9 +647,10 @@ void DuplicateRun::runWorkers(std::size_t count, std::size_t bufferBytes, const 
     auto loop = [&] {
         const WorkerBuffer buffer(bufferBytes);
         if (buffer.bytes().empty()) return; // no memory: the other workers take its items
+        Worker worker{buffer.bytes(), nullptr};
         while (const std::optional<std::size_t> item = cursor.next()) {
             if (cancelled()) return;
-            work(*item, buffer.bytes());
+            work(*item, worker);
         }
     };
     const std::size_t threads = std::min(static_cast<std::size_t>(workerCount_), count);

@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -15,14 +16,16 @@
 #include "DiskScanKit/DuplicateGroup.h"
 #include "DiskScanKit/Lockstep.h"
 #include "DiskScanKit/OpenFile.h"
+#include "DiskScanKit/ReaderHelper.h"
 #include "DiskScanKit/Sha256.h"
+#include "ContentDigest.h"
 #include "DuplicateWork.h"
 
 namespace tessel {
 
 class DuplicateRun {
 public:
-    DuplicateRun(std::int64_t minimumBytes, int sampleBytes, int workerCount, std::string home,
+    DuplicateRun(std::int64_t minimumBytes, int sampleBytes, int workerCount, std::string home, double stallTimeout,
                  const DuplicateFinder::Progress& progress, const DuplicateFinder::IsCancelled& isCancelled);
     DuplicateRun(const DuplicateRun&) = delete;
     DuplicateRun& operator=(const DuplicateRun&) = delete;
@@ -58,14 +61,11 @@ private:
         FileIdentity identity;
         int linkCount = 1;
         BlockSharing sharing;
+        // On a file system that may stop answering: read by a reader process.
+        bool mayHang = false;
     };
 
-    struct SampleResult {
-        enum class Kind { pending, sample, whole, failed };
-        Kind kind = Kind::pending;
-        // `sample`: of the head and the tail; `whole`: of the whole contents.
-        Sha256::Digest digest{};
-    };
+    using SampleResult = ContentDigest::Sample;
 
     // What the whole-file stage settled for a candidate.
     struct WholeResult {
@@ -100,11 +100,30 @@ private:
         std::vector<std::vector<std::size_t>> unsettled;
     };
 
-    using WorkItem = std::function<void(std::size_t item, std::span<std::byte> buffer)>;
+    // What each worker keeps for all its items: its buffer, and a reader
+    // process once it meets a file that may hang.
+    struct Worker {
+        std::span<std::byte> buffer;
+        std::unique_ptr<ReaderHelper> reader;
+    };
+    using WorkItem = std::function<void(std::size_t item, Worker& worker)>;
 
     std::vector<std::size_t> measure(const std::vector<std::string>& paths);
     void sample(const std::vector<std::size_t>& kept);
-    SampleResult readSample(const Candidate& candidate, std::span<std::byte> buffer) const;
+    // Asks a reader process, started for the worker when it has none. A read
+    // given up on comes back as nothing: stalled, or cancelled.
+    std::optional<MeasuredPath> measureThroughReader(const std::string& path, std::unique_ptr<ReaderHelper>& reader);
+    SampleResult sampleThroughReader(const Candidate& candidate, std::unique_ptr<ReaderHelper>& reader);
+    WholeResult hashThroughReader(const Stream& stream, std::unique_ptr<ReaderHelper>& reader);
+    // Waits for a reader while the run goes on and the reader has been heard
+    // from within the stall timeout.
+    ReaderHelper::KeepWaiting keepWaiting();
+    // A read of `path`, on `device`, made no progress for the stall timeout:
+    // it is named. Another read of the device answered.
+    void noteStalled(const std::string& path, std::uint64_t device);
+    void noteAnswered(std::uint64_t device);
+    // The device stalled twice with no answer between: its other files are left out.
+    bool givenUp(std::uint64_t device);
     Buckets bucketsBySample(const std::vector<std::size_t>& kept);
     void readSharing(const std::vector<std::size_t>& members);
     std::vector<Stream> streams(const std::vector<std::size_t>& bucket) const;
@@ -134,6 +153,7 @@ private:
     const int sampleBytes_;
     const int workerCount_;
     const std::string home_;
+    const double stallTimeout_;
     const DuplicateFinder::IsCancelled& isCancelled_;
     ProgressMeter meter_;
 
@@ -150,6 +170,11 @@ private:
 
     std::mutex cancelLock_;
     bool stoppedEarly_ = false;
+
+    // The files given up on, and for each device how many stalled since one last answered.
+    std::mutex stallLock_;
+    std::vector<std::string> stalledPaths_;
+    std::map<std::uint64_t, int> stallsInARow_;
 };
 
 } // namespace tessel

@@ -1,6 +1,7 @@
 #include "DiskScanKit/DuplicateWords.h"
 
 #include "DiskScanKit/ByteFormat.h"
+#include "DiskScanKit/ScanWords.h"
 #include "DiskScanKit/TextFormat.h"
 
 namespace tessel::DuplicateWords {
@@ -58,8 +59,16 @@ std::string summary(const std::vector<DuplicateGroup>& groups, const DuplicateRe
     }
     if (report.unreadable > 0)
         text += " " + TextFormat::counted(report.unreadable, "file", "files") +
-                " could not be read, or changed while being compared, and were left out.";
+                (report.unreadable == 1 ? " could not be read, or changed while being compared, and was left out."
+                                        : " could not be read, or changed while being compared, and were left out.");
+    if (const auto stalled = static_cast<std::int64_t>(report.stalledPaths.size()); stalled > 0)
+        text += " Of those, " + TextFormat::grouped(stalled) + " stopped answering while being read.";
     return text;
+}
+
+std::string stalledFile(std::string_view path, const std::optional<MountEntry>& mount) {
+    const std::string where = mount ? ": it is on " + ScanWords::fileSystemPhrase(*mount) + "," : ",";
+    return std::string(path) + " stopped answering while it was read" + where + " and it is left out of the comparison.";
 }
 
 } // namespace tessel::DuplicateWords

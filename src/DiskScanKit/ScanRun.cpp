@@ -38,6 +38,23 @@
 // reference. On cancellation every ticket is released at the next tick, so a
 // cancelled scan returns within about a second whatever the disk is doing.
 //
+// Folders that may hang. Abandoning a thread is not enough on Linux: a thread
+// waiting in the kernel for a FUSE daemon or an NFS server that never answers
+// can't be interrupted, and keeps the whole process from exiting. So folders
+// on such file systems (HangingMounts.h) are listed by a reader process
+// (ReaderHelper.h) that sends the entries back a batch at a time; the worker
+// takes them as it takes its own, and renews its ticket after each batch.
+// When the watchdog releases such a folder, the worker itself is not stuck:
+// it sees `released` within a tenth of a second, kills its reader without
+// waiting for it, and ends as a replaced worker does. Even listing the folder
+// that holds such a mount would look at the mount's top, so a mount point of
+// a file system that may hang is listed as the mount table gives it, and
+// only its reader ever looks inside. A folder read in this process that
+// stalls marks its device, and the folders of that device met afterwards go
+// to reader processes too. Local disks never see any of this: whether a
+// folder may hang is decided where the device changes, and carried from
+// folder to folder as one flag.
+//
 // Devices. A scan stays on its file system: a folder on another device is
 // another disk mounted there, and is left out. Every folder carries the
 // device it was found on, so the test is one comparison per subfolder. The
@@ -63,6 +80,7 @@
 #include <system_error>
 
 #include "DiskScanKit/CheckedSize.h"
+#include "DiskScanKit/HangingMounts.h"
 #include "DiskScanKit/Paths.h"
 #include "DiskScanKit/Threads.h"
 
@@ -96,11 +114,26 @@ ScanRun::ScanRun(std::string rootPath, ScanRoot root, ScanOptions options, Progr
       progress_(std::move(progress)), isCancelled_(std::move(isCancelled)),
       tree_(std::make_shared<FileTree>()),
       rootNode_(tree_->makeNode(rootPath_ == "/" ? std::string_view{} : rootPath_, true, nullptr)),
-      enteredSubvolumes_{root_.device}, watchdogCursor_(tree_->arena()) {}
+      enteredSubvolumes_{root_.device}, watchdogCursor_(tree_->arena()) {
+    for (const MountEntry& mount : MountTable::current()) {
+        const std::size_t slash = mount.mountPoint.rfind('/');
+        if (!HangingMounts::mayHang(mount.fileSystem) || slash == std::string::npos || mount.mountPoint == "/") continue;
+        const std::string holder = slash == 0 ? "/" : mount.mountPoint.substr(0, slash);
+        mountStandIns_[holder].push_back({mount.mountPoint.substr(slash + 1), mount.device});
+    }
+}
 
 ScanResult ScanRun::execute() {
     const double start = uptime();
-    pending_.push_back({rootPath_, rootNode_, nullptr, root_.device, root_.isTop});
+    if (root_.stalled) {
+        // The root did not answer when it was looked at: nothing to walk.
+        stalledPaths_.push_back(rootPath_);
+        DirectoryOutcome standIn;
+        standIn.reading = FolderReading::stalled;
+        commit(standIn, rootNode_, watchdogCursor_);
+    } else {
+        pending_.push_back({rootPath_, rootNode_, nullptr, root_.device, root_.isTop, root_.mayHang});
+    }
 
     // Threads are a resource like any other: with the process limit reached
     // the walk goes on with those that could start, or on this thread alone.
@@ -173,6 +206,8 @@ bool ScanRun::workerLoop(Worker& worker) {
             std::lock_guard guard(ticketLock_);
             ticket.path = &job->path;
             ticket.node = job->node;
+            ticket.device = job->device;
+            ticket.throughReader = false;
             ticket.lastActivity = uptime();
             reading_.push_back(worker.ticket);
         }
@@ -224,6 +259,7 @@ bool ScanRun::scanDirectory(PendingDirectory& job, Ticket& ticket, Worker& worke
     outcome.unreadable = outcome.onlyInTheCloud = false;
     outcome.reading = FolderReading::complete;
     if (options_.beforeReading) options_.beforeReading(job.path);
+    if (readsThroughReader(job, worker)) return scanThroughReader(job, ticket, worker);
 
     std::optional<DirectoryReader> reader;
     try {
@@ -242,6 +278,9 @@ bool ScanRun::scanDirectory(PendingDirectory& job, Ticket& ticket, Worker& worke
     }
     // Once this folder is open its parent's descriptor is no longer needed by it.
     job.parent.reset();
+    if (!mountStandIns_.empty())
+        if (const auto standIns = mountStandIns_.find(job.path); standIns != mountStandIns_.end())
+            reader->setMountStandIns(standIns->second);
 
     const std::size_t prefixLength = job.path == "/" ? 1 : job.path.size() + 1;
     auto consumeEntry = [&](const RawEntry& entry) { consume(entry, job, reader->fd(), prefixLength, worker); };
@@ -270,6 +309,51 @@ bool ScanRun::scanDirectory(PendingDirectory& job, Ticket& ticket, Worker& worke
     return true;
 }
 
+bool ScanRun::readsThroughReader(const PendingDirectory& job, Worker& worker) {
+    if (!job.mayHang && !(HangingMounts::anyStalled() && HangingMounts::mayHang(job.device))) return false;
+    if (!worker.reader || worker.reader->abandoned()) worker.reader = ReaderHelper::start();
+    // Without a reader process there is only this one to read with.
+    return worker.reader != nullptr;
+}
+
+bool ScanRun::scanThroughReader(PendingDirectory& job, Ticket& ticket, Worker& worker) {
+    DirectoryOutcome& outcome = worker.outcome;
+    {
+        std::lock_guard guard(ticketLock_);
+        ticket.throughReader = true;
+    }
+    // Its subfolders are opened by their paths: the reader's descriptors are its own.
+    job.parent.reset();
+    const std::size_t prefixLength = job.path == "/" ? 1 : job.path.size() + 1;
+    auto consumeEntry = [&](const RawEntry& entry) { consume(entry, job, -1, prefixLength, worker); };
+    auto keepWaiting = [&](double) {
+        std::lock_guard guard(ticketLock_);
+        return !ticket.released;
+    };
+    for (;;) {
+        std::optional<int> count;
+        try {
+            count = worker.reader->readBatch(job.path, options_.retainFileNames, EntrySink(consumeEntry), keepWaiting);
+        } catch (const DirectoryReaderError& error) {
+            (error.code() == cloudOnlyCode ? outcome.onlyInTheCloud : outcome.unreadable) = true;
+            const bool nothingRead = error.kind() == DirectoryReaderError::Kind::open;
+            outcome.reading = nothingRead ? FolderReading::unreadable : FolderReading::partial;
+            return true;
+        }
+        // Released while waiting: the reader has been let go, and the watchdog stands in for the folder.
+        if (!count) return false;
+        {
+            std::lock_guard guard(ticketLock_);
+            if (ticket.released) {
+                worker.reader->abandon();
+                return false;
+            }
+            ticket.lastActivity = uptime();
+        }
+        if (*count == 0) return true;
+    }
+}
+
 void ScanRun::consume(const RawEntry& entry, const PendingDirectory& folder, int folderFd, std::size_t prefixLength,
                       Worker& worker) {
     DirectoryOutcome& outcome = worker.outcome;
@@ -285,9 +369,12 @@ void ScanRun::consume(const RawEntry& entry, const PendingDirectory& folder, int
         if (options_.skippedPaths.contains(path)) return;
         const bool otherDevice = entry.deviceID != folder.device;
         if (otherDevice && !options_.crossDeviceBoundaries && !entersSubvolume(entry, folderFd)) return;
+        // Whether a folder may hang changes only where the file system does.
+        const bool mayHang = otherDevice ? HangingMounts::mayHang(entry.deviceID) : folder.mayHang;
         FileNode* node = FileNode::create(worker.cursor, entry.name, true, parent);
         outcome.childNodes.push_back(node);
-        outcome.subdirectories.push_back({std::move(path), node, nullptr, entry.deviceID, otherDevice || entry.mountRoot});
+        outcome.subdirectories.push_back(
+            {std::move(path), node, nullptr, entry.deviceID, otherDevice || entry.mountRoot, mayHang});
         return;
     }
 
@@ -328,7 +415,7 @@ bool ScanRun::entersSubvolume(const RawEntry& entry, int folderFd) {
     // entered at its top, once: a second mount of it, or a mount of one of its
     // folders, shows what is counted already (or will be, where the walk
     // meets its top).
-    if (!root_.btrfs || entry.fileID != Subvolumes::topInode) return false;
+    if (!root_.btrfs || entry.fileID != Subvolumes::topInode || folderFd < 0) return false;
     {
         std::lock_guard guard(subvolumeLock_);
         if (enteredSubvolumes_.contains(entry.deviceID)) return false;
@@ -347,7 +434,8 @@ std::optional<ScanRun::PendingDirectory> ScanRun::ownTrashFolder(const PendingDi
     if (lstat(own.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) return std::nullopt;
     const auto device = static_cast<std::uint64_t>(info.st_dev);
     if (!options_.crossDeviceBoundaries && device != job.device) return std::nullopt;
-    return PendingDirectory{std::move(own), FileNode::create(cursor, uid, true, job.node), nullptr, device, false};
+    return PendingDirectory{std::move(own), FileNode::create(cursor, uid, true, job.node), nullptr, device, false,
+                            job.mayHang};
 }
 
 void ScanRun::commit(const DirectoryOutcome& outcome, FileNode* node, ArenaCursor& cursor) {
@@ -399,6 +487,8 @@ std::pair<int, int> ScanRun::releaseStalledFolders() {
     struct Released {
         std::string path;
         FileNode* node;
+        std::uint64_t device;
+        bool throughReader;
     };
     std::vector<Released> collected;
     {
@@ -407,12 +497,14 @@ std::pair<int, int> ScanRun::releaseStalledFolders() {
             if (!cancelled && now - ticket->lastActivity < options_.stallTimeout) return false;
             ticket->released = true;
             // Copied now: once released, the stuck worker may drop its job at any moment.
-            collected.push_back({*ticket->path, ticket->node});
+            collected.push_back({*ticket->path, ticket->node, ticket->device, ticket->throughReader});
             return true;
         });
     }
     for (const Released& released : collected) {
         if (!cancelled) {
+            // A thread of this process is stuck there: what that disk holds goes to readers from now on.
+            if (!released.throughReader) HangingMounts::noteStalled(released.device);
             std::lock_guard guard(statsLock_);
             stalledPaths_.push_back(released.path);
         }

@@ -9,12 +9,14 @@
 #include <optional>
 #include <semaphore>
 #include <string>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <vector>
 
 #include "DiskScanKit/DirectoryReader.h"
 #include "DiskScanKit/FileNode.h"
+#include "DiskScanKit/ReaderHelper.h"
 #include "DiskScanKit/ScanOptions.h"
 #include "DiskScanKit/ScanRecords.h"
 #include "Subvolumes.h"
@@ -28,6 +30,10 @@ struct ScanRoot {
     bool isTop = false;
     // The root's btrfs, whose other subvolumes the run enters; none elsewhere.
     std::optional<Subvolumes::FileSystemID> btrfs;
+    // On a file system that may stop answering: read by reader processes.
+    bool mayHang = false;
+    // It did not answer when first asked: it stands as stalled, unread.
+    bool stalled = false;
 };
 
 class ScanRun : public std::enable_shared_from_this<ScanRun> {
@@ -61,12 +67,17 @@ private:
         std::shared_ptr<DirectoryHandle> parent;
         std::uint64_t device = 0;
         bool isTop = false;
+        // Read by a reader process (see HangingMounts.h).
+        bool mayHang = false;
     };
 
     struct Ticket {
         // The job's path, which lives as long as the worker is on the job.
         const std::string* path = nullptr;
         FileNode* node = nullptr;
+        std::uint64_t device = 0;
+        // Read by a reader process, which is left behind if it stalls, not by this one.
+        bool throughReader = false;
         double lastActivity = 0;
         bool released = false;
     };
@@ -94,6 +105,8 @@ private:
         std::size_t bufferSize;
         DirectoryOutcome outcome;
         std::shared_ptr<Ticket> ticket = std::make_shared<Ticket>();
+        // Started when the worker first meets a folder that may hang.
+        std::unique_ptr<ReaderHelper> reader;
     };
 
     struct LinkedFile {
@@ -114,6 +127,10 @@ private:
     std::optional<PendingDirectory> takeWork();
     // Fills `worker.outcome`; returns false when the ticket was released meanwhile.
     bool scanDirectory(PendingDirectory& job, Ticket& ticket, Worker& worker);
+    // The same, for a folder that may hang, read by the worker's reader process.
+    bool scanThroughReader(PendingDirectory& job, Ticket& ticket, Worker& worker);
+    // Whether `job` is read by a reader process: when it may hang, and one can be had.
+    bool readsThroughReader(const PendingDirectory& job, Worker& worker);
     void consume(const RawEntry& entry, const PendingDirectory& folder, int folderFd, std::size_t prefixLength,
                  Worker& worker);
     // The folder `entry` of another device is a subvolume of the root's btrfs,
@@ -157,6 +174,10 @@ private:
     std::int64_t cloudOnlyDirectories_ = 0;
     std::vector<std::string> stalledPaths_;
     double lastProgressReport_ = 0;
+
+    // The mount points of file systems that may hang, by the folder that holds
+    // them: listed there as the mount table has them, never examined here.
+    std::unordered_map<std::string, std::vector<MountStandIn>> mountStandIns_;
 
     std::mutex ticketLock_;
     // The reads in flight, one per worker at most: a short array beats a hash table.

@@ -110,7 +110,7 @@ bool waitForDuplicates(TesselApp& app) {
     return waitUntil([&] { return duplicates->state() != DuplicatesModel::State::Working; }, 20000);
 }
 
-// The rooms that look only when asked (junk, leftovers) look; true once the look is over, or for a room that doesn't look.
+// The rooms that look only when asked (junk, leftovers, AI models, System Data) look; true once the look is over, or for a room that doesn't look.
 bool lookIn(TesselApp& app, const QString& room) {
     if (room == "junk") {
         JunkModel* junk = app.session().tools()->junk();
@@ -122,6 +122,16 @@ bool lookIn(TesselApp& app, const QString& room) {
         leftovers->run();
         return waitUntil([&] { return leftovers->search()->phase() != SearchState::Phase::Running; }, 60000);
     }
+    if (room == "aiData") {
+        AIDataModel* aiData = app.session().tools()->aiData();
+        aiData->run();
+        return waitUntil([&] { return aiData->search()->phase() != SearchState::Phase::Running; }, 60000);
+    }
+    if (room == "systemData") {
+        SystemDataModel* systemData = app.session().tools()->systemData();
+        systemData->run();
+        return waitUntil([&] { return systemData->search()->phase() != SearchState::Phase::Running; }, 60000);
+    }
     return true;
 }
 
@@ -129,6 +139,7 @@ bool lookIn(TesselApp& app, const QString& room) {
 void removeTickedIn(TesselApp& app, const QString& room) {
     if (room == "junk") app.session().tools()->junk()->removeTicked();
     if (room == "leftovers") app.session().tools()->leftovers()->removeTicked();
+    if (room == "aiData") app.session().tools()->aiData()->removeTicked();
 }
 
 // The uninstaller with two apps chosen and their plans made: the fixture's
@@ -145,6 +156,23 @@ bool chooseApps(TesselApp& app) {
     uninstall->chooseWhenLoaded(keys);
     return waitUntil([&] { return !uninstall->isBuildingPlan() && uninstall->madePlans().size() == uninstall->chosenKeys().size(); },
                      60000);
+}
+
+// The startup room reads what starts by itself when it opens; true once it has.
+bool readStartup(TesselApp& app) {
+    StartupItemsModel* startup = app.session().tools()->startup();
+    startup->loadIfNeeded();
+    return waitUntil([&] { return startup->hasLoaded() && startup->search()->phase() != SearchState::Phase::Running; }, 60000);
+}
+
+// The first item the startup room switches itself, switched the other way; true once
+// the change is made and the items read again. Only ever on the fixture's items.
+bool switchFirstStartupItem(TesselApp& app) {
+    StartupItemsModel* startup = app.session().tools()->startup();
+    const auto first = std::ranges::find_if(startup->report().items, &StartupChoices::switchesHere);
+    if (first == startup->report().items.end()) return false;
+    startup->switchItem(toQString(StartupChoices::key(*first)), first->disabled);
+    return waitUntil([&] { return !startup->isChanging(); }, 20000) && readStartup(app) && startup->canUndo();
 }
 
 // Words that light part of the fixture's map (its photos) and dim the rest.
@@ -223,7 +251,16 @@ int selfTest(TesselApp& app) {
         if (room == "apps" && !workFirst("uninstaller, loading", [&] { return chooseApps(app); },
                                          "the uninstaller did not make its plans"))
             return 1;
-        if ((room == "junk" || room == "leftovers") &&
+        if (room == "startup" &&
+            !workFirst("startup, reading", [&] { return readStartup(app) && switchFirstStartupItem(app); },
+                       "the startup room did not read its items and switch one"))
+            return 1;
+        if (room == "startup") {
+            shown.gather(app.window(), "startup, switched");
+            app.session().tools()->startup()->undo();
+            waitUntil([&] { return !app.session().tools()->startup()->isChanging(); }, 20000);
+        }
+        if ((room == "junk" || room == "leftovers" || room == "aiData" || room == "systemData") &&
             !workFirst(qPrintable(room + ", before a search"), [&] { return lookIn(app, room); },
                        qPrintable("the " + room + " room did not finish its search")))
             return 1;
@@ -322,7 +359,7 @@ int screenshots(TesselApp& app, const QString& folder, bool inFixture) {
         for (const QString& room : app.shell().roomIds()) {
             app.shell().setRoom(room);
             settle(room == "overview" ? 500 : 150);
-            if (room == "junk" || room == "leftovers") {
+            if (room == "junk" || room == "leftovers" || room == "aiData" || room == "systemData") {
                 saved += save(window, QStringLiteral("%1/%2-idle-%3.png").arg(folder, room, theme)) ? 1 : 0;
                 lookIn(app, room);
                 settle(200);
@@ -357,6 +394,32 @@ int screenshots(TesselApp& app, const QString& folder, bool inFixture) {
                 } else {
                     app.session().removal()->cancel();
                 }
+                continue;
+            }
+            if (room == "startup") {
+                readStartup(app);
+                settle(200);
+                saved += save(window, QStringLiteral("%1/startup-%2.png").arg(folder, theme)) ? 1 : 0;
+                if (!inFixture) continue;
+                // In the fixture: an item switched, with its Undo; then its unit's way to the Trash.
+                StartupItemsModel* startup = app.session().tools()->startup();
+                if (switchFirstStartupItem(app)) {
+                    settle(200);
+                    saved += save(window, QStringLiteral("%1/startup-switched-%2.png").arg(folder, theme)) ? 1 : 0;
+                    startup->undo();
+                    waitUntil([&] { return !startup->isChanging(); }, 20000);
+                    readStartup(app);
+                }
+                for (const StartupItem& item : startup->report().items)
+                    if (item.source == StartupSources::systemd && !item.disabled) {
+                        startup->moveToTrash(toQString(StartupChoices::key(item)));
+                        break;
+                    }
+                if (waitUntil([&] { return app.session().removal()->hasPlan(); }, 5000)) {
+                    settle(300);
+                    saved += save(window, QStringLiteral("%1/startup-removal-%2.png").arg(folder, theme)) ? 1 : 0;
+                }
+                app.session().removal()->cancel();
                 continue;
             }
             if (room == "duplicates") {

@@ -68,6 +68,57 @@ void addApps(const QString& root) {
     write(root + "/.cache/org.example.Atlas/tiles.bin", 1'900'000);
 }
 
+// What starts by itself: the autostart entry of a program since removed from
+// /opt, a service of the user's own that Atlas's sync runs, switched on, and a
+// timer for a backup, switched off.
+// An Ollama store whose two models share their weights, with an unfinished
+// download, and a Hugging Face cache of one repository.
+void addAIModels(const QString& root) {
+    const QString store = root + "/.ollama/models";
+    write(store + "/blobs/sha256-1111", 6'200'000);
+    write(store + "/blobs/sha256-2222", 4'000);
+    write(store + "/blobs/sha256-3333", 3'100'000);
+    write(store + "/blobs/sha256-4444-partial", 1'700'000);
+    const auto manifest = [&](const QString& name, const QByteArray& layers) {
+        writeText(store + "/manifests/registry.ollama.ai/library/" + name,
+                  "{\"schemaVersion\":2,\"layers\":[" + layers + "]}");
+    };
+    const QByteArray weights = R"({"mediaType":"application/vnd.ollama.image.model","digest":"sha256:1111"})";
+    manifest("llama3/latest", weights + R"(,{"mediaType":"application/vnd.ollama.image.template","digest":"sha256:2222"})");
+    manifest("llama3/8b", weights);
+    manifest("phi3/mini", R"({"mediaType":"application/vnd.ollama.image.model","digest":"sha256:3333"})");
+    const QString hub = root + "/.cache/huggingface/hub/models--someone--tiny-bert";
+    write(hub + "/blobs/0a1b2c", 2'300'000);
+    QDir().mkpath(hub + "/snapshots/main");
+    QFile::link("../../blobs/0a1b2c", hub + "/snapshots/main/model.safetensors");
+}
+
+// What the System Data room finds when the home stands for the machine's "/".
+void addSystemData(const QString& root) {
+    write(root + "/var/cache/apt/archives/editor_2.1_amd64.deb", 3'400'000);
+    write(root + "/var/lib/systemd/coredump/core.viewer.1000.zst", 1'200'000);
+    write(root + "/var/log/syslog.2.gz", 600'000);
+    write(root + "/.local/share/Trash/files/old draft.txt", 250'000);
+}
+
+void addStartupItems(const QString& root) {
+    writeText(root + "/.config/autostart/clipper.desktop",
+              "[Desktop Entry]\nType=Application\nName=Clipper\nExec=/opt/Clipper/clipper --tray\n");
+    const QString units = root + "/.config/systemd/user";
+    for (const char* program : {"atlas-sync", "photo-backup"}) {
+        const QString path = root + "/.local/bin/" + program;
+        writeText(path, "#!/bin/sh\n");
+        QFile::setPermissions(path, QFile::permissions(path) | QFileDevice::ExeOwner);
+    }
+    writeText(units + "/org.example.Atlas.Sync.service",
+              "[Unit]\nDescription=Atlas map sync\n\n[Service]\nExecStart=%h/.local/bin/atlas-sync --watch\n\n"
+              "[Install]\nWantedBy=default.target\n");
+    QDir().mkpath(units + "/default.target.wants");
+    QFile::link(units + "/org.example.Atlas.Sync.service", units + "/default.target.wants/org.example.Atlas.Sync.service");
+    writeText(units + "/photo-backup.service", "[Service]\nType=oneshot\nExecStart=%h/.local/bin/photo-backup\n");
+    writeText(units + "/photo-backup.timer", "[Timer]\nOnCalendar=daily\n\n[Install]\nWantedBy=timers.target\n");
+}
+
 } // namespace
 
 FixtureFolder::FixtureFolder() {
@@ -98,6 +149,9 @@ FixtureFolder::FixtureFolder() {
     write(root + "/Desktop/photo-2 copy.jpg", 1'300'000, root + "/Pictures/2024/photo-2.jpg");
     write(root + "/Backup/old laptop/Music/track-01.flac", 3'100'000, root + "/Music/Album/track-01.flac");
     addApps(root);
+    addStartupItems(root);
+    addAIModels(root);
+    addSystemData(root);
 }
 
 } // namespace tessel

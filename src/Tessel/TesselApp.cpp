@@ -21,6 +21,14 @@ AppSession::Dependencies dependencies(QSettings* settings, const std::string& in
         chosen.uninstall.machine.root = *home;
         const std::string dataHome = chosen.uninstall.machine.dataHome;
         chosen.uninstall.machine.dataFolders = {dataHome, dataHome + "/flatpak/exports/share"};
+        // The fixture's startup items alone, switched on its files: the user's systemd manager is not asked.
+        chosen.startup = StartupItemsModel::Dependencies::system(*home);
+        static_cast<DesktopMachine&>(chosen.startup.machine) = chosen.uninstall.machine;
+        chosen.startup.machine.configHome = *home + "/.config";
+        chosen.startup.manager = nullptr;
+        // The fixture's home stands for the machine's "/": no system tool is asked.
+        chosen.systemData = SystemDataModel::Dependencies::system(*home);
+        chosen.aiData = AIDataModel::Dependencies::system(*home);
     }
     return chosen;
 }

@@ -56,6 +56,7 @@
 #include <cstdlib>
 
 #include "DiskScanKit/CheckedSize.h"
+#include "DiskScanKit/DiskScanner.h"
 #include "DiskScanKit/Packages.h"
 #include "DiskScanKit/Paths.h"
 #include "TrashKit/CloudFolders.h"
@@ -347,6 +348,19 @@ std::optional<DeletionRefusal> refusal(const DeletionCandidate& candidate, const
     std::variant<AnchoredPath, DeletionRefusal> judged = admit(candidate, context, fileManager, extensionDatabase);
     if (const DeletionRefusal* reason = std::get_if<DeletionRefusal>(&judged)) return *reason;
     return std::nullopt;
+}
+
+DeletionCandidate candidateAt(const std::string& path) {
+    DeletionCandidate candidate{path, 0, false};
+    std::variant<AnchoredPath, AnchoredPath::Failure> item = AnchoredPath::resolve(path);
+    const AnchoredPath* found = std::get_if<AnchoredPath>(&item);
+    const std::optional<struct stat> info = found != nullptr ? found->status() : std::nullopt;
+    if (info) {
+        candidate.isDirectory = S_ISDIR(info->st_mode);
+        candidate.bytes = candidate.isDirectory ? DiskScanner::allocatedSize(found->realPath())
+                                                : static_cast<std::int64_t>(info->st_blocks) * 512;
+    }
+    return candidate;
 }
 
 std::vector<DeletionCandidate> collapseNested(std::vector<DeletionCandidate> candidates) {

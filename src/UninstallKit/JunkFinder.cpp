@@ -24,6 +24,7 @@
 #include "Base/SmallFile.h"
 #include "DiskScanKit/DiskScanner.h"
 #include "DiskScanKit/Paths.h"
+#include "UninstallKit/MoveRights.h"
 
 namespace tessel {
 
@@ -160,13 +161,6 @@ std::optional<JunkItem> JunkFinder::measure(const Candidate& candidate) const {
     const bool isDirectory = S_ISDIR(info.st_mode);
     const std::int64_t bytes = isDirectory ? disk_.sizer(candidate.path) : static_cast<std::int64_t>(info.st_blocks) * 512;
     if (bytes < candidate.floor) return std::nullopt;
-    const std::string parent = candidate.path.substr(0, std::max<std::size_t>(candidate.path.rfind('/'), 1));
-    struct stat parentInfo {};
-    const bool parentWritable = ::access(parent.c_str(), W_OK) == 0;
-    // In a sticky folder (/tmp, /var/crash) only the owner may move an entry.
-    const bool deletable = parentWritable && (::stat(parent.c_str(), &parentInfo) != 0 || (parentInfo.st_mode & S_ISVTX) == 0 ||
-                                              info.st_uid == ::geteuid() || ::geteuid() == 0);
-    const bool itselfWritable = !isDirectory || ::access(candidate.path.c_str(), W_OK) == 0;
 
     JunkItem item;
     item.path = candidate.path;
@@ -177,7 +171,7 @@ std::optional<JunkItem> JunkFinder::measure(const Candidate& candidate) const {
     item.modified = candidate.used ? candidate.used : std::optional<std::int64_t>(info.st_mtim.tv_sec);
     item.identifier = candidate.identifier;
     item.isSystem = candidate.isSystem;
-    item.requiresAdministrator = !(parentWritable && deletable && itselfWritable);
+    item.requiresAdministrator = MoveRights::needsAdministrator(candidate.path, info);
     item.note = candidate.note;
     item.app = candidate.app;
     item.recommended = candidate.recommended;

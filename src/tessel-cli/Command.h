@@ -50,5 +50,7 @@ int runStartup(const std::vector<std::string>& words);
 int runUninstall(const std::vector<std::string>& words);
 int runLeftovers(const std::vector<std::string>& words);
 int runUnused(const std::vector<std::string>& words);
+int runAI(const std::vector<std::string>& words);
+int runSystemData(const std::vector<std::string>& words);
 
 } // namespace tessel::cli

@@ -3,11 +3,15 @@
 // lists the copy that would stay first, then the others, with what each one
 // shares; the total is what removing every copy but the first would free,
 // which is less than their sizes when copies are hard links or clones.
-// Ctrl-C during the comparison stops it and prints what was settled so far.
+// Ctrl-C, during the scan or the comparison, stops it and prints what was
+// settled so far (nothing, during the scan): a script reading --json always
+// gets a whole report. A folder or file on a share that stops answering is
+// given up on after the stall timeout; see DuplicateRun.cpp.
 
 #include <signal.h>
 
 #include <atomic>
+#include <optional>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
@@ -20,7 +24,9 @@
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/DuplicateFinder.h"
 #include "DiskScanKit/DuplicateWords.h"
+#include "DiskScanKit/HangingMounts.h"
 #include "DiskScanKit/Paths.h"
+#include "DiskScanKit/ScanWords.h"
 #include "DiskScanKit/TextFormat.h"
 
 namespace tessel::cli {
@@ -101,8 +107,12 @@ void printGroup(const DuplicateGroup& group, const std::string& home) {
     }
 }
 
-void printSummary(const DuplicateReport& report, std::int64_t minimum) {
+void printSummary(const DuplicateReport& report, const std::vector<std::string>& stalledFolders, std::int64_t minimum) {
     std::printf("%s\n", DuplicateWords::summary(report.groups, report, minimum).c_str());
+    for (const std::string& path : stalledFolders)
+        std::printf("%s\n", printable(ScanWords::stalledFolder(path, HangingMounts::holding(path))).c_str());
+    for (const std::string& path : report.stalledPaths)
+        std::printf("%s\n", printable(DuplicateWords::stalledFile(path, HangingMounts::holding(path))).c_str());
     std::printf("%s examined in %s.\n", TextFormat::counted(report.filesExamined, "file", "files").c_str(),
                 TextFormat::seconds(report.duration).c_str());
 }
@@ -117,39 +127,51 @@ int runDuplicates(const std::vector<std::string>& words) {
     ScanOptions options = scanOptionsFrom(arguments);
     // Files below the listing size get no node, so the scan must list everything the finder may compare.
     if (!arguments.value("threshold")) options.fileNodeThreshold = std::min(options.fileNodeThreshold, minimum);
-    const std::optional<ScanResult> scan = scanWithProgress(arguments.positionals.front(), options);
-    if (!scan) return exitFailure;
+    interrupted.store(false);
+    const auto isCancelled = [] { return interrupted.load(); };
+    std::optional<InterruptWatch> watch;
+    watch.emplace();
+    const std::optional<ScanResult> scan = scanWithProgress(arguments.positionals.front(), options, isCancelled);
+    if (!scan && !interrupted.load()) return exitFailure;
 
     const std::string home = Paths::homeFolder();
-    const DuplicateFinder finder(minimum, DuplicateFinder::toolSampleBytes, DuplicateFinder::defaultWorkerCount(), home);
-    const std::vector<std::string> paths = DuplicateFinder::candidatePaths(*scan->root, minimum, home);
-
-    ProgressLine line;
-    DuplicateFinder::Progress progress;
-    if (line.shown())
-        progress = [&line](const DuplicateScanProgress& now) { line.update(phaseText(now, line.elapsed())); };
-    interrupted.store(false);
-    DuplicateReport report = [&] {
-        InterruptWatch watch;
-        return finder.find(paths, progress, [] { return interrupted.load(); });
-    }();
-    line.clear();
+    const DuplicateFinder finder(minimum, DuplicateFinder::toolSampleBytes, DuplicateFinder::defaultWorkerCount(), home,
+                                 options.stallTimeout);
+    DuplicateReport report;
+    if (scan) {
+        const std::vector<std::string> paths = DuplicateFinder::candidatePaths(*scan->root, minimum, home);
+        ProgressLine line;
+        DuplicateFinder::Progress progress;
+        if (line.shown())
+            progress = [&line](const DuplicateScanProgress& now) { line.update(phaseText(now, line.elapsed())); };
+        report = finder.find(paths, progress, isCancelled);
+        line.clear();
+    } else {
+        report.wasCancelled = true;
+    }
+    watch.reset();
+    const std::vector<std::string> stalledFolders = scan ? scan->stalledPaths : std::vector<std::string>{};
 
     if (arguments.has("json")) {
+        // The folders the scan gave up on, then the files the comparison did.
+        std::vector<std::string> stalled = stalledFolders;
+        stalled.insert(stalled.end(), report.stalledPaths.begin(), report.stalledPaths.end());
         nlohmann::ordered_json groups = nlohmann::ordered_json::array();
         for (const DuplicateGroup& group : report.groups) groups.push_back(groupJson(group));
-        printJson({{"groups", groups},
-                   {"totalReclaimableBytes", report.totalReclaimableBytes},
-                   {"filesExamined", report.filesExamined},
-                   {"unreadable", report.unreadable},
-                   {"wasCancelled", report.wasCancelled},
-                   {"duration", report.duration}});
+        nlohmann::ordered_json out{{"groups", groups},
+                                   {"totalReclaimableBytes", report.totalReclaimableBytes},
+                                   {"filesExamined", report.filesExamined},
+                                   {"unreadable", report.unreadable}};
+        putNames(out, "stalledPaths", stalled);
+        out["wasCancelled"] = report.wasCancelled;
+        out["duration"] = report.duration;
+        printJson(out);
     } else {
         for (const DuplicateGroup& group : report.groups) {
             printGroup(group, home);
             std::printf("\n");
         }
-        printSummary(report, minimum);
+        printSummary(report, stalledFolders, minimum);
     }
     return report.wasCancelled ? exitFailure : exitSuccess;
 }

@@ -8,6 +8,7 @@
 #include "TerminalText.h"
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/FileNode.h"
+#include "DiskScanKit/HangingMounts.h"
 #include "DiskScanKit/ScanReport.h"
 #include "DiskScanKit/ScanWords.h"
 #include "DiskScanKit/TextFormat.h"
@@ -74,7 +75,8 @@ void printText(const ScanResult& result, const ScanReport::Inventory& inventory)
     if (result.cloudOnlyDirectories > 0) warnings.push_back(ScanWords::cloudOnly(result.cloudOnlyDirectories));
     if (!result.stalledPaths.empty()) {
         warnings.push_back(ScanWords::stalledTitle(static_cast<std::int64_t>(result.stalledPaths.size())) + ":");
-        for (const std::string& path : result.stalledPaths) warnings.push_back("  " + printable(path));
+        for (const std::string& path : result.stalledPaths)
+            warnings.push_back("  " + printable(ScanWords::stalledFolder(path, HangingMounts::holding(path))));
     }
     if (!warnings.empty()) {
         std::printf("\nWarnings\n");

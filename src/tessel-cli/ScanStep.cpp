@@ -36,7 +36,8 @@ ScanOptions scanOptionsFrom(const Arguments& arguments) {
     return options;
 }
 
-std::optional<ScanResult> scanWithProgress(const std::string& path, const ScanOptions& options) {
+std::optional<ScanResult> scanWithProgress(const std::string& path, const ScanOptions& options,
+                                           const DiskScanner::IsCancelled& isCancelled) {
     ProgressLine line;
     DiskScanner::Progress progress;
     if (line.shown()) {
@@ -47,11 +48,12 @@ std::optional<ScanResult> scanWithProgress(const std::string& path, const ScanOp
         };
     }
     try {
-        ScanResult result = DiskScanner::scan(path, options, progress);
+        ScanResult result = DiskScanner::scan(path, options, progress, isCancelled);
         line.clear();
         return result;
     } catch (const DiskScanError& error) {
         line.clear();
+        if (error.kind() == DiskScanError::Kind::cancelled) return std::nullopt;
         // The sentence holds the path as typed, which may hold a newline or an escape.
         printError(printable(error.what()));
         return std::nullopt;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Arguments.h"
+#include "DiskScanKit/DiskScanner.h"
 #include "DiskScanKit/ScanOptions.h"
 #include "DiskScanKit/ScanRecords.h"
 
@@ -19,7 +20,9 @@ std::vector<OptionSpec> withScanOptions(std::vector<OptionSpec> own);
 ScanOptions scanOptionsFrom(const Arguments& arguments);
 
 // Scans `path`, with progress on standard error when it is a terminal. A scan
-// that fails has printed its "tessel: " line and gives nothing.
-std::optional<ScanResult> scanWithProgress(const std::string& path, const ScanOptions& options);
+// that fails has printed its "tessel: " line and gives nothing; one that
+// `isCancelled` stopped gives nothing and prints nothing.
+std::optional<ScanResult> scanWithProgress(const std::string& path, const ScanOptions& options,
+                                           const DiskScanner::IsCancelled& isCancelled = {});
 
 } // namespace tessel::cli

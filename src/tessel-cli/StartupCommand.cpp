@@ -3,7 +3,6 @@
 // for the user's own items, switching one off or back on.
 
 #include <cstdio>
-#include <set>
 
 #include <nlohmann/json.hpp>
 
@@ -13,10 +12,7 @@
 #include "TerminalText.h"
 #include "TrashStep.h"
 #include "DiskScanKit/Paths.h"
-#include "UninstallKit/CarriedNames.h"
-#include "UninstallKit/DpkgDatabase.h"
 #include "UninstallKit/LinuxStartupItems.h"
-#include "UninstallKit/PackageReceipts.h"
 #include "UninstallKit/StartupSwitch.h"
 
 namespace tessel::cli {
@@ -82,22 +78,6 @@ const StartupItem* itemNamed(const StartupItemReport& report, const std::string&
     return found;
 }
 
-StartupOwnership ownership(const StartupMachine& machine, const std::string& root, std::optional<PathOwners>& owners) {
-    StartupOwnership known;
-    // Without a package database (another distribution, a described machine without one) items are still judged.
-    try {
-        owners = PathOwners::cached(root, cacheFolder());
-        known.owners = &*owners;
-        for (const PackageReceipt& receipt : PackageReceipts::list(root))
-            if (receipt.isSystem) known.platformPackages.insert(receipt.package);
-    } catch (const DpkgError&) {
-        known.owners = nullptr;
-    }
-    known.apps = AppCatalog::installedApps(machine).apps;
-    CarriedNames::fill(known.apps, known.owners, machine);
-    return known;
-}
-
 int switchItem(const StartupItemReport& report, const StartupMachine& machine, const std::string& label, bool off,
                bool json) {
     const StartupItem* item = itemNamed(report, label);
@@ -150,8 +130,7 @@ int runStartup(const std::vector<std::string>& words) {
     if (arguments.has("dry-run") && !arguments.value("trash")) throw UsageError("--dry-run goes with --trash");
     const std::string root = systemRoot(arguments);
     const StartupMachine machine = StartupMachine::fromEnvironment(root);
-    std::optional<PathOwners> owners;
-    const StartupItemReport report = LinuxStartupItems::read(machine, ownership(machine, root, owners));
+    const StartupItemReport report = LinuxStartupItems::readJudgedByMachine(machine, cacheFolder());
     const bool json = arguments.has("json");
     if (const std::optional<std::string> label = arguments.value("disable")) return switchItem(report, machine, *label, true, json);
     if (const std::optional<std::string> label = arguments.value("enable")) return switchItem(report, machine, *label, false, json);

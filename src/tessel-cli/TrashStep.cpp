@@ -4,7 +4,6 @@
 
 #include "TrashStep.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <climits>
@@ -13,9 +12,7 @@
 #include "Command.h"
 #include "Listing.h"
 #include "TerminalText.h"
-#include "DiskScanKit/AnchoredPath.h"
 #include "DiskScanKit/ByteFormat.h"
-#include "DiskScanKit/DiskScanner.h"
 #include "DiskScanKit/Paths.h"
 #include "TrashKit/RemovalSheet.h"
 #include "TrashKit/SystemExtensionsInside.h"
@@ -34,19 +31,7 @@ std::optional<std::string> runningProgram() {
 
 } // namespace
 
-DeletionCandidate candidateFor(const std::string& given) {
-    DeletionCandidate candidate;
-    candidate.path = Paths::absoluteAsTyped(given);
-    std::variant<AnchoredPath, AnchoredPath::Failure> item = AnchoredPath::resolve(candidate.path);
-    const AnchoredPath* found = std::get_if<AnchoredPath>(&item);
-    const std::optional<struct stat> info = found != nullptr ? found->status() : std::nullopt;
-    if (info) {
-        candidate.isDirectory = S_ISDIR(info->st_mode);
-        candidate.bytes = candidate.isDirectory ? DiskScanner::allocatedSize(found->realPath())
-                                                : static_cast<std::int64_t>(info->st_blocks) * 512;
-    }
-    return candidate;
-}
+DeletionCandidate candidateFor(const std::string& given) { return DeletionGuard::candidateAt(Paths::absoluteAsTyped(given)); }
 
 namespace {
 

@@ -9,6 +9,7 @@
 #include "Arguments.h"
 #include "Command.h"
 #include "TerminalText.h"
+#include "Base/AppIdentity.h"
 #include "DiskScanKit/ProcessLimits.h"
 
 namespace tessel::cli {
@@ -21,7 +22,9 @@ const char* const scanOptionsHelp =
     "                         subvolumes of PATH's own btrfs are always entered)\n"
     "  --include-trash        enter the trash folders a disk keeps at its top too:\n"
     "                         .Trash-UID, .Trash and .Trashes\n"
-    "  --stall-timeout SECS   give up on a folder silent this long (default 30)\n";
+    "  --stall-timeout SECS   give up on a folder silent this long (default 30); one on\n"
+    "                         a network share or a FUSE file system is read by a\n"
+    "                         reader process that is left behind if it never answers\n";
 
 const char* const namesInJsonHelp =
     "\n"
@@ -143,14 +146,18 @@ const std::vector<Command>& commands() {
          "organised, with a name that doesn't look like a copy), then the others, and\n"
          "what removing the others would free: nothing for a hard link until its last\n"
          "name goes, nothing for a clone that shares its blocks. Nothing is removed.\n"
-         "Ctrl-C stops the comparison and prints what was settled so far.\n"
+         "Ctrl-C stops the comparison and prints what was settled so far. A file on a\n"
+         "network share or a FUSE file system whose reading makes no progress for the\n"
+         "stall timeout is given up on, counted as unreadable and named, and the\n"
+         "share's other files are left out with it.\n"
          "\n"
          "  --min-size BYTES       only files of at least this many bytes (default 1000000)\n"
          "  --json                 print {\"groups\": [{\"id\", \"logicalSize\", \"reclaimableBytes\",\n"
          "                         \"files\": [{\"path\", \"allocatedBytes\", \"sharing\", \"otherNames\"}]}],\n"
          "                         \"totalReclaimableBytes\", \"filesExamined\", \"unreadable\",\n"
-         "                         \"wasCancelled\", \"duration\"}; sharing is hardLinked, clone,\n"
-         "                         unshared or partial, the keeper comes first\n")
+         "                         \"stalledPaths\", \"wasCancelled\", \"duration\"}; sharing is\n"
+         "                         hardLinked, clone, unshared or partial, the keeper\n"
+         "                         comes first\n")
              + scanOptionsHelp + namesInJsonHelp,
          runDuplicates},
         {"snapshot", "Scan a folder and keep a snapshot of it",
@@ -475,6 +482,58 @@ const std::vector<Command>& commands() {
          "  --root DIR             read the system's folders and mount table under DIR\n"
              + std::string(namesInJsonHelp),
          runUnused},
+        {"ai", "List the AI models downloaded to this machine",
+         "usage: tessel ai [--json] [--root DIR]\n"
+         "\n"
+         "Lists the AI models downloaded to this machine, one item each, by tool:\n"
+         "Ollama (~/.ollama/models or $OLLAMA_MODELS, and the service's store in\n"
+         "/usr/share/ollama/.ollama/models, which only an administrator changes),\n"
+         "Hugging Face ($HF_HUB_CACHE, else hub in $HF_HOME, else in\n"
+         "$XDG_CACHE_HOME/huggingface), LM Studio, GPT4All, Jan, ComfyUI, the Stable\n"
+         "Diffusion web UI, whisper and whisper.cpp, PyTorch ($TORCH_HOME), Keras,\n"
+         "llama.cpp ($LLAMA_CACHE), and Docker's models where docker answers; other\n"
+         "folders of the cache folder that hold model files are listed too. A file\n"
+         "several models use (Ollama's tags of one model share its weights) is counted\n"
+         "once, apart from each model's own bytes, and goes only with the last model\n"
+         "that uses it. Downloads no model uses are gathered as one item. Nothing is\n"
+         "moved.\n"
+         "\n"
+         "  --json                 print {\"items\": [{\"id\", \"tool\", \"name\", \"kind\", \"bytes\",\n"
+         "                         \"sharedBytes\", \"sharedWith\", \"requiresAdministrator\",\n"
+         "                         \"removedBy\"}], \"totalBytes\"}; kind is model, dataset,\n"
+         "                         cache or unfinished; bytes are the model's own,\n"
+         "                         sharedBytes what it shares with the models named in\n"
+         "                         sharedWith; removedBy is null, {\"command\"} or {\"app\"};\n"
+         "                         totalBytes counts each shared file once\n"
+         "  --root DIR             read the Ollama service's store under DIR; Docker is\n"
+         "                         not asked\n"
+             + std::string(namesInJsonHelp),
+         runAI},
+        {"systemdata", "Show what the system keeps outside the home, and who removes it",
+         "usage: tessel systemdata [--json] [--root DIR]\n"
+         "\n"
+         "Lists what takes space outside the home that a scan of it does not explain,\n"
+         "each place with its size on disk (hard links counted once): the package\n"
+         "managers' downloads (/var/cache/apt/archives, /var/cache/dnf,\n"
+         "/var/cache/pacman/pkg), the systemd journal (/var/log/journal, or the size\n"
+         "journalctl --disk-usage gives where it can't be read) and old rotated logs,\n"
+         "kernels other than the running one and the newest (/usr/lib/modules, /boot),\n"
+         "core dumps (/var/lib/systemd/coredump), Flatpak runtimes no installed app\n"
+         "uses, snap revisions not in use (/var/lib/snapd/snaps), Docker's and Podman's\n"
+         "images, containers, volumes and build cache as docker system df and podman\n"
+         "system df count them, swap files (/proc/swaps), /var/tmp, and the Trash of\n"
+         "the home ($XDG_DATA_HOME/Trash) and of every other disk. These belong to the\n"
+         "programs that keep the system whole, so nothing is moved: each place says\n"
+         "the command that removes it, most of them an administrator's (sudo). Folders\n"
+         "that could not be read are listed apart and not counted.\n"
+         "\n"
+         "  --json                 print {\"rows\": [{\"id\", \"title\", \"path\", \"bytes\", \"canMove\",\n"
+         "                         \"howToRemove\"}], \"unreadable\": [paths]}\n"
+         "  --root DIR             describe the machine whose \"/\" is DIR: read its folders\n"
+         "                         and DIR/proc under DIR; no tool is run, and no kernel\n"
+         "                         counts as running\n"
+             + std::string(namesInJsonHelp),
+         runSystemData},
     };
     return list;
 }
@@ -484,7 +543,7 @@ void printError(const std::string& sentence) { std::fprintf(stderr, "tessel: %s\
 namespace {
 
 void printUsage(std::FILE* to) {
-    std::fputs("usage: tessel COMMAND [options] [PATH]\n\nCommands:\n", to);
+    std::fputs("usage: tessel COMMAND [options] [PATH]\n       tessel --version\n\nCommands:\n", to);
     for (const Command& command : commands()) std::fprintf(to, "  %-10s %s\n", command.name, command.summary);
     std::fputs("\nRun \"tessel COMMAND --help\" for a command's options.\n", to);
 }
@@ -498,6 +557,10 @@ int main(int argc, char** argv) {
     if (words.empty() || words.front() == "--help" || words.front() == "-h" || words.front() == "help") {
         printUsage(words.empty() ? stderr : stdout);
         return words.empty() ? exitUsage : exitSuccess;
+    }
+    if (words.front() == "--version") {
+        std::printf("tessel %s\n", tessel::AppIdentity::version);
+        return exitSuccess;
     }
     for (const Command& command : commands()) {
         if (words.front() != command.name) continue;

@@ -74,7 +74,7 @@ TEST_F(Units, SystemUnitsAreOnByLinksOffByChoiceAndMaskedByDevNull) {
     program("/opt/tool/run.py");
     write(lib + "getty@.service", "[Service]\nExecStart=-/sbin/agetty -o '-p -- \\\\u' --noclear %I $TERM\n");
     link(lib + "getty@.service", etc + "getty.target.wants/getty@tty1.service");
-    write(lib + "apt-daily.timer", "[Timer]\nOnCalendar=*-*-* 6,18:00\nOnBootSec=5min\n[Install]\nWantedBy=timers.target\n");
+    write(lib + "apt-daily.timer", "[Timer]\nOnCalendar=*-*-* 6,18:00\nOnCalendar=weekly\nOnBootSec=5min\n[Install]\nWantedBy=timers.target\n");
     write(lib + "apt-daily.service", "[Service]\nType=oneshot\nExecStart=/usr/bin/install -d /var/x\n"
                                      "ExecStart=/usr/lib/apt/apt.systemd.daily\n");
     link("/usr/lib/apt/gone", "/usr/lib/apt/apt.systemd.daily");
@@ -107,7 +107,7 @@ TEST_F(Units, SystemUnitsAreOnByLinksOffByChoiceAndMaskedByDevNull) {
     EXPECT_EQ(timer.kind, StartupItemKind::scheduledJob);
     EXPECT_EQ(timer.program, "/usr/lib/apt/apt.systemd.daily") << "the service's last command is its work";
     EXPECT_FALSE(timer.programExists);
-    EXPECT_EQ(timer.detail, "It starts apt-daily.service at *-*-* 6,18:00, 5min after boot. Its program "
+    EXPECT_EQ(timer.detail, "It starts apt-daily.service at *-*-* 6,18:00, weekly, 5min after boot. Its program "
                             "/usr/lib/apt/apt.systemd.daily is a link to /usr/lib/apt/gone, which is not there.");
     EXPECT_EQ(items["ssh.socket"].program, "/usr/sbin/sshd") << "an accepting socket starts an instance of its template";
     EXPECT_EQ(items["ssh.socket"].detail, "It starts ssh@.service when something connects to 22.");

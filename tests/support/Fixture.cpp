@@ -1,5 +1,7 @@
 #include "Fixture.h"
 
+#include <dirent.h>
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -170,6 +172,16 @@ bool totalsAddUp(const FileNode& root) {
         if (sum != node->totalBytes()) return false;
     }
     return true;
+}
+
+std::vector<std::string> entryNames(const std::string& folder) {
+    std::vector<std::string> names;
+    DIR* listing = opendir(folder.c_str());
+    if (listing == nullptr) return names;
+    while (const dirent* entry = readdir(listing))
+        if (std::string_view name = entry->d_name; name != "." && name != "..") names.emplace_back(name);
+    closedir(listing);
+    return names;
 }
 
 } // namespace tessel::test

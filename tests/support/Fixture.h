@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "DiskScanKit/FileNode.h"
 
@@ -36,6 +37,8 @@ void makeSymlink(const std::string& target, const std::string& link);
 // Nested folders named `name`, `levels` deep, made relative to each other so
 // that the full path may exceed PATH_MAX. Returns the number of levels made.
 int makeDeepChain(const std::string& base, const std::string& name, int levels);
+// The names in `folder`, "." and ".." left out; none when it can't be read.
+std::vector<std::string> entryNames(const std::string& folder);
 // st_blocks * 512 of the entry itself.
 std::int64_t allocatedOf(const std::string& path);
 

@@ -80,6 +80,19 @@ int DirectoryReader::releaseDescriptor() {
     return fd;
 }
 
+bool DirectoryReader::standIn(const char* name, RawEntry& entry) const {
+    for (const MountStandIn& standIn : standIns_) {
+        if (standIn.name != name) continue;
+        entry = RawEntry{};
+        entry.name = standIn.name;
+        entry.objectType = ObjectType::directory;
+        entry.deviceID = standIn.device;
+        entry.mountRoot = true;
+        return true;
+    }
+    return false;
+}
+
 int DirectoryReader::readBatch(EntrySink consume) {
     long length = syscall(SYS_getdents64, fd_, buffer_.data(), buffer_.size());
     if (length < 0) throw DirectoryReaderError(DirectoryReaderError::Kind::read, path_, errno);
@@ -92,6 +105,10 @@ int DirectoryReader::readBatch(EntrySink consume) {
         ++records;
         const char* name = record->d_name;
         if (isDotOrDotDot(name)) continue;
+        if (!standIns_.empty() && standIn(name, entry)) {
+            consume(entry);
+            continue;
+        }
         if (statx(fd_, name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, statxMask, &info) != 0)
             continue;
         entry.objectType = objectTypeOf(info.stx_mode);

@@ -63,6 +63,9 @@ AppSession::Dependencies AppSession::Dependencies::system(QSettings* settings, s
     dependencies.knownApps = [home = dependencies.home] { return installedAppHomes(home); };
     dependencies.junk = JunkModel::Dependencies::system(JunkPlaces::fromEnvironment(), settings);
     dependencies.leftovers = LeftoversModel::Dependencies::system(dependencies.home);
+    dependencies.startup = StartupItemsModel::Dependencies::system(dependencies.home);
+    dependencies.systemData = SystemDataModel::Dependencies::system("/");
+    dependencies.aiData = AIDataModel::Dependencies::system(dependencies.home);
     dependencies.uninstall = UninstallModel::Dependencies::system(dependencies.home, pinned, settings);
     return dependencies;
 }
@@ -72,7 +75,8 @@ AppSession::AppSession(Dependencies dependencies, QObject* parent)
       removal_((trashWorker_.setMaxThreadCount(1), removalEnvironment()), tree_, this),
       scan_(dependencies_.scanEnvironment, dependencies_.initialPath, this),
       tools_(tree_, removal_, dependencies_.desktop, dependencies_.settings, changesEnvironment(), dependencies_.home,
-             dependencies_.junk, dependencies_.leftovers, this),
+             dependencies_.junk, dependencies_.leftovers, dependencies_.startup, dependencies_.systemData,
+             dependencies_.aiData, this),
       overview_(tree_, dependencies_.settings, dependencies_.home, this), spaceMap_(tree_, dependencies_.settings, this),
       uninstall_(dependencies_.uninstall, removal_, this),
       unused_(uninstall_,

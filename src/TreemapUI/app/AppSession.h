@@ -73,6 +73,12 @@ public:
         JunkModel::Dependencies junk;
         // The leftovers room's look; it finds nothing when left empty.
         LeftoversModel::Dependencies leftovers;
+        // The startup room's machine and how it switches; it lists nothing when left empty.
+        StartupItemsModel::Dependencies startup;
+        // The System Data room's look; it finds nothing when left empty.
+        SystemDataModel::Dependencies systemData;
+        // The AI Data Sweeper's look; it finds nothing when left empty.
+        AIDataModel::Dependencies aiData;
         // The uninstaller's machine and what runs; it lists nothing when left empty.
         UninstallModel::Dependencies uninstall;
         static Dependencies system(QSettings* settings, std::string initialPath);

@@ -22,18 +22,21 @@ QString list(const QStringList& names) {
     return names.first(names.size() - 1).join(QStringLiteral(", ")) + QStringLiteral(" and ") + names.last();
 }
 
-AppNotification foldersSkipped(const QStringList& paths, std::function<void()> scanAgain) {
+AppNotification foldersSkipped(const QStringList& paths, std::function<void()> scanAgain, const MountOf& mountOf) {
     AppNotification notice;
     notice.kind = AppNotification::Kind::warning;
     notice.title = toQString(ScanWords::stalledTitle(paths.size()));
-    if (!paths.isEmpty()) {
+    if (paths.size() == 1) {
+        const std::string shown = toBytes(homeRelative(paths.front(), QDir::homePath()));
+        notice.detail = toQString(ScanWords::stalledFolder(shown, mountOf(toBytes(paths.front()))));
+    } else if (!paths.isEmpty()) {
         QStringList shown;
         for (const QString& path : paths.first(std::min(paths.size(), namedFolders))) shown << homeRelative(path, QDir::homePath());
         // The tail stands in for the last name, so the sentence keeps a single
         // " and ": five paths read "a, b, c and 2 more", not "a, b and c and 2 more".
         if (paths.size() > namedFolders)
             shown << toQString(TextFormat::grouped(paths.size() - namedFolders)) + QStringLiteral(" more");
-        notice.detail = list(shown);
+        notice.detail = list(shown) + QStringLiteral(". ") + toQString(ScanWords::unreadableDetail(paths.size()));
     }
     notice.actionTitle = QStringLiteral("Scan Again");
     notice.action = std::move(scanAgain);

@@ -5,8 +5,11 @@
 #include <QStringList>
 
 #include <functional>
+#include <optional>
+#include <string_view>
 
 #include "app/AppNotifications.h"
+#include "DiskScanKit/HangingMounts.h"
 
 namespace tessel::Notices {
 
@@ -14,9 +17,14 @@ namespace tessel::Notices {
 // {"a", "b", "c"} -> "a, b and c"; no names give "".
 QString list(const QStringList& names);
 
-// Folders the scan gave up on because they stopped answering. Stays until
-// dismissed; its action runs `scanAgain`.
-AppNotification foldersSkipped(const QStringList& paths, std::function<void()> scanAgain);
+// Which mount holds a path, for naming its file system.
+using MountOf = std::function<std::optional<MountEntry>(std::string_view path)>;
+
+// Folders the scan gave up on because they stopped answering: one is named
+// with the file system it is on, more are listed. Says that what they hold is
+// left out. Stays until dismissed; its action runs `scanAgain`.
+AppNotification foldersSkipped(const QStringList& paths, std::function<void()> scanAgain,
+                               const MountOf& mountOf = HangingMounts::holding);
 
 // Folders the scan was not allowed into, so the total it shows is short.
 AppNotification accessIncomplete(qint64 unreadable, std::function<void()> openSettings);

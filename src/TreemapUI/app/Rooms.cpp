@@ -163,19 +163,16 @@ std::string_view comingSentence(const Room& room) {
     switch (room.tool.value_or(Tool::junk)) {
     case Tool::junk:
     case Tool::leftovers:
+    case Tool::startup:
+    case Tool::systemData:
+    case Tool::aiData:
         return {};
     case Tool::duplicates:
         return "Duplicates will find files with identical contents, keep one copy of each, and tell what removing the others would really free.";
     case Tool::hidden:
         return "Hidden Files will list the largest items whose names begin with a dot, with a note on what each one is and whether it comes back by itself.";
-    case Tool::startup:
-        return "Startup Items will list everything that starts itself at login or at boot, and who owns it.";
     case Tool::receipts:
         return "Installers will list installer files you no longer need and what installed packages put on this computer.";
-    case Tool::aiData:
-        return "The AI Data Sweeper will find AI models downloaded by the apps on this computer, with their size and what uses them.";
-    case Tool::systemData:
-        return "System Data will break down what the system keeps for itself, and what of it can go.";
     case Tool::changes:
     case Tool::report:
         return "The report will compare this scan with earlier ones, and save it as a spreadsheet or a web page.";

@@ -6,10 +6,14 @@
 #include <QSaveFile>
 #include <QStandardPaths>
 
+#include "Base/AppIdentity.h"
+
 namespace tessel::OpenAtLogin {
 
 QString entryPath() {
-    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + "/autostart/tessel.desktop";
+    // Named, like the app's own entry, by the app id, which the desktop matches them by.
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) + "/autostart/" +
+           QString::fromLatin1(AppIdentity::id) + ".desktop";
 }
 
 bool read() {
@@ -30,6 +34,7 @@ void set(bool on, const std::function<void(bool)>& then) {
         QString text = QStringLiteral("[Desktop Entry]\nType=Application\nName=Tessel\n"
                                       "Comment=See where your disk space goes\n");
         text += "Exec=\"" + program + "\"\n";
+        text += "Icon=" + QString::fromLatin1(AppIdentity::id) + "\n";
         text += on ? QStringLiteral("Hidden=false\nX-GNOME-Autostart-enabled=true\n")
                    : QStringLiteral("Hidden=true\nX-GNOME-Autostart-enabled=false\n");
         file.write(text.toUtf8());

@@ -118,6 +118,9 @@ ApplicationWindow {
                 if (window.shell.room === "duplicates") return duplicatesRoom
                 if (window.shell.room === "junk") return junkRoom
                 if (window.shell.room === "leftovers") return leftoversRoom
+                if (window.shell.room === "startup") return startupRoom
+                if (window.shell.room === "systemData") return systemDataRoom
+                if (window.shell.room === "aiData") return aiDataRoom
                 if (window.shell.room === "apps") return uninstallRoom
                 if (window.shell.room === "unused") return unusedAppsRoom
                 if (window.shell.room === "report" || window.shell.room === "changes") return reportRoom
@@ -163,6 +166,18 @@ ApplicationWindow {
     Component {
         id: leftoversRoom
         LeftoversRoom { session: window.session }
+    }
+    Component {
+        id: startupRoom
+        StartupRoom { session: window.session }
+    }
+    Component {
+        id: systemDataRoom
+        SystemDataRoom { session: window.session }
+    }
+    Component {
+        id: aiDataRoom
+        AIDataRoom { session: window.session }
     }
     Component {
         id: uninstallRoom

@@ -9,6 +9,7 @@
 
 #include <memory>
 
+#include "tools/aidata/AIDataModel.h"
 #include "tools/changes/ChangesModel.h"
 #include "DiskScanKit/FileNode.h"
 #include "tools/duplicates/DuplicatesModel.h"
@@ -18,6 +19,8 @@
 #include "tools/hidden/HiddenFilesModel.h"
 #include "tools/junk/JunkModel.h"
 #include "tools/leftovers/LeftoversModel.h"
+#include "tools/startup/StartupItemsModel.h"
+#include "tools/systemdata/SystemDataModel.h"
 
 namespace tessel {
 
@@ -31,6 +34,9 @@ class ToolModels : public QObject {
     Q_PROPERTY(tessel::DuplicatesModel* duplicates READ duplicates CONSTANT)
     Q_PROPERTY(tessel::JunkModel* junk READ junk CONSTANT)
     Q_PROPERTY(tessel::LeftoversModel* leftovers READ leftovers CONSTANT)
+    Q_PROPERTY(tessel::StartupItemsModel* startup READ startup CONSTANT)
+    Q_PROPERTY(tessel::SystemDataModel* systemData READ systemData CONSTANT)
+    Q_PROPERTY(tessel::AIDataModel* aiData READ aiData CONSTANT)
     Q_PROPERTY(tessel::ReportView* report READ report CONSTANT)
     // The report room's tab: "changes" or "summary".
     Q_PROPERTY(QString reportTab READ reportTab WRITE setReportTab NOTIFY reportTabChanged)
@@ -38,7 +44,8 @@ public:
     // Each tool follows `tree` itself; those that remove go by `road`.
     ToolModels(ScannedTree& tree, RemovalRoad& road, const Desktop& desktop, QSettings* settings,
                ChangesModel::Environment changes, std::string home, JunkModel::Dependencies junk,
-               LeftoversModel::Dependencies leftovers, QObject* parent = nullptr);
+               LeftoversModel::Dependencies leftovers, StartupItemsModel::Dependencies startup,
+               SystemDataModel::Dependencies systemData, AIDataModel::Dependencies aiData, QObject* parent = nullptr);
 
     QDateTime scannedAt() const { return scannedAt_; }
     HiddenFilesModel* hidden() { return &hidden_; }
@@ -46,6 +53,9 @@ public:
     DuplicatesModel* duplicates() { return &duplicates_; }
     JunkModel* junk() { return &junk_; }
     LeftoversModel* leftovers() { return &leftovers_; }
+    StartupItemsModel* startup() { return &startup_; }
+    SystemDataModel* systemData() { return &systemData_; }
+    AIDataModel* aiData() { return &aiData_; }
     ReportView* report() { return &report_; }
     QString reportTab() const;
     void setReportTab(const QString& tab);
@@ -62,6 +72,9 @@ private:
     DuplicatesModel duplicates_;
     JunkModel junk_;
     LeftoversModel leftovers_;
+    StartupItemsModel startup_;
+    SystemDataModel systemData_;
+    AIDataModel aiData_;
     ReportView report_;
 };
 

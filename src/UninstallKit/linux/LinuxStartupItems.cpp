@@ -12,11 +12,15 @@
 #include "UninstallKit/LinuxStartupItems.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "UninstallKit/AppOwners.h"
 #include "UninstallKit/AutostartEntries.h"
+#include "UninstallKit/CarriedNames.h"
 #include "UninstallKit/CronJobs.h"
+#include "UninstallKit/DpkgDatabase.h"
 #include "UninstallKit/InstalledAppIndex.h"
+#include "UninstallKit/PackageReceipts.h"
 #include "UninstallKit/StartupOwnerMatcher.h"
 #include "UninstallKit/SystemdUnitFile.h"
 #include "UninstallKit/SystemdUnits.h"
@@ -71,6 +75,22 @@ StartupItemReport read(const StartupMachine& machine, const StartupOwnership& ow
         return std::tie(a.kind, a.label) < std::tie(b.kind, b.label);
     });
     return report;
+}
+
+StartupItemReport readJudgedByMachine(const StartupMachine& machine, const std::string& cacheFolder) {
+    StartupOwnership known;
+    std::optional<PathOwners> owners;
+    try {
+        owners = PathOwners::cached(machine.root, cacheFolder);
+        known.owners = &*owners;
+        for (const PackageReceipt& receipt : PackageReceipts::list(machine.root))
+            if (receipt.isSystem) known.platformPackages.insert(receipt.package);
+    } catch (const DpkgError&) {
+        known.owners = nullptr;
+    }
+    known.apps = AppCatalog::installedApps(machine).apps;
+    CarriedNames::fill(known.apps, known.owners, machine);
+    return read(machine, known);
 }
 
 } // namespace tessel::LinuxStartupItems

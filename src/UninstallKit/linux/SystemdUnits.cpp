@@ -210,7 +210,11 @@ std::string activation(const std::string& name, const SystemdUnitFile& file, con
     const std::string type(UnitNames::type(name));
     std::vector<std::string> when;
     if (type == "timer") {
-        for (const std::string& calendar : values("Timer", "OnCalendar")) when.push_back("at " + calendar);
+        // The shorthands read as words ("daily"); any other expression is a moment ("at *-*-* 6:00").
+        static const std::set<std::string> shorthands{"minutely", "hourly",    "daily",        "weekly",       "monthly",
+                                                      "yearly",   "annually", "quarterly",    "semiannually", "semi-annually"};
+        for (const std::string& calendar : values("Timer", "OnCalendar"))
+            when.push_back(shorthands.contains(calendar) ? calendar : "at " + calendar);
         for (const std::string& after : values("Timer", "OnBootSec")) when.push_back(after + " after boot");
         for (const std::string& after : values("Timer", "OnStartupSec"))
             when.push_back(after + (scope == Scope::user ? " after you log in" : " after the system starts"));

@@ -12,6 +12,7 @@
 
 #include "app/AppNotifications.h"
 #include "app/Notices.h"
+#include "support/QtText.h"
 
 using namespace tessel;
 
@@ -221,9 +222,16 @@ TEST(Notices, ListReadsAsASentence) {
 
 TEST(Notices, OneSkippedFolderIsNamedWithHomeAsTilde) {
     int scans = 0;
-    const AppNotification item = Notices::foldersSkipped({QDir::homePath() + "/Music"}, [&] { ++scans; });
+    MountEntry share;
+    share.mountPoint = toBytes(QDir::homePath() + "/Music");
+    share.fileSystem = "fuse.sshfs";
+    const AppNotification item = Notices::foldersSkipped(
+        {QDir::homePath() + "/Music"}, [&] { ++scans; }, [&](std::string_view) { return std::optional(share); });
     EXPECT_EQ(item.title, "Skipped a folder that did not respond");
-    EXPECT_EQ(item.detail, "~/Music");
+    EXPECT_EQ(item.detail, "~/Music did not answer: it is on a FUSE file system (sshfs) mounted at " + QDir::homePath() +
+                               "/Music, and what it holds is left out.");
+    const auto nowhere = [](std::string_view) { return std::optional<MountEntry>(); };
+    EXPECT_EQ(Notices::foldersSkipped({"/a"}, {}, nowhere).detail, "/a did not answer, and what it holds is left out.");
     EXPECT_EQ(item.actionTitle, "Scan Again");
     EXPECT_EQ(item.kind, AppNotification::Kind::warning);
     EXPECT_FALSE(item.duration);
@@ -234,11 +242,12 @@ TEST(Notices, OneSkippedFolderIsNamedWithHomeAsTilde) {
 TEST(Notices, ManySkippedFoldersNameThreeAndCountTheRest) {
     const AppNotification five = Notices::foldersSkipped({"/a", "/b", "/c", "/d", "/e"}, {});
     EXPECT_EQ(five.title, "Skipped 5 folders that did not respond");
-    EXPECT_EQ(five.detail, "/a, /b, /c and 2 more");
-    EXPECT_EQ(Notices::foldersSkipped({"/a", "/b", "/c"}, {}).detail, "/a, /b and /c");
+    const QString leftOut = QStringLiteral(". The total leaves out what they hold.");
+    EXPECT_EQ(five.detail, "/a, /b, /c and 2 more" + leftOut);
+    EXPECT_EQ(Notices::foldersSkipped({"/a", "/b", "/c"}, {}).detail, "/a, /b and /c" + leftOut);
     // Only a whole leading component is the home folder.
     const QString neighbour = QDir::homePath() + "2/x";
-    EXPECT_EQ(Notices::foldersSkipped({neighbour, "/b"}, {}).detail, neighbour + " and /b");
+    EXPECT_EQ(Notices::foldersSkipped({neighbour, "/b"}, {}).detail, neighbour + " and /b" + leftOut);
 }
 
 TEST(Notices, UnreadableCountIsGroupedEvenInTheCLocale) {

@@ -162,12 +162,13 @@ TEST_F(UninstallRoom, OffersTheUsersAppsAndTicksOnlyWhatMayGo) {
 
     choose({"Editor", "Maps"});
     const std::set<std::string> ticked{image, home + "/.config/editor", home + "/.cache/editor",
-                                       home + "/.local/share/applications/editor.desktop", home + "/.cache/org.example.Maps"};
+                                       home + "/.local/share/applications/editor.desktop",
+                                       home + "/.local/share/icons/hicolor/scalable/apps/editor.svg", home + "/.cache/org.example.Maps"};
     EXPECT_EQ(model->selection(), ticked) << "the AppImage whole, never the sandbox's data nor what needs an administrator";
     model->toggle(QString::fromStdString(home + "/.var/app/org.example.Maps"));
     model->toggle(QString::fromStdString(folder / "root/etc/editor"));
     EXPECT_EQ(model->selection(), ticked) << "neither can be ticked by hand";
-    EXPECT_EQ(model->tickedCount(), 5);
+    EXPECT_EQ(model->tickedCount(), 6);
 
     const UninstallPlanRow& editor = planRow("Editor");
     EXPECT_EQ(editor.bundle["path"].toString().toStdString(), image);
@@ -222,10 +223,11 @@ TEST_F(UninstallRoom, RemovalMovesWhatIsTickedAndPutBackRestoresItByteForByte) {
     choose({"Editor", "Maps"});
     model->removeTicked();
     waitForPlan(road);
-    EXPECT_EQ(road.plan()->allowed.size(), 5u);
+    EXPECT_EQ(road.plan()->allowed.size(), 6u);
     road.confirm();
     waitFor(road);
-    EXPECT_EQ(model->result(), "5 items of 2 apps moved to the Trash");
+    EXPECT_EQ(model->result(), "6 items of 2 apps moved to the Trash");
+    EXPECT_FALSE(std::filesystem::exists(home + "/.local/share/icons/hicolor/scalable/apps/editor.svg")) << "its icon goes with it";
     EXPECT_FALSE(std::filesystem::exists(image));
     EXPECT_FALSE(std::filesystem::exists(home + "/.config/editor"));
     EXPECT_TRUE(std::filesystem::exists(home + "/.var/app/org.example.Maps/data/tiles")) << "what may hold documents stays";
@@ -251,7 +253,7 @@ TEST_F(UninstallRoom, ARunningAppStaysWithEverythingItKeeps) {
     model->removeTicked();
     waitForPlan(road);
     EXPECT_TRUE(road.plan()->allowed.empty());
-    ASSERT_EQ(road.skippedRows().size(), 4);
+    ASSERT_EQ(road.skippedRows().size(), 5);
     EXPECT_EQ(road.skippedRows()[0].toMap()["explanation"].toString(), "In use: Editor is running. Quit it, then try again.");
     ASSERT_TRUE(QTest::qWaitFor([&] { return planRow("Editor").running; }, 5000));
     road.cancel();

@@ -38,6 +38,14 @@ struct RawEntry {
     bool mountRoot = false;
 };
 
+// A mount point met in a folder, given as the mount table has it instead of
+// being examined: examining it asks the file system mounted there, which may
+// not answer.
+struct MountStandIn {
+    std::string name;
+    std::uint64_t device = 0;
+};
+
 class DirectoryReaderError : public std::exception {
 public:
     enum class Kind { open, read };
@@ -90,14 +98,21 @@ public:
 
     const std::string& path() const { return path_; }
     int fd() const { return fd_; }
+    // Entries of these names are given as folders that are mount roots on
+    // their device, without being examined. The span must outlive the reader.
+    void setMountStandIns(std::span<const MountStandIn> standIns) { standIns_ = standIns; }
     // Gives up ownership of the descriptor, which stays open.
     int releaseDescriptor();
 
 private:
+    // Fills `entry` with the stand-in named `name`, if there is one.
+    bool standIn(const char* name, RawEntry& entry) const;
+
     const std::string& path_;
     int fd_ = -1;
     std::span<std::byte> buffer_;
     bool retainFileNames_;
+    std::span<const MountStandIn> standIns_;
 };
 
 } // namespace tessel

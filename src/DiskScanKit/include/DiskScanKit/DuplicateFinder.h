@@ -36,8 +36,13 @@ public:
     using Progress = std::function<void(const DuplicateScanProgress&)>;
     using IsCancelled = std::function<bool()>;
 
-    // Each of the first three is raised to at least 1.
-    DuplicateFinder(std::int64_t minimumBytes, int sampleBytes, int workerCount, std::string home);
+    // Each of the first three is raised to at least 1. A file whose reading
+    // makes no progress for `stallTimeout` seconds is given up on, where it
+    // lies on a file system that may hang.
+    DuplicateFinder(std::int64_t minimumBytes, int sampleBytes, int workerCount, std::string home,
+                    double stallTimeout = defaultStallTimeout);
+
+    static constexpr double defaultStallTimeout = 30;
 
     // The active processors, clamped to 1...4: disks gain nothing from more readers.
     static int defaultWorkerCount();
@@ -55,12 +60,14 @@ public:
     int sampleBytes() const { return sampleBytes_; }
     int workerCount() const { return workerCount_; }
     const std::string& home() const { return home_; }
+    double stallTimeout() const { return stallTimeout_; }
 
 private:
     std::int64_t minimumBytes_;
     int sampleBytes_;
     int workerCount_;
     std::string home_;
+    double stallTimeout_;
 };
 
 // The places no tool offers to remove anything from: stores other programs

@@ -113,6 +113,9 @@ struct DuplicateReport {
     // Regular files of at least the minimum size that were looked at, each inode once.
     std::int64_t filesExamined = 0;
     std::int64_t unreadable = 0;
+    // Files whose reading stopped answering for the stall timeout, so were
+    // given up on; each also counts in `unreadable`.
+    std::vector<std::string> stalledPaths;
     bool wasCancelled = false;
     double duration = 0;
 };

@@ -5,8 +5,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include "Base/MountInfo.h"
 
 #include "DiskScanKit/DuplicateFinder.h"
 #include "DiskScanKit/DuplicateGroup.h"
@@ -24,5 +28,9 @@ std::string keeperReason(const DuplicateGroup& group, std::size_t keeper, Keepin
 // or why there are none, and how many files could not be compared. `groups`
 // are those still shown, which may be fewer than the report found.
 std::string summary(const std::vector<DuplicateGroup>& groups, const DuplicateReport& report, std::int64_t minimumBytes);
+// One file the comparison gave up on, with the file system it is on where
+// known: "/mnt/x/film.mkv stopped answering while it was read: it is on a
+// FUSE file system (sshfs) mounted at /mnt/x, and it is left out of the comparison."
+std::string stalledFile(std::string_view path, const std::optional<MountEntry>& mount);
 
 } // namespace tessel::DuplicateWords

@@ -113,6 +113,10 @@ std::variant<AnchoredPath, DeletionRefusal> admit(const DeletionCandidate& candi
 std::variant<AnchoredPath, DeletionRefusal> admit(const DeletionCandidate& candidate, const Context& context,
                                                   const Context& real, const FileManager& fileManager,
                                                   const std::string& extensionDatabase);
+// A path as the guard will take it, measured now: a folder (a link to one is
+// followed only where the guard follows it) with all it holds, a file or a
+// link by its own blocks. A path that can't be looked at measures nothing.
+DeletionCandidate candidateAt(const std::string& path);
 // What is below a folder that is itself a candidate goes with the folder.
 std::vector<DeletionCandidate> collapseNested(std::vector<DeletionCandidate> candidates);
 DeletionPlan plan(const std::vector<DeletionCandidate>& candidates, const Context& context,

@@ -172,60 +172,16 @@ Item {
         anchors.top: parent.top
         anchors.bottom: footer.top
 
-        Rectangle {
+        ResultBanner {
             id: resultBanner
             x: 20
             y: visible ? 14 : 0
             width: parent.width - 40
-            visible: room.uninstall.result.length > 0
-            height: visible ? Math.max(resultText.implicitHeight, putBack.height) + 24 : 0
-            radius: Style.radius
-            color: Style.mix(Style.theme.surface, Style.theme.success, 0.1)
-            border.width: 1
-            border.color: Style.mix(Style.theme.outline, Style.theme.success, 0.4)
-            Icon {
-                id: resultIcon
-                x: 14
-                anchors.verticalCenter: parent.verticalCenter
-                symbol: "checkmark.circle.fill"
-                size: 20
-                color: Style.theme.success
-            }
-            Column {
-                id: resultText
-                anchors.left: resultIcon.right
-                anchors.leftMargin: 10
-                anchors.right: putBack.left
-                anchors.rightMargin: 12
-                anchors.verticalCenter: parent.verticalCenter
-                spacing: 2
-                Text {
-                    width: parent.width
-                    wrapMode: Text.Wrap
-                    textFormat: Text.PlainText
-                    text: room.uninstall.result
-                    color: Style.theme.text
-                    font.pixelSize: Style.bodySize + 1
-                    font.weight: Font.DemiBold
-                }
-                Text {
-                    width: parent.width
-                    wrapMode: Text.Wrap
-                    text: room.uninstall.resultDetail
-                    color: Style.theme.secondaryText
-                    font.pixelSize: Style.bodySize
-                }
-            }
-            ActionButton {
-                id: putBack
-                anchors.right: parent.right
-                anchors.rightMargin: 14
-                anchors.verticalCenter: parent.verticalCenter
-                text: "Put Back"
-                symbol: "arrow.uturn.backward"
-                enabled: room.session.removal.canUndo
-                onClicked: room.uninstall.undo()
-            }
+            text: room.uninstall.result
+            detail: room.uninstall.resultDetail
+            actionText: "Put Back"
+            actionEnabled: room.session.removal.canUndo
+            onAct: room.uninstall.undo()
         }
 
         // Nothing chosen yet.
@@ -434,41 +390,10 @@ Item {
                             color: Style.theme.text
                             font.pixelSize: Style.bodySize
                         }
-                        Rectangle {
+                        CommandBox {
                             width: parent.width
-                            height: Math.max(commandText.implicitHeight, copyButton.height) + 12
-                            radius: Style.smallRadius
-                            color: Style.mix(Style.theme.background, Style.theme.text, 0.05)
-                            border.width: 1
-                            border.color: Style.theme.outline
-                            TextEdit {
-                                id: commandText
-                                anchors.left: parent.left
-                                anchors.leftMargin: 10
-                                anchors.right: copyButton.left
-                                anchors.rightMargin: 10
-                                anchors.verticalCenter: parent.verticalCenter
-                                readOnly: true
-                                selectByMouse: true
-                                wrapMode: TextEdit.WrapAtWordBoundaryOrAnywhere
-                                textFormat: TextEdit.PlainText
-                                text: plan.handoff
-                                color: Style.theme.text
-                                selectionColor: Style.theme.highlight
-                                font.family: "monospace"
-                                font.pixelSize: Style.bodySize
-                                Accessible.name: "Command"
-                            }
-                            ActionButton {
-                                id: copyButton
-                                anchors.right: parent.right
-                                anchors.rightMargin: 6
-                                anchors.verticalCenter: parent.verticalCenter
-                                text: "Copy"
-                                symbol: "doc.on.doc"
-                                help: "Copy the command, to paste it in a terminal"
-                                onClicked: room.uninstall.copyHandoff(plan.handoff)
-                            }
+                            command: plan.handoff
+                            onCopy: room.uninstall.copyHandoff(plan.handoff)
                         }
                         ActionButton {
                             visible: plan.appstreamId.length > 0

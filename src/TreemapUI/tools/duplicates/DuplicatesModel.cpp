@@ -112,7 +112,7 @@ void DuplicatesModel::look() {
         }
         // The files are read with no hold on the tree: the comparison may take minutes.
         const DuplicateFinder finder(environment.minimumBytes, DuplicateFinder::toolSampleBytes,
-                                     environment.workerCount, environment.home);
+                                     environment.workerCount, environment.home, environment.stallTimeout);
         DuplicateReport report = finder.find(
             paths,
             [relay, self, generation](const DuplicateScanProgress& now) {

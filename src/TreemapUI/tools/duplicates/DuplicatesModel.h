@@ -78,6 +78,8 @@ public:
         QSettings* settings = nullptr;
         int workerCount = DuplicateFinder::defaultWorkerCount();
         std::int64_t minimumBytes = DuplicateFinder::toolMinimumBytes;
+        // A file on a share that makes no progress this long is given up on.
+        double stallTimeout = DuplicateFinder::defaultStallTimeout;
     };
 
     // Follows `tree`: a new tree starts afresh, and copies that leave it (or come

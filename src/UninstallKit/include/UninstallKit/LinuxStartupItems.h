@@ -26,6 +26,11 @@ namespace LinuxStartupItems {
 
 // Read and judged, sorted by kind, then label.
 StartupItemReport read(const StartupMachine& machine, const StartupOwnership& ownership);
+// Read and judged by what the machine itself records: its installed apps with
+// what each carries and, where a package database lies under its root, the
+// package of each file (its index of paths kept in `cacheFolder`) and the
+// packages of the base system. Without a database the items are still judged.
+StartupItemReport readJudgedByMachine(const StartupMachine& machine, const std::string& cacheFolder);
 
 // Sets each item's owner, confidence and reason, its package and whether it is the platform's own.
 void judge(std::vector<StartupItem>& items, const StartupMachine& machine, const StartupOwnership& ownership);

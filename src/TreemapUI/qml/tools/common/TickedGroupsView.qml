@@ -3,12 +3,14 @@ import QtQuick.Controls
 import Tessel.UI
 
 // Groups of found things as cards, largest first: a tick box for the group
-// and for each row, the row's name, its tags and the sentence that says why.
+// and for each row, the row's name, its tags and the sentence that says why,
+// and for what Tessel leaves to another program, the command to copy.
 // The model decides what a press ticks; the view only asks.
 ListView {
     id: list
     signal toggle(string path)
     signal toggleGroup(string groupId)
+    signal copy(string command)
     clip: true
     spacing: 10
     ScrollBar.vertical: ScrollBar {}
@@ -158,6 +160,12 @@ ListView {
                             text: row.modelData.note
                             color: Style.theme.secondaryText
                             font.pixelSize: Style.captionSize + 1
+                        }
+                        CommandBox {
+                            width: Math.min(parent.width, 520)
+                            visible: (row.modelData.command ?? "").length > 0
+                            command: row.modelData.command ?? ""
+                            onCopy: list.copy(command)
                         }
                     }
                     Text {
