@@ -49,10 +49,10 @@ std::optional<ProcessorTicks> CPUSampler::parse(std::string_view procStat) {
 
 std::optional<CPULoad> CPUSampler::sample() {
     cores_.clear();
-    SmallFileRead file = KernelFiles::read(path_);
-    std::optional<ProcessorTicks> current = file.text ? parse(*file.text) : std::nullopt;
+    const std::optional<std::string> text = KernelFiles::text(path_, &failure_);
+    std::optional<ProcessorTicks> current = text ? parse(*text) : std::nullopt;
     if (!current) {
-        failure_ = file.text ? path_ + " holds no line of processor ticks" : file.failure;
+        if (text) failure_ = path_ + " holds no line of processor ticks";
         return std::nullopt;
     }
     coreCount_ = static_cast<int>(current->cores.size());

@@ -49,12 +49,9 @@ bool DiskActivitySampler::isWholeDisk(const std::string& name) {
 std::optional<DiskActivity> DiskActivitySampler::sample(double now) {
     disks_.clear();
     const std::string path = roots_.proc + "/diskstats";
-    SmallFileRead file = KernelFiles::read(path);
-    if (!file.text) {
-        failure_ = file.failure;
-        return std::nullopt;
-    }
-    std::map<std::string, CounterPair> counters = parse(*file.text);
+    const std::optional<std::string> text = KernelFiles::text(path, &failure_);
+    if (!text) return std::nullopt;
+    std::map<std::string, CounterPair> counters = parse(*text);
     std::erase_if(counters, [&](const auto& entry) { return !isWholeDisk(entry.first); });
     const auto rates = rates_.advance(std::move(counters), now);
     if (const PairedRates::NoRate* none = std::get_if<PairedRates::NoRate>(&rates)) {

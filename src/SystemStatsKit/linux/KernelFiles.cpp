@@ -30,36 +30,38 @@ bool naturalLess(const std::string& a, const std::string& b) {
     return a < b;
 }
 
+// The number `word` holds, all of it.
+template <class Number, class... Format>
+std::optional<Number> parseWhole(std::string_view word, Format... format) {
+    Number number{};
+    auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number, format...);
+    if (word.empty() || error != std::errc{} || end != word.data() + word.size()) return std::nullopt;
+    return number;
+}
+
 } // namespace
 
-SmallFileRead read(const std::string& path) { return readSmallFile(path, kernelFileLimit); }
+std::optional<std::string> text(const std::string& path, std::string* failure) {
+    SmallFileRead file = readSmallFile(path, kernelFileLimit);
+    if (!file.text && failure != nullptr) *failure = std::move(file.failure);
+    return std::move(file.text);
+}
 
 std::optional<std::string> line(const std::string& path) {
-    SmallFileRead file = read(path);
-    if (!file.text) return std::nullopt;
-    return std::string(trimmed(*file.text, " \t\n"));
+    const std::optional<std::string> whole = text(path);
+    if (!whole) return std::nullopt;
+    return std::string(trimmed(*whole, " \t\n"));
 }
 
-std::optional<std::int64_t> parseInteger(std::string_view word) {
-    std::int64_t number = 0;
-    auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
-    if (error != std::errc{} || end != word.data() + word.size() || word.empty()) return std::nullopt;
-    return number;
-}
+std::optional<std::int64_t> parseInteger(std::string_view word) { return parseWhole<std::int64_t>(word); }
 
-std::optional<std::uint64_t> parseUnsigned(std::string_view word) {
-    std::uint64_t number = 0;
-    auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
-    if (error != std::errc{} || end != word.data() + word.size() || word.empty()) return std::nullopt;
-    return number;
-}
+std::optional<std::uint64_t> parseUnsigned(std::string_view word) { return parseWhole<std::uint64_t>(word); }
+
+std::optional<std::uint32_t> parseHex(std::string_view word) { return parseWhole<std::uint32_t>(word, 16); }
 
 std::optional<double> parseDecimal(std::string_view word) {
     if (word.ends_with('.')) word.remove_suffix(1);
-    double number = 0;
-    auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number, std::chars_format::fixed);
-    if (error != std::errc{} || end != word.data() + word.size() || word.empty()) return std::nullopt;
-    return number;
+    return parseWhole<double>(word, std::chars_format::fixed);
 }
 
 std::optional<std::int64_t> integer(const std::string& path) {

@@ -14,9 +14,11 @@
 
 namespace tessel::KernelFiles {
 
-// The whole file. /proc/stat of a machine with thousands of processors is the
-// largest the samplers read, and far below the limit.
-SmallFileRead read(const std::string& path);
+// The whole file; none when it can't be read, and why in `failure` where one
+// is given ("lstat(/proc/stat): No such file or directory"). /proc/stat of a
+// machine with thousands of processors is the largest the samplers read, and
+// far below the limit.
+std::optional<std::string> text(const std::string& path, std::string* failure = nullptr);
 // The file's text without the newline at its end; none when it can't be read.
 std::optional<std::string> line(const std::string& path);
 // A file that holds one whole number, as a sysfs attribute does.
@@ -24,6 +26,8 @@ std::optional<std::int64_t> integer(const std::string& path);
 // A whole number of the form the kernel writes: digits, an optional minus sign.
 std::optional<std::int64_t> parseInteger(std::string_view word);
 std::optional<std::uint64_t> parseUnsigned(std::string_view word);
+// "0100A8C0", as the routing tables write their numbers.
+std::optional<std::uint32_t> parseHex(std::string_view word);
 // "12.50", "-56.": a decimal with a point whatever the locale says.
 std::optional<double> parseDecimal(std::string_view word);
 // The names in `folder`, without "." and "..", in natural order ("hwmon2"

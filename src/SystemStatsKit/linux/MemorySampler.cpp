@@ -69,12 +69,9 @@ std::uint64_t MemorySampler::zramBytes() const {
 
 std::optional<MemoryUsage> MemorySampler::sample() {
     const std::string path = roots_.proc + "/meminfo";
-    SmallFileRead file = KernelFiles::read(path);
-    if (!file.text) {
-        failure_ = file.failure;
-        return std::nullopt;
-    }
-    std::optional<MemoryUsage> usage = fromMeminfo(*file.text, zramBytes());
+    const std::optional<std::string> text = KernelFiles::text(path, &failure_);
+    if (!text) return std::nullopt;
+    std::optional<MemoryUsage> usage = fromMeminfo(*text, zramBytes());
     if (!usage) {
         failure_ = path + " lacks MemTotal, MemFree, AnonPages or Cached";
         return std::nullopt;

@@ -26,7 +26,6 @@
 #include <netdb.h>
 #include <netinet/in.h>
 
-#include <charconv>
 #include <cmath>
 #include <limits>
 
@@ -36,13 +35,6 @@
 namespace tessel {
 
 namespace {
-
-std::optional<std::uint32_t> hex(std::string_view word) {
-    std::uint32_t value = 0;
-    auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value, 16);
-    if (error != std::errc{} || end != word.data() + word.size() || word.empty()) return std::nullopt;
-    return value;
-}
 
 constexpr std::uint32_t routeUp = 0x0001; // RTF_UP
 
@@ -84,7 +76,7 @@ std::optional<std::string> NetworkLink::primaryInterface(std::string_view route,
     forEachLine(route, [&](std::string_view line) {
         const std::vector<std::string_view> w = KernelFiles::words(line);
         if (w.size() < 8) return;
-        const auto destination = hex(w[1]), flags = hex(w[3]), mask = hex(w[7]);
+        const auto destination = KernelFiles::parseHex(w[1]), flags = KernelFiles::parseHex(w[3]), mask = KernelFiles::parseHex(w[7]);
         const auto metric = KernelFiles::parseUnsigned(w[6]);
         if (!destination || !flags || !mask || !metric || *destination != 0 || *mask != 0 || !(*flags & routeUp)) return;
         if (!best || *metric < bestMetric) {
@@ -99,7 +91,7 @@ std::optional<std::string> NetworkLink::primaryInterface(std::string_view route,
         if (w.size() < 10 || w[0] != std::string_view("00000000000000000000000000000000") || w[1] != "00" ||
             w[9] == "lo")
             return;
-        const auto flags = hex(w[8]), metric = hex(w[5]);
+        const auto flags = KernelFiles::parseHex(w[8]), metric = KernelFiles::parseHex(w[5]);
         if (!flags || !metric || !(*flags & routeUp)) return;
         if (!best || *metric < bestMetric) {
             best = std::string(w[9]);
@@ -130,14 +122,14 @@ std::optional<std::pair<std::string, int>> NetworkLink::wifiSignal(std::string_v
 }
 
 NetworkLink NetworkLink::current(const SystemRoots& roots) {
-    const std::optional<std::string> route = KernelFiles::read(roots.proc + "/net/route").text;
-    const std::optional<std::string> ipv6Route = KernelFiles::read(roots.proc + "/net/ipv6_route").text;
+    const std::optional<std::string> route = KernelFiles::text(roots.proc + "/net/route");
+    const std::optional<std::string> ipv6Route = KernelFiles::text(roots.proc + "/net/ipv6_route");
     const std::optional<std::string> primary = primaryInterface(route.value_or(""), ipv6Route.value_or(""));
     if (!primary) return {};
     NetworkLink link;
     link.kind = Kind::wired;
     link.interface = primary;
-    const std::optional<std::string> wireless = KernelFiles::read(roots.proc + "/net/wireless").text;
+    const std::optional<std::string> wireless = KernelFiles::text(roots.proc + "/net/wireless");
     const bool tunnel = !KernelFiles::exists(roots.sys + "/class/net/" + *primary + "/device");
     std::optional<std::pair<std::string, int>> wifi = wifiSignal(wireless.value_or(""), std::nullopt);
     if (std::optional<std::pair<std::string, int>> primaryWifi = wifiSignal(wireless.value_or(""), primary))

@@ -28,12 +28,9 @@ std::map<std::string, NetworkTotals> NetworkSampler::parse(std::string_view netD
 }
 
 std::optional<std::map<std::string, NetworkTotals>> NetworkSampler::read() {
-    SmallFileRead file = KernelFiles::read(roots_.proc + "/net/dev");
-    if (!file.text) {
-        failure_ = file.failure;
-        return std::nullopt;
-    }
-    std::map<std::string, NetworkTotals> interfaces = parse(*file.text);
+    const std::optional<std::string> text = KernelFiles::text(roots_.proc + "/net/dev", &failure_);
+    if (!text) return std::nullopt;
+    std::map<std::string, NetworkTotals> interfaces = parse(*text);
     std::erase_if(interfaces, [&](const auto& entry) {
         return !KernelFiles::exists(roots_.sys + "/class/net/" + entry.first + "/device");
     });

@@ -19,7 +19,7 @@ std::optional<std::string> nonEmpty(std::string_view text) {
 }
 
 std::optional<Meminfo::Fields> meminfo(const SystemRoots& roots) {
-    const std::optional<std::string> text = KernelFiles::read(roots.proc + "/meminfo").text;
+    const std::optional<std::string> text = KernelFiles::text(roots.proc + "/meminfo");
     if (!text) return std::nullopt;
     return Meminfo::parse(*text);
 }
@@ -32,7 +32,7 @@ std::optional<std::string> modelName(const SystemRoots& roots) {
         std::optional<std::string> name = nonEmpty(*product);
         if (name && std::find(std::begin(placeholders), std::end(placeholders), *name) == std::end(placeholders)) return name;
     }
-    const std::optional<std::string> model = KernelFiles::read(roots.sys + "/firmware/devicetree/base/model").text;
+    const std::optional<std::string> model = KernelFiles::text(roots.sys + "/firmware/devicetree/base/model");
     return model ? nonEmpty(*model) : std::nullopt;
 }
 
@@ -52,7 +52,7 @@ std::optional<std::string> systemVersion(const SystemRoots& roots, const std::st
     // /etc/os-release is usually a link to the other, and the safe reader follows no link.
     std::optional<std::string> name;
     for (const char* file : {"/etc/os-release", "/usr/lib/os-release"}) {
-        const std::optional<std::string> release = KernelFiles::read(MountTable::onSystem(systemRoot, file)).text;
+        const std::optional<std::string> release = KernelFiles::text(MountTable::onSystem(systemRoot, file));
         if (release && (name = osReleaseValue(*release, "PRETTY_NAME"))) break;
     }
     const std::optional<std::string> kernel = KernelFiles::line(roots.proc + "/sys/kernel/osrelease");
@@ -61,7 +61,7 @@ std::optional<std::string> systemVersion(const SystemRoots& roots, const std::st
 }
 
 std::optional<std::string> processorName(const SystemRoots& roots) {
-    const std::optional<std::string> cpuinfo = KernelFiles::read(roots.proc + "/cpuinfo").text;
+    const std::optional<std::string> cpuinfo = KernelFiles::text(roots.proc + "/cpuinfo");
     if (!cpuinfo) return std::nullopt;
     std::optional<std::string> name;
     forEachLine(*cpuinfo, [&](std::string_view line) {
