@@ -41,7 +41,7 @@ Row rowFor(const DeletionCandidate& candidate, std::optional<DeletionRefusal> re
         break;
     case DeletionRefusal::inTrash:
         row.buttonTitle = "Open Trash";
-        row.buttonHelp = "Opens the Trash in " + fileManagerName(platform) + ". Choose Empty there to free this space.";
+        row.buttonHelp = openTrashHelp(platform);
         break;
     default:
         break;
@@ -105,8 +105,7 @@ Sheet make(const DeletionPlan& plan, Platform platform) {
                            "it will not be kept in the Trash, and you can cancel there.";
     } else if (reasons([](DeletionRefusal reason) { return reason == DeletionRefusal::inTrash; })) {
         sheet.heading = "The Trash is emptied in " + fileManagerName(platform);
-        sheet.body = "Tessel moves things to the Trash and never empties it, because that is the one step that cannot "
-                     "be undone. Open the Trash and choose Empty to free this space.";
+        sheet.body = std::string(trashIsNeverEmptied());
     } else if (reasons(isFinal)) {
         sheet.heading = nothingMoves;
     } else {
@@ -124,6 +123,15 @@ void holdBack(Sheet& sheet, std::vector<Row> held) {
 
 std::string inUse(std::string_view program) {
     return "In use: " + std::string(program) + " is running. Quit it, then try again.";
+}
+
+std::string_view trashIsNeverEmptied() {
+    return "Tessel moves things to the Trash and never empties it, because that is the one step that cannot be undone. "
+           "Open the Trash and choose Empty to free this space.";
+}
+
+std::string openTrashHelp(Platform platform) {
+    return "Opens the Trash in " + fileManagerName(platform) + ". Choose Empty there to free this space.";
 }
 
 } // namespace tessel::RemovalSheet

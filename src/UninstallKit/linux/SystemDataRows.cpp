@@ -40,6 +40,7 @@
 #include "Base/SmallFile.h"
 #include "DiskScanKit/Paths.h"
 #include "SystemStatsKit/MountTable.h"
+#include "TrashKit/RemovalSheet.h"
 #include "UninstallKit/DebianVersion.h"
 #include "UninstallKit/DockerAnswers.h"
 #include "UninstallKit/SandboxedApps.h"
@@ -383,8 +384,8 @@ std::vector<SystemDataRow> SystemDataFinder::trashes(std::vector<std::string>& u
     for (const std::string& folder : folders) {
         const bool home = folder == folders.front();
         if (std::optional<SystemDataRow> row = measuredRow({"trash:" + folder, home ? "The Trash" : "The Trash of the disk at " + folder.substr(0, folder.rfind("/.Trash")),
-                                                            folder, 0, false, "gio trash --empty",
-                                                            "What was moved to the Trash. It can be put back until the Trash is emptied."},
+                                                            folder, 0, false, "",
+                                                            "What was moved to the Trash. " + std::string(RemovalSheet::trashIsNeverEmptied())},
                                                            unreadable))
             rows.push_back(std::move(*row));
     }

@@ -55,6 +55,10 @@ Sheet make(const DeletionPlan& plan, Platform platform = currentPlatform());
 void holdBack(Sheet& sheet, std::vector<Row> held);
 // Why a held-back row stays: "In use: Firefox is running. Quit it, then try again."
 std::string inUse(std::string_view program);
+// Why Tessel leaves the Trash alone, and how the user empties it.
+std::string_view trashIsNeverEmptied();
+// What "Open Trash" does: "Opens the Trash in Files. Choose Empty there to free this space."
+std::string openTrashHelp(Platform platform = currentPlatform());
 // The name the file manager goes by here: "Finder" on macOS, "Files" elsewhere.
 std::string fileManagerName(Platform platform = currentPlatform());
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "DiskScanKit/ByteFormat.h"
+#include "TrashKit/RemovalSheet.h"
 #include "support/QtText.h"
 
 namespace tessel {
@@ -54,12 +55,15 @@ QVariantList SystemDataModel::rows() const {
             {QStringLiteral("size"), toQString(ByteFormat::string(row.bytes))},
             {QStringLiteral("note"), toQString(row.note)},
             {QStringLiteral("command"), toQString(row.howToRemove)},
+            {QStringLiteral("opensTrash"), row.id.starts_with("trash:")},
             {QStringLiteral("commandNote"), row.howToRemove.starts_with("sudo ") ? QStringLiteral("Only an administrator may remove this, with:")
                                             : row.howToRemove.empty()           ? QString()
                                                                                 : QStringLiteral("Removed with:")},
         };
     return list;
 }
+
+QString SystemDataModel::openTrashHelp() const { return toQString(RemovalSheet::openTrashHelp()); }
 
 QStringList SystemDataModel::unreadable() const {
     QStringList list;

@@ -26,6 +26,8 @@ class SystemDataModel : public QObject {
     Q_PROPERTY(QVariantList rows READ rows NOTIFY resultChanged)
     Q_PROPERTY(QStringList unreadable READ unreadable NOTIFY resultChanged)
     Q_PROPERTY(qint64 totalBytes READ totalBytes NOTIFY resultChanged)
+    // What the Trash rows' "Open Trash" does, since Tessel never empties it.
+    Q_PROPERTY(QString openTrashHelp READ openTrashHelp CONSTANT)
 
 public:
     struct Dependencies {
@@ -38,6 +40,8 @@ public:
 
     explicit SystemDataModel(Dependencies dependencies, QObject* parent = nullptr);
     ~SystemDataModel() override;
+
+    QString openTrashHelp() const;
 
     Q_INVOKABLE void run();
     Q_INVOKABLE void cancel();

@@ -49,7 +49,9 @@ TEST(SystemDataRoom, RowsLargestFirstWithTheirCommandsAndUnreadableFoldersApart)
     EXPECT_EQ(apt.value("commandNote").toString(), "Only an administrator may remove this, with:");
     const QVariantMap trash = rowWithId(rows, QString::fromStdString("trash:" + root / "home/.local/share/Trash"));
     ASSERT_FALSE(trash.isEmpty());
-    EXPECT_EQ(trash.value("commandNote").toString(), "Removed with:") << "emptying one's own Trash needs no administrator";
+    EXPECT_EQ(trash.value("command").toString(), "") << "the Trash is emptied by its user, never by a command Tessel offers";
+    EXPECT_TRUE(trash.value("opensTrash").toBool());
+    EXPECT_FALSE(apt.value("opensTrash").toBool());
     const std::int64_t counted = allocatedOf(root / "var/cache/apt/archives/editor_1.0_amd64.deb") +
                                  allocatedOf(root / "home/.local/share/Trash/files/old.txt");
     EXPECT_GE(model.totalBytes(), counted);

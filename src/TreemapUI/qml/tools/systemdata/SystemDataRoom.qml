@@ -49,7 +49,7 @@ Item {
                 width: parent.width
                 wrapMode: Text.Wrap
                 text: (room.systemShare > 0 ? "The overview counts " + Format.bytes(room.systemShare) + " as System. " : "")
-                      + "Tessel never asks for a password: each place comes with the command that removes it."
+                      + "Tessel never asks for a password: each place says how it is removed."
                 color: Style.theme.secondaryText
                 font.pixelSize: Style.bodySize
             }
@@ -163,6 +163,13 @@ Item {
                     visible: row.modelData.command.length > 0
                     command: row.modelData.command
                     onCopy: room.systemData.copyCommand(row.modelData.command)
+                }
+                ActionButton {
+                    visible: row.modelData.opensTrash
+                    text: "Open Trash"
+                    symbol: "trash"
+                    help: room.systemData.openTrashHelp
+                    onClicked: room.session.removal.openTrash()
                 }
             }
         }
