@@ -56,4 +56,17 @@ std::set<std::string> missing(const Items& items, const std::function<Presence(c
     return gone;
 }
 
+// Looks again at which of `items` are gone, keeping `gone` and dropping the
+// newly gone from `selection`; true when something changed and the room's
+// groups must be made again.
+template <class Items>
+bool forgetMissing(const Items& items, const std::function<Presence(const std::string&)>& presence, std::set<std::string>& gone,
+                   std::set<std::string>& selection) {
+    std::set<std::string> now = missing(items, presence);
+    if (now == gone) return false;
+    gone = std::move(now);
+    for (const std::string& path : gone) selection.erase(path);
+    return true;
+}
+
 } // namespace tessel::JunkChoices

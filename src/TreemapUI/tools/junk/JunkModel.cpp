@@ -161,11 +161,7 @@ JunkChoices::TickState JunkModel::tickState(const std::string& groupId) const {
 }
 
 void JunkModel::refreshPresence() {
-    if (items_.empty()) return;
-    std::set<std::string> gone = JunkChoices::missing(items_, dependencies_.presence);
-    if (gone == gone_) return;
-    gone_ = std::move(gone);
-    for (const std::string& path : gone_) selection_.erase(path);
+    if (items_.empty() || !JunkChoices::forgetMissing(items_, dependencies_.presence, gone_, selection_)) return;
     rebuild();
     publish();
 }
