@@ -12,7 +12,9 @@
 // interface is the Wi-Fi one, or when it is no device at all (a VPN tunnel)
 // while the Wi-Fi has a signal: the tunnel rides on it. A Wi-Fi interface
 // without a signal (off, not associated) is as good as none, and the link is
-// wired: a cable, or another link such as a tethered phone.
+// wired: a cable, or another link such as a tethered phone. The Wi-Fi's bit
+// rate and band come from nl80211 (Nl80211.cpp), asked only of this machine's
+// own kernel, never when the files are a fixture's.
 //
 //     route: default via wlan0     wireless: wlan0 -58.   -> wifi, -58 dBm
 //     route: default via wg0       wireless: wlan0 -71.   -> wifi (through wg0)
@@ -31,6 +33,7 @@
 
 #include "Base/Lines.h"
 #include "KernelFiles.h"
+#include "Nl80211.h"
 
 namespace tessel {
 
@@ -138,6 +141,11 @@ NetworkLink NetworkLink::current(const SystemRoots& roots) {
     link.kind = Kind::wifi;
     link.interface = wifi->first;
     link.rssi = wifi->second;
+    if (roots.areThisMachines()) {
+        const Nl80211::Reading reading = Nl80211::read(wifi->first);
+        link.transmitRate = reading.transmitRate;
+        if (reading.frequency) link.band = bandName(Nl80211::channelBand(*reading.frequency));
+    }
     return link;
 }
 

@@ -22,9 +22,9 @@ struct NetworkLink {
     // The sentence for the reader: "Wi-Fi, good signal (-65 dBm)".
     std::string description() const;
 
-    // The link as the routing table and /proc/net/wireless show it now. The
-    // bit rate and band need nl80211, which this build does not ask, so they
-    // stay none.
+    // The link as the routing table and /proc/net/wireless show it now, with
+    // the Wi-Fi's bit rate and band from nl80211 when `roots` are this
+    // machine's own.
     static NetworkLink current(const SystemRoots& roots = {});
     // The first IPv4 address of `interface`, as text; none when it has none.
     static std::optional<std::string> address(const std::string& interface);

@@ -11,6 +11,9 @@ namespace tessel {
 struct SystemRoots {
     std::string proc = "/proc";
     std::string sys = "/sys";
+
+    // The running kernel's own, which alone may be asked what no file shows.
+    bool areThisMachines() const { return proc == "/proc" && sys == "/sys"; }
 };
 
 } // namespace tessel
