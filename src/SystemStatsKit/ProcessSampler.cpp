@@ -19,13 +19,15 @@ std::string baseName(const std::string& path) {
     return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
-// The program's name: the file of its path (the command name of stat is cut
-// at 15 bytes), without the mark of a program replaced since it started.
+// The command name of stat, which a program may set to say what it is ("Web
+// Content"), but which the kernel cuts at 15 bytes: a cut name that begins
+// its program's file name gives way to that ("gnome-terminal-server"). A
+// program run from memory ("/memfd:…") has no file name worth showing.
 std::string programName(const ProcessRecord& process) {
-    std::string path = process.path;
-    if (path.ends_with(" (deleted)")) path.resize(path.size() - 10);
-    const std::string name = baseName(path);
-    return name.empty() ? process.name : name;
+    constexpr std::size_t commandNameLimit = 15;
+    const std::string file = baseName(process.path);
+    if (process.name.size() == commandNameLimit && file.starts_with(process.name) && !file.ends_with(" (deleted)")) return file;
+    return process.name;
 }
 
 } // namespace

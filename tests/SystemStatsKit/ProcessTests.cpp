@@ -21,16 +21,7 @@ namespace {
 
 const std::string sessionCgroup = "0::/user.slice/user-1000.slice/session-2.scope\n";
 
-struct Process {
-    std::int32_t pid;
-    std::int32_t parent;
-    std::string name;
-    std::uint64_t cpuTicks = 0; // user ticks; system ticks are always 10
-    std::uint64_t startTicks = 1000;
-    std::uint64_t pssKilobytes = 100;
-    std::string cgroup = sessionCgroup;
-    std::optional<std::uint64_t> ioBytes = 0;
-};
+using Process = FixtureProcess;
 
 struct Processes : testing::Test {
     KernelTree kernel;
@@ -38,25 +29,10 @@ struct Processes : testing::Test {
 
     std::string folder(std::int32_t pid) const { return kernel.roots.proc + "/" + std::to_string(pid); }
 
-    void run(const Process& p) const {
-        const std::string pid = std::to_string(p.pid);
-        kernel.proc(pid + "/stat", pid + " (" + p.name + ") S " + std::to_string(p.parent) + " 1 1 0 -1 4194304 10 0 0 0 " +
-                                       std::to_string(p.cpuTicks) + " 10 0 0 20 0 1 0 " + std::to_string(p.startTicks) +
-                                       " 10000000 250 18446744073709551615\n");
-        kernel.proc(pid + "/smaps_rollup", "00400000-7fff [rollup]\nRss:    900 kB\nPss:    " + std::to_string(p.pssKilobytes) +
-                                               " kB\nPss_Anon:   50 kB\n");
-        kernel.proc(pid + "/statm", "2000 300 100 10 0 200 0\n");
-        kernel.proc(pid + "/cgroup", p.cgroup);
-        kernel.proc(pid + "/comm", p.name + "\n");
-        if (p.ioBytes) kernel.proc(pid + "/io", "rchar: 5\nwchar: 5\nread_bytes: " + std::to_string(*p.ioBytes) + "\nwrite_bytes: 0\n");
-        else std::filesystem::remove(folder(p.pid) + "/io");
-        std::filesystem::remove(folder(p.pid) + "/exe");
-        makeSymlink("/usr/bin/" + p.name, folder(p.pid) + "/exe");
-    }
+    void run(const Process& p) const { kernel.process(p); }
     void run(std::initializer_list<Process> processes) const {
         for (const Process& p : processes) run(p);
     }
-    void end(std::int32_t pid) const { std::filesystem::remove_all(folder(pid)); }
 
     static const ProcessUsage& row(const std::vector<ProcessUsage>& rows, const std::string& name) {
         auto found = std::find_if(rows.begin(), rows.end(), [&](const ProcessUsage& r) { return r.name == name; });
