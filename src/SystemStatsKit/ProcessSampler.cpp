@@ -54,7 +54,7 @@ void ProcessSampler::reset() {
 }
 
 std::vector<ProcessUsage> ProcessSampler::sample(const std::vector<RunningApp>& apps, double now) {
-    processes_ = allProcesses();
+    processes_ = ProcessTable::walk(procRoot_, uid_, timebase_, &sizes_);
     std::vector<const Owner*> owners;
     owners.reserve(processes_.size());
     for (const ProcessRecord& process : processes_) owners.push_back(&owner(process));

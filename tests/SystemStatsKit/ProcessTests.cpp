@@ -112,6 +112,21 @@ TEST_F(Processes, AnAppUnitIsOneFamilyWhateverTheParentsAndAListedAppNamesIt) {
     EXPECT_EQ(row(named, "Firefox").bundlePath, "/app/lib/firefox/firefox");
 }
 
+TEST_F(Processes, PssIsReadAgainWhenTheResidentSizeMovesAndScaledWhileItBarelyDoes) {
+    const auto bash = [](std::uint64_t pssKilobytes, std::uint64_t residentPages) {
+        return Process{101, 90, "bash", 0, 1000, pssKilobytes, sessionCgroup, 0, residentPages};
+    };
+    run({{90, 1, "sshd"}, bash(400, 1600)});
+    EXPECT_EQ(row(sampler.sample({}, 0.0), "bash").memory, 400u * 1024);
+    run(bash(800, 1650)); // 3% more resident: the Pss of walk 1, scaled
+    EXPECT_EQ(row(sampler.sample({}, 1.0), "bash").memory, 400u * 1024 * 1650 / 1600);
+    run(bash(800, 2000)); // 25% more, but walk 1 is too near: scaled
+    EXPECT_EQ(row(sampler.sample({}, 2.0), "bash").memory, 400u * 1024 * 2000 / 1600);
+    sampler.sample({}, 3.0);
+    EXPECT_EQ(row(sampler.sample({}, 4.0), "bash").memory, 800u * 1024) << "read again at the fourth walk since";
+    EXPECT_EQ(ProcessTable::walk(kernel.roots.proc, static_cast<std::uint32_t>(getuid()), 100).size(), 2u);
+}
+
 TEST(AppLaunchUnits, NamesFollowTheDesktopConvention) {
     using AppLaunchUnits::fromUnitName;
     EXPECT_EQ(fromUnitName("app-gnome-org.gnome.Terminal-4021.scope"),

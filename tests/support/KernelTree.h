@@ -25,6 +25,7 @@ struct FixtureProcess {
     std::uint64_t pssKilobytes = 100;
     std::string cgroup = "0::/user.slice/user-1000.slice/session-2.scope\n";
     std::optional<std::uint64_t> ioBytes = 0;
+    std::uint64_t residentPages = 250;
 };
 
 struct KernelTree {
@@ -42,7 +43,7 @@ struct KernelTree {
         const std::string pid = std::to_string(p.pid), place = roots.proc + "/" + pid;
         proc(pid + "/stat", pid + " (" + p.name + ") S " + std::to_string(p.parent) + " 1 1 0 -1 4194304 10 0 0 0 " +
                                 std::to_string(p.cpuTicks) + " 10 0 0 20 0 1 0 " + std::to_string(p.startTicks) +
-                                " 10000000 250 18446744073709551615\n");
+                                " 10000000 " + std::to_string(p.residentPages) + " 18446744073709551615\n");
         proc(pid + "/smaps_rollup", "00400000-7fff [rollup]\nRss:    900 kB\nPss:    " + std::to_string(p.pssKilobytes) +
                                         " kB\nPss_Anon:   50 kB\n");
         proc(pid + "/statm", "2000 300 100 10 0 200 0\n");

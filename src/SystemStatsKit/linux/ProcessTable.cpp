@@ -2,7 +2,9 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <linux/magic.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -23,7 +25,9 @@ constexpr std::size_t processFileLimit = 64 << 10;
 // its owner is one fstat away.
 class ProcessFolder {
 public:
-    ProcessFolder(const std::string& procRoot, std::int32_t pid) {
+    // `onProcfs`: the root is the kernel's own, where no entry is a device
+    // or a FIFO, so a file need not be looked at before it is opened.
+    ProcessFolder(const std::string& procRoot, std::int32_t pid, bool onProcfs = false) : onProcfs_(onProcfs) {
         const std::string path = procRoot + "/" + std::to_string(pid);
         fd_ = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     }
@@ -41,8 +45,8 @@ public:
     // The whole of `name`, when it is a regular file of no more than the limit.
     std::optional<std::string> read(const char* name) const {
         struct stat seen {};
-        if (::fstatat(fd_, name, &seen, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(seen.st_mode) ||
-            seen.st_size > static_cast<off_t>(processFileLimit))
+        if (!onProcfs_ && (::fstatat(fd_, name, &seen, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(seen.st_mode) ||
+                           seen.st_size > static_cast<off_t>(processFileLimit)))
             return std::nullopt;
         const int file = ::openat(fd_, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
         if (file < 0) return std::nullopt;
@@ -59,6 +63,12 @@ public:
                     break;
                 }
                 bytes.append(block, static_cast<std::size_t>(got));
+                // The kernel's files come whole in one read when they fit,
+                // so a short read is the end: one call less per file.
+                if (static_cast<std::size_t>(got) < sizeof block) {
+                    text = std::move(bytes);
+                    break;
+                }
             }
         }
         ::close(file);
@@ -73,7 +83,13 @@ public:
 
 private:
     int fd_ = -1;
+    bool onProcfs_ = false;
 };
+
+bool isProcfs(const std::string& root) {
+    struct statfs info {};
+    return ::statfs(root.c_str(), &info) == 0 && info.f_type == PROC_SUPER_MAGIC;
+}
 
 // The number after `key` on the line that starts with it: "Pss:  123 kB".
 std::optional<std::uint64_t> numberAfter(std::string_view text, std::string_view key) {
@@ -111,8 +127,10 @@ std::optional<ProcessStat> parseStat(std::string_view stat) {
     const std::optional<std::uint64_t> system = KernelFiles::parseUnsigned(fields[12]);
     const std::optional<std::uint64_t> start = KernelFiles::parseUnsigned(fields[19]);
     const std::optional<std::uint64_t> flags = KernelFiles::parseUnsigned(fields[6]);
+    const std::optional<std::int64_t> resident = fields.size() > 21 ? KernelFiles::parseInteger(fields[21]) : std::nullopt;
     if (!flags || !parent || *parent < 0 || *parent > INT32_MAX || !user || !system || !start) return std::nullopt;
-    return ProcessStat{static_cast<std::int32_t>(*parent), std::string(stat.substr(open + 1, close - open - 1)), *user + *system, *start,
+    return ProcessStat{static_cast<std::int32_t>(*parent), resident && *resident > 0 ? static_cast<std::uint64_t>(*resident) : 0,
+                       std::string(stat.substr(open + 1, close - open - 1)), *user + *system, *start,
                        (*flags & kernelThreadFlag) != 0};
 }
 
@@ -157,17 +175,51 @@ std::optional<std::string> file(const std::string& procRoot, std::int32_t pid, s
     return folder.read(name);
 }
 
-std::vector<ProcessRecord> walk(const std::string& procRoot, std::uint32_t uid, long ticksPerSecond) {
+namespace {
+
+// Whether the Pss read at `then` still stands for `residentPages` now.
+bool stillStands(const PssCache::Reading& then, const ProcessStat& now, unsigned refreshWalks, unsigned resizedWalks, std::int32_t pid) {
+    if (then.startTicks != now.startTicks || then.residentPages == 0) return false;
+    const std::uint64_t moved = now.residentPages > then.residentPages ? now.residentPages - then.residentPages
+                                                                        : then.residentPages - now.residentPages;
+    if (moved > then.residentPages / 16 && then.walksSince + 1 >= resizedWalks) return false;
+    // Spread by pid, so that the processes of one start are not all read again at the same walk.
+    return refreshWalks == 0 || (then.walksSince + static_cast<unsigned>(pid)) % refreshWalks != 0;
+}
+
+std::optional<std::uint64_t> pssOf(const ProcessFolder& folder) {
+    if (const std::optional<std::string> rollup = folder.read("smaps_rollup")) return parsePss(*rollup);
+    return std::nullopt;
+}
+
+} // namespace
+
+std::vector<ProcessRecord> walk(const std::string& procRoot, std::uint32_t uid, long ticksPerSecond, PssCache* cache) {
     std::vector<ProcessRecord> records;
     const std::uint64_t nanosecondsPerTick = ticksPerSecond > 0 ? 1'000'000'000ULL / static_cast<std::uint64_t>(ticksPerSecond) : 10'000'000ULL;
+    std::unordered_map<std::int32_t, PssCache::Reading> kept;
+    const bool onProcfs = isProcfs(procRoot);
     for (const std::int32_t pid : pids(procRoot).value_or(std::vector<std::int32_t>{})) {
-        const ProcessFolder folder(procRoot, pid);
+        const ProcessFolder folder(procRoot, pid, onProcfs);
         if (!folder.ownedBy(uid)) continue;
         const std::optional<std::string> statText = folder.read("stat");
         const std::optional<ProcessStat> stat = statText ? parseStat(*statText) : std::nullopt;
         if (!stat || stat->kernelThread) continue;
         std::optional<std::uint64_t> memory;
-        if (const std::optional<std::string> rollup = folder.read("smaps_rollup")) memory = parsePss(*rollup);
+        if (cache != nullptr) {
+            auto then = cache->readings.find(pid);
+            if (then != cache->readings.end() && stillStands(then->second, *stat, cache->refreshWalks, cache->resizedWalks, pid)) {
+                PssCache::Reading reading = then->second;
+                ++reading.walksSince;
+                memory = static_cast<std::uint64_t>(static_cast<double>(reading.pss) * static_cast<double>(stat->residentPages) /
+                                                    static_cast<double>(reading.residentPages));
+                kept.emplace(pid, reading);
+            } else if ((memory = pssOf(folder))) {
+                kept.emplace(pid, PssCache::Reading{stat->startTicks, stat->residentPages, *memory, 0});
+            }
+        } else {
+            memory = pssOf(folder);
+        }
         if (!memory)
             if (const std::optional<std::string> statm = folder.read("statm")) memory = parseStatmResident(*statm, pageBytes());
         if (!memory) continue;
@@ -182,6 +234,7 @@ std::vector<ProcessRecord> walk(const std::string& procRoot, std::uint32_t uid, 
         record.path = folder.link("exe");
         records.push_back(std::move(record));
     }
+    if (cache != nullptr) cache->readings = std::move(kept);
     return records;
 }
 

@@ -63,6 +63,7 @@ public:
     // Forgets the previous walk, so that no rate spans a pause.
     void reset();
 
+    // A walk that reads every Pss anew.
     std::vector<ProcessRecord> allProcesses() const;
     const Owner& owner(const ProcessRecord& process);
 
@@ -79,6 +80,7 @@ private:
     std::unordered_map<std::int32_t, Earlier> previous_;
     std::optional<double> previousTime_;
     std::map<std::pair<std::int32_t, std::uint64_t>, Owner> owners_;
+    PssCache sizes_;
     std::vector<ProcessRecord> processes_;
     std::vector<ProcessFamily> families_;
 };
