@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
 # activity.sh [ROUNDS] [CHILDREN]: the whole `tessel activity` process beside
-# `ps -eo pid,pcpu,rss`, in ROUNDS (default 21) interleaved rounds, with
+# `ps -eo pid,pcpu,rss`, and beside `ps -eo pid,pcpu,pss`, which reads the
+# same smaps_rollup for the same memory figure, in ROUNDS (default 21)
+# interleaved rounds, with
 # CHILDREN (default 300) sleeping processes of this user started first and
 # ended after. The cost is the processor time each process used, user and
 # system (what /proc costs is mostly the kernel's); tessel walks /proc twice,
 # 0.05 s apart, as its CPU share needs, ps once. Prints each tool's median,
-# fastest and slowest in milliseconds, and the ratio of the medians.
+# fastest and slowest in milliseconds, and the ratios of the medians.
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 top=$(cd "$here/.." && pwd)
@@ -26,7 +28,8 @@ uptime
 python3 - "$rounds" "$tessel" <<'PY'
 import resource, subprocess, sys, statistics
 rounds, tessel = int(sys.argv[1]), sys.argv[2]
-commands = {"tessel activity": [tessel, "activity", "--interval", "0.05"], "ps -eo pid,pcpu,rss": ["ps", "-eo", "pid,pcpu,rss"]}
+commands = {"tessel activity": [tessel, "activity", "--interval", "0.05"], "ps -eo pid,pcpu,rss": ["ps", "-eo", "pid,pcpu,rss"],
+            "ps -eo pid,pcpu,pss": ["ps", "-eo", "pid,pcpu,pss"]}
 costs = {name: [] for name in commands}
 for _ in range(rounds):
     for name, command in commands.items():
@@ -36,5 +39,6 @@ for _ in range(rounds):
         costs[name].append((after.ru_utime - before.ru_utime + after.ru_stime - before.ru_stime) * 1e3)
 for name, values in costs.items():
     print(f"{name:22} median {statistics.median(values):7.2f} ms   min {min(values):7.2f}   max {max(values):7.2f}   ({rounds} rounds)")
-print(f"ratio tessel/ps (medians) {statistics.median(costs['tessel activity']) / statistics.median(costs['ps -eo pid,pcpu,rss']):.2f}")
+for peer in ("ps -eo pid,pcpu,rss", "ps -eo pid,pcpu,pss"):
+    print(f"ratio tessel activity / {peer} (medians) {statistics.median(costs['tessel activity']) / statistics.median(costs[peer]):.2f}")
 PY

@@ -133,7 +133,7 @@ std::vector<AppActivitySampler::App> AppActivitySampler::regular() {
 
 void AppActivitySampler::begin(double now) {
     processes_.reset();
-    (void)processes_.sample({}, now);
+    processes_.baseline(now);
 }
 
 std::vector<RunningAppActivity> AppActivitySampler::finish(const std::vector<App>& apps, double now) {

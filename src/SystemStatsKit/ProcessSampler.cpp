@@ -48,6 +48,24 @@ const ProcessSampler::Owner& ProcessSampler::owner(const ProcessRecord& process)
     return at->second;
 }
 
+void ProcessSampler::keepAsPrevious(double now) {
+    previous_.clear();
+    std::set<std::pair<std::int32_t, std::uint64_t>> alive;
+    for (const ProcessRecord& process : processes_) {
+        previous_[process.pid] = {process.startTicks, process.cpu, process.disk};
+        alive.emplace(process.pid, process.startTicks);
+    }
+    std::erase_if(owners_, [&](const auto& entry) { return !alive.contains(entry.first); });
+    previousTime_ = now;
+}
+
+void ProcessSampler::baseline(double now) {
+    processes_ = ProcessTable::walk(procRoot_, uid_, timebase_, &sizes_, false);
+    families_.clear();
+    keepAsPrevious(now);
+    processes_.clear();
+}
+
 void ProcessSampler::reset() {
     previous_.clear();
     previousTime_.reset();
@@ -101,14 +119,7 @@ std::vector<ProcessUsage> ProcessSampler::sample(const std::vector<RunningApp>& 
         rows.push_back(std::move(row));
     }
 
-    previous_.clear();
-    std::set<std::pair<std::int32_t, std::uint64_t>> alive;
-    for (const ProcessRecord& process : processes_) {
-        previous_[process.pid] = {process.startTicks, process.cpu, process.disk};
-        alive.emplace(process.pid, process.startTicks);
-    }
-    std::erase_if(owners_, [&](const auto& entry) { return !alive.contains(entry.first); });
-    previousTime_ = now;
+    keepAsPrevious(now);
 
     std::stable_sort(rows.begin(), rows.end(), [](const ProcessUsage& a, const ProcessUsage& b) {
         const double cpuA = a.cpu.value_or(0), cpuB = b.cpu.value_or(0);

@@ -95,7 +95,7 @@ int runActivity(const std::vector<std::string>& words) {
 
     ProcessSampler sampler(procRoot);
     const double start = monotonicSeconds();
-    (void)sampler.sample({}, start);
+    sampler.baseline(start);
     std::this_thread::sleep_for(std::chrono::duration<double>(interval));
     const double now = monotonicSeconds();
     const std::vector<ProcessUsage> rows = sampler.sample({}, now);

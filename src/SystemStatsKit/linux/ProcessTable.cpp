@@ -194,7 +194,8 @@ std::optional<std::uint64_t> pssOf(const ProcessFolder& folder) {
 
 } // namespace
 
-std::vector<ProcessRecord> walk(const std::string& procRoot, std::uint32_t uid, long ticksPerSecond, PssCache* cache) {
+std::vector<ProcessRecord> walk(const std::string& procRoot, std::uint32_t uid, long ticksPerSecond, PssCache* cache,
+                                bool withMemory) {
     std::vector<ProcessRecord> records;
     const std::uint64_t nanosecondsPerTick = ticksPerSecond > 0 ? 1'000'000'000ULL / static_cast<std::uint64_t>(ticksPerSecond) : 10'000'000ULL;
     std::unordered_map<std::int32_t, PssCache::Reading> kept;
@@ -206,7 +207,9 @@ std::vector<ProcessRecord> walk(const std::string& procRoot, std::uint32_t uid, 
         const std::optional<ProcessStat> stat = statText ? parseStat(*statText) : std::nullopt;
         if (!stat || stat->kernelThread) continue;
         std::optional<std::uint64_t> memory;
-        if (cache != nullptr) {
+        if (!withMemory) {
+            memory = 0;
+        } else if (cache != nullptr) {
             auto then = cache->readings.find(pid);
             if (then != cache->readings.end() && stillStands(then->second, *stat, cache->refreshWalks, cache->resizedWalks, pid)) {
                 PssCache::Reading reading = then->second;
@@ -234,7 +237,7 @@ std::vector<ProcessRecord> walk(const std::string& procRoot, std::uint32_t uid, 
         record.path = folder.link("exe");
         records.push_back(std::move(record));
     }
-    if (cache != nullptr) cache->readings = std::move(kept);
+    if (cache != nullptr && withMemory) cache->readings = std::move(kept);
     return records;
 }
 

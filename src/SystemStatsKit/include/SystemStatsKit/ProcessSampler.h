@@ -57,6 +57,9 @@ public:
     // The rows, the busiest first (by CPU, then memory), `now` in seconds of
     // a monotonic clock. A listed app names the family that holds its pid.
     std::vector<ProcessUsage> sample(const std::vector<RunningApp>& apps, double now);
+    // A walk that only sets the baseline of the rates, without reading
+    // memory: what a caller that shows only the second sample needs first.
+    void baseline(double now);
     // The last walk, and its families, as sample() made them.
     const std::vector<ProcessRecord>& processes() const { return processes_; }
     const std::vector<ProcessFamily>& families() const { return families_; }
@@ -83,6 +86,8 @@ private:
     PssCache sizes_;
     std::vector<ProcessRecord> processes_;
     std::vector<ProcessFamily> families_;
+
+    void keepAsPrevious(double now);
 };
 
 } // namespace tessel

@@ -86,8 +86,10 @@ namespace ProcessTable {
 
 // Every process of `uid` under `procRoot`, in the order of the listing, with
 // clock ticks of `ticksPerSecond` (sysconf(_SC_CLK_TCK), 100 on Linux). With
-// no cache every Pss is read.
-std::vector<ProcessRecord> walk(const std::string& procRoot, std::uint32_t uid, long ticksPerSecond, PssCache* cache = nullptr);
+// no cache every Pss is read; `withMemory` false reads none (memory 0), for a
+// walk that is only the baseline of the rates.
+std::vector<ProcessRecord> walk(const std::string& procRoot, std::uint32_t uid, long ticksPerSecond, PssCache* cache = nullptr,
+                                bool withMemory = true);
 // The numbers that name processes in `procRoot`; none when it can't be listed.
 std::optional<std::vector<std::int32_t>> pids(const std::string& procRoot);
 // A file of /proc/PID (stat, comm, cgroup) under `procRoot` when the process is
