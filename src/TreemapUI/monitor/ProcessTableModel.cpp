@@ -9,6 +9,7 @@
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/TextFormat.h"
 #include "support/QtText.h"
+#include "UninstallKit/AppIcons.h"
 
 namespace tessel {
 
@@ -22,15 +23,23 @@ double monotonicSeconds() {
 
 } // namespace
 
+// What one run of the table owns on the pool's thread: start() makes a new one.
+struct ProcessTableModel::Walk {
+    ProcessSampler sampler;
+    DesktopMachine machine;
+    std::map<std::string, std::optional<std::string>> icons; // by desktop ID, found or not
+};
+
 const std::vector<RowField<ProcessTableRow>>& ProcessTableRow::fields() {
     using Row = ProcessTableRow;
-    static const std::vector<RowField<Row>> list{{"key", &Row::key},       {"name", &Row::name},     {"iconName", &Row::iconName},
+    static const std::vector<RowField<Row>> list{{"key", &Row::key},       {"name", &Row::name},     {"icon", &Row::icon},
                                                  {"processes", &Row::processes}, {"cpu", &Row::cpu}, {"memory", &Row::memory},
                                                  {"disk", &Row::disk}};
     return list;
 }
 
-std::vector<ProcessTableRow> ProcessTableRows::make(std::vector<ProcessUsage> usage, ProcessOrder order) {
+std::vector<ProcessTableRow> ProcessTableRows::make(std::vector<ProcessUsage> usage, ProcessOrder order,
+                                                    const std::map<std::string, std::string>& iconFiles) {
     std::stable_sort(usage.begin(), usage.end(), [order](const ProcessUsage& a, const ProcessUsage& b) {
         const double cpuA = a.cpu.value_or(-1), cpuB = b.cpu.value_or(-1);
         if (order == ProcessOrder::cpu && cpuA != cpuB) return cpuA > cpuB;
@@ -41,7 +50,11 @@ std::vector<ProcessTableRow> ProcessTableRows::make(std::vector<ProcessUsage> us
     rows.reserve(usage.size());
     for (const ProcessUsage& u : usage) {
         const auto count = static_cast<std::int64_t>(u.pids.size());
-        rows.push_back({QString::number(u.appPID), toQString(u.name), u.appID ? toQString(*u.appID) : QString(),
+        QString icon;
+        if (auto file = u.appID ? iconFiles.find(*u.appID) : iconFiles.end(); file != iconFiles.end())
+            icon = QStringLiteral("image://appicon/") +
+                   QString::fromLatin1(QByteArray(file->second.data(), static_cast<qsizetype>(file->second.size())).toPercentEncoding());
+        rows.push_back({QString::number(u.appPID), toQString(u.name), icon,
                         toQString(TextFormat::counted(count, "process", "processes")),
                         u.cpu ? toQString(TextFormat::share(*u.cpu * 100)) : notGiven,
                         toQString(ByteFormat::string(static_cast<std::int64_t>(u.memory))),
@@ -60,7 +73,7 @@ ProcessTableModel::~ProcessTableModel() { relay_->detach(); }
 
 void ProcessTableModel::start() {
     if (timer_.isActive()) return;
-    sampler_ = std::make_shared<ProcessSampler>(procRoot_);
+    walk_ = std::make_shared<Walk>(Walk{ProcessSampler(procRoot_), DesktopMachine::fromEnvironment("/"), {}});
     measured_ = false;
     timer_.start();
     emit runningChanged();
@@ -76,23 +89,33 @@ void ProcessTableModel::stop() {
 }
 
 void ProcessTableModel::tick() {
-    if (walking_ || !sampler_) return;
+    if (walking_ || !walk_) return;
     walking_ = true;
     const unsigned generation = generation_;
-    // The sampler goes with the walk: a walk still under way after stop()
+    // The walk's state goes with the job: a job still under way after stop()
     // keeps the old one, and start() makes a new one.
-    QThreadPool::globalInstance()->start([self = this, sampler = sampler_, relay = relay_, generation] {
-        std::vector<ProcessUsage> usage = sampler->sample({}, monotonicSeconds());
-        relay->post([self, usage = std::move(usage), generation]() mutable { self->take(std::move(usage), generation); });
+    QThreadPool::globalInstance()->start([self = this, walk = walk_, relay = relay_, generation] {
+        std::vector<ProcessUsage> usage = walk->sampler.sample({}, monotonicSeconds());
+        std::map<std::string, std::string> iconFiles;
+        for (const ProcessUsage& u : usage) {
+            if (!u.appID) continue;
+            auto [known, added] = walk->icons.try_emplace(*u.appID);
+            if (added) known->second = AppIcons::find(*u.appID, walk->machine);
+            if (known->second) iconFiles.emplace(*u.appID, *known->second);
+        }
+        relay->post([self, usage = std::move(usage), iconFiles = std::move(iconFiles), generation]() mutable {
+            self->take(std::move(usage), std::move(iconFiles), generation);
+        });
     });
 }
 
-void ProcessTableModel::take(std::vector<ProcessUsage> usage, unsigned generation) {
+void ProcessTableModel::take(std::vector<ProcessUsage> usage, std::map<std::string, std::string> iconFiles, unsigned generation) {
     if (generation != generation_) return;
     walking_ = false;
     measured_ = std::any_of(usage.begin(), usage.end(), [](const ProcessUsage& u) { return u.cpu.has_value(); });
     last_ = std::move(usage);
-    list_.reset(ProcessTableRows::make(last_, order_));
+    iconFiles_ = std::move(iconFiles);
+    list_.reset(ProcessTableRows::make(last_, order_, iconFiles_));
     emit sampled();
 }
 
@@ -102,7 +125,7 @@ void ProcessTableModel::setOrder(const QString& order) {
     const ProcessOrder wanted = order == QStringLiteral("memory") ? ProcessOrder::memory : ProcessOrder::cpu;
     if (wanted == order_) return;
     order_ = wanted;
-    list_.reset(ProcessTableRows::make(last_, order_));
+    list_.reset(ProcessTableRows::make(last_, order_, iconFiles_));
     emit orderChanged();
 }
 

@@ -5,6 +5,10 @@
 // to the main thread under the generation they started with, so that a walk
 // that finishes after stop() is dropped.
 //
+// An app unit's icon is the one its desktop ID names (the desktop ID is the
+// icon's name for Flatpaks and the desktops' own apps), looked for once in
+// the icon folders on the same thread.
+//
 // The rows say what the machine gave: a share of the processor before the
 // second walk, or a disk rate where /proc/PID/io can't be read, is "—", not
 // 0%. The order is the user's: by processor, or by memory.
@@ -14,6 +18,7 @@
 #include <QTimer>
 #include <QtQml/qqmlregistration.h>
 
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -27,7 +32,7 @@ namespace tessel {
 struct ProcessTableRow {
     QString key;       // the pid of the family's head
     QString name;
-    QString iconName;  // the desktop ID of an app unit, which names its icon; empty when not known
+    QString icon;      // "image://appicon/…" of an app unit's icon; empty when none is known
     QString processes; // "1 process", "14 processes"
     QString cpu;       // "12.5%", "—"
     QString memory;    // "1.2 GB"
@@ -39,7 +44,9 @@ enum class ProcessOrder { cpu, memory };
 
 namespace ProcessTableRows {
 // The rows of `usage` in `order`, the larger first; ties by memory, then name.
-std::vector<ProcessTableRow> make(std::vector<ProcessUsage> usage, ProcessOrder order);
+// `iconFiles`: the icon file of an app unit, by desktop ID.
+std::vector<ProcessTableRow> make(std::vector<ProcessUsage> usage, ProcessOrder order,
+                                  const std::map<std::string, std::string>& iconFiles = {});
 } // namespace ProcessTableRows
 
 class ProcessTableList : public FieldListModel<ProcessTableRow> {
@@ -89,12 +96,14 @@ signals:
 
 private:
     void tick();
-    void take(std::vector<ProcessUsage> usage, unsigned generation);
+    struct Walk;
+    void take(std::vector<ProcessUsage> usage, std::map<std::string, std::string> iconFiles, unsigned generation);
 
     ProcessTableList list_;
     QTimer timer_;
     std::string procRoot_ = "/proc";
-    std::shared_ptr<ProcessSampler> sampler_;
+    std::shared_ptr<Walk> walk_;
+    std::map<std::string, std::string> iconFiles_;
     std::shared_ptr<MainThreadRelay> relay_;
     std::vector<ProcessUsage> last_;
     ProcessOrder order_ = ProcessOrder::cpu;

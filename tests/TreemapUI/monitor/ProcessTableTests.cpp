@@ -44,6 +44,12 @@ TEST(ProcessTableRows, SortByProcessorOrMemoryAndSayADashForWhatWasNotMeasured) 
     EXPECT_EQ(byCpu[2].cpu, "—");
     EXPECT_EQ(byCpu[2].disk, "—");
     EXPECT_EQ(names(ProcessTableRows::make(table, ProcessOrder::memory)), (std::vector<QString>{"idle", "new", "busy"}));
+
+    ProcessUsage app = usage("Terminal", 0.1, 1'000, 0.0);
+    app.appID = "org.gnome.Terminal";
+    const std::map<std::string, std::string> icons{{"org.gnome.Terminal", "/usr/share/icons/Terminal.svg"}};
+    EXPECT_EQ(ProcessTableRows::make({app}, ProcessOrder::cpu, icons)[0].icon, "image://appicon/%2Fusr%2Fshare%2Ficons%2FTerminal.svg");
+    EXPECT_EQ(byCpu[0].icon, "") << "no app unit, no icon";
 }
 
 TEST(ProcessTableModel, SamplesWhileStartedAndTheFirstSampleMeasuresNoProcessor) {

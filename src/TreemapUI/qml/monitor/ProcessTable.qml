@@ -84,7 +84,7 @@ Item {
         delegate: Rectangle {
             id: entry
             required property string name
-            required property string iconName
+            required property string icon
             required property string processes
             required property string cpu
             required property string memory
@@ -97,6 +97,7 @@ Item {
                 x: 10
                 y: 8
                 size: 24
+                source: entry.icon
             }
             Text {
                 x: 40
