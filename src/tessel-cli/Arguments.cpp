@@ -37,6 +37,17 @@ std::optional<double> Arguments::seconds(const std::string& option) const {
     return number;
 }
 
+std::string kernelRoot(const Arguments& arguments, const std::string& option, const std::string& standard) {
+    const std::optional<std::string> given = arguments.value(option);
+    if (!given) return standard;
+    if (given->empty()) throw UsageError("--" + option + " wants the folder that stands for " + standard);
+    const std::string folder = Paths::absolute(*given);
+    struct stat info {};
+    if (::stat(folder.c_str(), &info) != 0 || !S_ISDIR(info.st_mode))
+        throw RunFailure("--" + option + " " + printable(folder) + " is not a folder");
+    return folder;
+}
+
 Arguments parseArguments(const std::vector<std::string>& words, const std::vector<OptionSpec>& specs) {
     Arguments arguments;
     bool optionsEnded = false;

@@ -44,6 +44,9 @@ Arguments parseArguments(const std::vector<std::string>& words, const std::vecto
 
 // The folder that stands for "/" (--root DIR, made absolute), else "/".
 std::string systemRoot(const Arguments& arguments);
+// The folder --proc-root or --sys-root names (`option`), made absolute, in
+// place of `standard`; a usage error when empty, a failure when no folder.
+std::string kernelRoot(const Arguments& arguments, const std::string& option, const std::string& standard);
 // Where the tool keeps what it can work out again: $XDG_CACHE_HOME/Tessel.
 std::string cacheFolder();
 

@@ -40,6 +40,7 @@ int runReport(const std::vector<std::string>& words);
 int runDuplicates(const std::vector<std::string>& words);
 int runVolumes(const std::vector<std::string>& words);
 int runStats(const std::vector<std::string>& words);
+int runActivity(const std::vector<std::string>& words);
 int runApps(const std::vector<std::string>& words);
 int runOwner(const std::vector<std::string>& words);
 int runReceipts(const std::vector<std::string>& words);

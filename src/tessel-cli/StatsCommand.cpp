@@ -3,8 +3,6 @@
 // needs two readings, so the first sample's rates are null; a reading the
 // machine does not give is null with the reason why, never a zero.
 
-#include <sys/stat.h>
-
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -29,17 +27,6 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 const std::vector<OptionSpec> statsOptions{{"json", false}, {"samples", true}, {"interval", true}, {"proc-root", true}, {"sys-root", true}};
-
-std::string kernelRoot(const Arguments& arguments, const std::string& option, const std::string& standard) {
-    const std::optional<std::string> given = arguments.value(option);
-    if (!given) return standard;
-    if (given->empty()) throw UsageError("--" + option + " wants the folder that stands for " + standard);
-    const std::string folder = Paths::absolute(*given);
-    struct stat info {};
-    if (::stat(folder.c_str(), &info) != 0 || !S_ISDIR(info.st_mode))
-        throw RunFailure("--" + option + " " + printable(folder) + " is not a folder");
-    return folder;
-}
 
 template <class T, class Make>
 Json orNull(const std::optional<T>& value, Make make) {

@@ -255,6 +255,35 @@ const std::vector<Command>& commands() {
          "  --sys-root DIR         read DIR in place of /sys\n"
              + std::string(namesInJsonHelp),
          runStats},
+        {"activity", "Show what your running programs use, app by app",
+         "usage: tessel activity [--json] [--interval S] [--proc-root DIR]\n"
+         "\n"
+         "Walks your processes in /proc twice, S seconds apart (1 unless told), and\n"
+         "shows them gathered into apps, the busiest first: by processor, then by\n"
+         "memory. A program a desktop or Flatpak started in an app unit of systemd\n"
+         "(app-….scope, app-….service) is one app with every process in that unit;\n"
+         "any other process counts with the ancestor that its parents lead to, up to\n"
+         "the child of your topmost process (your systemd --user, or the first process\n"
+         "of a login), so a compiler a shell runs counts in the shell's terminal. The\n"
+         "processor share is time used over the interval, 100% being one core; memory\n"
+         "is the proportional set size (Pss of smaps_rollup, each shared page split\n"
+         "between the processes that map it), or the resident size where the kernel\n"
+         "gives no Pss; disk is what reached the disks (read_bytes and write_bytes of\n"
+         "/proc/PID/io). A process started during the interval, or a pid given again\n"
+         "to a new one, adds its memory and no processor time. Processes of other\n"
+         "users, and files that can't be read, are left out; a figure the kernel did\n"
+         "not give is shown as \"—\".\n"
+         "\n"
+         "  --interval S           seconds between the two walks (default 1)\n"
+         "  --json                 print {\"intervalSeconds\", \"apps\": [{\"name\", \"appID\",\n"
+         "                         \"pid\", \"path\", \"cpu\", \"memoryBytes\",\n"
+         "                         \"diskBytesPerSecond\", \"processes\": [{\"pid\", \"parent\",\n"
+         "                         \"name\", \"path\", \"memoryBytes\"}]}]}; cpu is 1.0 for one\n"
+         "                         core, appID the desktop ID of the app unit, and what\n"
+         "                         was not read is null\n"
+         "  --proc-root DIR        read DIR in place of /proc\n"
+             + std::string(namesInJsonHelp),
+         runActivity},
         {"apps", "List the apps installed on this machine",
          "usage: tessel apps [--json] [--root DIR]\n"
          "\n"

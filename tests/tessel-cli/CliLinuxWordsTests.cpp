@@ -21,7 +21,7 @@ struct LinuxWords : WithHome {};
 
 TEST_F(LinuxWords, EveryCommandsHelpAndWorkSpeakOfLinux) {
     for (const char* command : {"--help", "scan", "largest", "search", "map", "trash", "report", "duplicates", "snapshot", "snapshots",
-                                "changes", "volumes", "stats", "apps", "owner", "receipts", "receipt", "launchers", "junk", "uninstall", "leftovers", "unused",
+                                "changes", "volumes", "stats", "activity", "apps", "owner", "receipts", "receipt", "launchers", "junk", "uninstall", "leftovers", "unused",
                                 "startup", "ai", "systemdata"}) {
         const Outcome help = command == std::string("--help") ? run({command}) : run({command, "--help"});
         EXPECT_EQ(help.status, 0) << command;
@@ -32,7 +32,7 @@ TEST_F(LinuxWords, EveryCommandsHelpAndWorkSpeakOfLinux) {
     test::writeFile(home / "b.bin", 200'000);
     for (const std::vector<std::string>& words : std::vector<std::vector<std::string>>{
              {"scan", home.path()}, {"duplicates", home.path()}, {"report", home.path(), "--summary"}, {"volumes"},
-             {"stats", "--samples", "2", "--interval", "0.3"}, {"startup"}, {"ai"}, {"systemdata"}}) {
+             {"stats", "--samples", "2", "--interval", "0.3"}, {"activity", "--interval", "0.2"}, {"startup"}, {"ai"}, {"systemdata"}}) {
         const Outcome done = run(words);
         expectNoMacWord(done.out + done.err, "tessel " + words.front());
     }

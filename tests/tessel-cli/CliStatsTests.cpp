@@ -98,5 +98,35 @@ TEST_F(StatsMachine, APersonReadsADashAndWhyAndBadOptionsAreRefused) {
     expectOneErrorLine(runTessel({"stats", "--sys-root", kernel.roots.sys + "/nowhere"}), 1, kernel.roots.sys + "/nowhere");
 }
 
+// tessel activity over a described process table: the fixture's counters
+// stand still, so the second walk measures 0, a real figure, while a process
+// without io has no disk rate at all.
+TEST(ActivityMachine, AppsComeWithTheirProcessesAndWhatWasNotReadIsNull) {
+    test::KernelTree kernel;
+    kernel.process({90, 1, "sshd"});
+    kernel.process({100, 90, "bash", 0, 1000, 400});
+    kernel.process({101, 100, "vim", 0, 1200, 600, "0::/\n", std::nullopt});
+    kernel.process({200, 90, "top", 0, 1000, 50, "0::/\n", std::nullopt});
+    const Outcome outcome = runTessel({"activity", "--json", "--interval", "0.1", "--proc-root", kernel.roots.proc});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    const json report = json::parse(outcome.out);
+    const json& apps = report.at("apps");
+    ASSERT_EQ(apps.size(), 3u);
+    EXPECT_EQ(apps[0].at("name"), "bash") << "by memory, when no processor time went by";
+    EXPECT_EQ(apps[0].at("cpu"), 0.0);
+    EXPECT_EQ(apps[0].at("memoryBytes"), 1000 * 1024);
+    EXPECT_EQ(apps[0].at("diskBytesPerSecond"), 0.0);
+    EXPECT_EQ(apps[0].at("path"), "/usr/bin/bash");
+    EXPECT_EQ(apps[0].at("processes")[1].at("name"), "vim");
+    EXPECT_EQ(apps[2].at("name"), "top");
+    EXPECT_EQ(apps[2].at("diskBytesPerSecond"), nullptr);
+
+    const Outcome text = runTessel({"activity", "--interval", "0.1", "--proc-root", kernel.roots.proc});
+    EXPECT_NE(text.out.find("4 processes in 3 groups of yours"), std::string::npos) << text.out;
+    EXPECT_NE(text.out.find("—          1  top"), std::string::npos) << text.out;
+    expectOneErrorLine(runTessel({"activity", "--proc-root", kernel.roots.proc + "/nowhere"}), 1, kernel.roots.proc + "/nowhere");
+    expectOneErrorLine(runTessel({"activity", "--interval", "0"}), 2, "--interval");
+}
+
 } // namespace
 } // namespace tessel::cli

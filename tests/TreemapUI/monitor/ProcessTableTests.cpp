@@ -1,0 +1,107 @@
+// The Monitor room's process table: the rows' order and words, a model that
+// samples a described /proc off the main thread while started, and the view
+// that draws it.
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QtQml/QQmlExtensionPlugin>
+
+#include <memory>
+
+#include "KernelTree.h"
+#include "app/IconProvider.h"
+#include "app/ThemeModel.h"
+#include "monitor/ProcessTableModel.h"
+
+Q_IMPORT_QML_PLUGIN(Tessel_UIPlugin)
+
+namespace tessel {
+namespace {
+
+ProcessUsage usage(std::string name, std::optional<double> cpu, std::uint64_t memory, std::optional<double> disk) {
+    return {std::nullopt, std::move(name), std::nullopt, 1, {1, 2}, cpu, memory, disk};
+}
+
+std::vector<QString> names(const std::vector<ProcessTableRow>& rows) {
+    std::vector<QString> found;
+    for (const ProcessTableRow& row : rows) found.push_back(row.name);
+    return found;
+}
+
+TEST(ProcessTableRows, SortByProcessorOrMemoryAndSayADashForWhatWasNotMeasured) {
+    const std::vector<ProcessUsage> table{usage("idle", 0.0, 900'000'000, 0.0), usage("busy", 1.5, 1'000, 2'048.0),
+                                          usage("new", std::nullopt, 5'000, std::nullopt)};
+    const std::vector<ProcessTableRow> byCpu = ProcessTableRows::make(table, ProcessOrder::cpu);
+    EXPECT_EQ(names(byCpu), (std::vector<QString>{"busy", "idle", "new"})) << "not measured sorts below 0%";
+    EXPECT_EQ(byCpu[0].cpu, "150.0%");
+    EXPECT_EQ(byCpu[0].disk, "2.0 KB/s");
+    EXPECT_EQ(byCpu[0].processes, "2 processes");
+    EXPECT_EQ(byCpu[1].cpu, "0.0%");
+    EXPECT_EQ(byCpu[2].cpu, "—");
+    EXPECT_EQ(byCpu[2].disk, "—");
+    EXPECT_EQ(names(ProcessTableRows::make(table, ProcessOrder::memory)), (std::vector<QString>{"idle", "new", "busy"}));
+
+    ProcessUsage app = usage("Terminal", 0.1, 1'000, 0.0);
+    app.appID = "org.gnome.Terminal";
+    const std::map<std::string, std::string> icons{{"org.gnome.Terminal", "/usr/share/icons/Terminal.svg"}};
+    EXPECT_EQ(ProcessTableRows::make({app}, ProcessOrder::cpu, icons)[0].icon, "image://appicon/%2Fusr%2Fshare%2Ficons%2FTerminal.svg");
+    EXPECT_EQ(byCpu[0].icon, "") << "no app unit, no icon";
+}
+
+TEST(ProcessTableModel, SamplesWhileStartedAndTheFirstSampleMeasuresNoProcessor) {
+    test::KernelTree kernel;
+    kernel.process({90, 1, "sshd"});
+    kernel.process({100, 90, "bash", 0, 1000, 400});
+    kernel.process({200, 90, "top", 0, 1000, 800});
+    ProcessTableModel model;
+    model.setProcRoot(kernel.roots.proc);
+    model.setIntervalMilliseconds(300);
+    QSignalSpy sampled(&model, &ProcessTableModel::sampled);
+    model.start();
+    ASSERT_TRUE(sampled.wait(5000));
+    EXPECT_FALSE(model.measured());
+    ProcessTableList& rows = *model.rows();
+    ASSERT_EQ(rows.rowCount(), 3);
+    EXPECT_EQ(rows.rows()[0].cpu, "—");
+    ASSERT_TRUE(sampled.wait(5000));
+    EXPECT_TRUE(model.measured());
+    EXPECT_EQ(rows.rows()[0].name, "top") << "no processor time went by, so by memory";
+    EXPECT_EQ(rows.rows()[0].cpu, "0.0%");
+    model.setOrder("memory");
+    EXPECT_EQ(model.order(), "memory");
+    model.stop();
+    EXPECT_FALSE(model.running());
+    EXPECT_FALSE(sampled.wait(700)) << "no sample after stop()";
+}
+
+TEST(ProcessTableView, LoadsWithoutAnErrorAndDrawsTheModelsRows) {
+    QSettings settings(QDir::temp().filePath(QStringLiteral("tessel-process-table-test.ini")), QSettings::IniFormat);
+    ThemeModel theme(&settings, false);
+    QQmlEngine engine;
+    engine.addImportPath(QStringLiteral("qrc:/"));
+    engine.addImageProvider(QStringLiteral("icon"), new IconProvider);
+    QQmlComponent component(&engine);
+    // The view is made once the theme is in place, as the window does.
+    component.setData("import QtQuick\nimport Tessel.UI\n"
+                      "Item { width: 700; height: 400; property var theme\n"
+                      "  property alias table: loader.item\n"
+                      "  Loader { id: loader; anchors.fill: parent; active: Style.theme !== null\n"
+                      "           source: \"qrc:/Tessel/UI/qml/monitor/ProcessTable.qml\" }\n"
+                      "  Component.onCompleted: Style.theme = theme }",
+                      QUrl());
+    std::unique_ptr<QObject> window(component.createWithInitialProperties({{"theme", QVariant::fromValue(&theme)}}));
+    ASSERT_TRUE(window) << component.errorString().toStdString();
+    QObject* table = window->property("table").value<QObject*>();
+    ASSERT_NE(table, nullptr);
+    auto* model = table->property("processes").value<ProcessTableModel*>();
+    ASSERT_NE(model, nullptr);
+    EXPECT_TRUE(model->running()) << "a visible table samples";
+    window.reset();
+}
+
+} // namespace
+} // namespace tessel
