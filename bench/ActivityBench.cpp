@@ -24,21 +24,14 @@
 
 #include "SystemStatsKit/ProcessSampler.h"
 
+#include "Clocks.h"
+
 using namespace tessel;
 
 namespace {
 
-double cpuSeconds() {
-    timespec now {};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
-}
-
-double monotonicSeconds() {
-    timespec now {};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
-}
+using bench::cpuSeconds;
+using bench::monotonicSeconds;
 
 std::vector<pid_t> startSleepers(int count) {
     std::vector<pid_t> children;

@@ -31,21 +31,14 @@
 #include "SystemStatsKit/SystemSamplers.h"
 #include "SystemStatsKit/VolumeSampler.h"
 
+#include "Clocks.h"
+
 using namespace tessel;
 
 namespace {
 
-double cpuSeconds() {
-    timespec now {};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
-}
-
-double monotonicSeconds() {
-    timespec now {};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) / 1e9;
-}
+using bench::cpuSeconds;
+using bench::monotonicSeconds;
 
 void measure(const char* what, int rounds, int ticks, const std::function<void(int tick)>& tick) {
     std::vector<double> perTick;
