@@ -124,6 +124,7 @@ ApplicationWindow {
                 if (window.shell.room === "apps") return uninstallRoom
                 if (window.shell.room === "unused") return unusedAppsRoom
                 if (window.shell.room === "report" || window.shell.room === "changes") return reportRoom
+                if (window.shell.room === "monitor") return monitorRoom
                 return comingRoom
             }
         }
@@ -197,6 +198,10 @@ ApplicationWindow {
             // "Changes" has no row of its own: it is the report's first tab.
             Component.onCompleted: if (window.shell.room === "changes") session.tools.reportTab = "changes"
         }
+    }
+    Component {
+        id: monitorRoom
+        MonitorRoom { session: window.session }
     }
     Component {
         id: comingRoom
