@@ -227,6 +227,7 @@ ApplicationWindow {
     RemovalSheet { removal: window.session.removal }
     ShortFoldersSheet { id: shortFoldersSheet; session: window.session }
     function closeShortFolders() { shortFoldersSheet.close() }
+    function openSettings() { settingsWindow.show(); settingsWindow.raise(); settingsWindow.requestActivate() }
 
     NoticeStack {
         anchors.right: parent.right

@@ -38,6 +38,5 @@ Item {
         text: parent.value
         color: Style.theme.text
         font.pixelSize: Style.bodySize
-        font.features: { "tnum": 1 }
     }
 }

@@ -44,7 +44,6 @@ Card {
                 color: Style.theme.text
                 font.pixelSize: Style.titleSize + 2
                 font.weight: Font.DemiBold
-                font.features: { "tnum": 1 }
             }
         }
         Text {

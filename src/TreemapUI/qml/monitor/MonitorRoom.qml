@@ -11,8 +11,7 @@ Flickable {
     readonly property MonitorModel monitor: session.monitor
     readonly property var f: monitor.figures
     readonly property var c: monitor.charts
-    readonly property int columns: width >= 900 ? 2 : 1
-    readonly property real cardWidth: (page.width - (columns - 1) * 20) / columns
+    readonly property real cardWidth: (page.width - 20) / 2
     readonly property color firstLine: Style.theme.accent
     readonly property color secondLine: Style.theme.warning
 
@@ -31,226 +30,224 @@ Flickable {
         width: room.width - 48
         spacing: 20
 
-        Column {
+        Text {
             width: parent.width
-            spacing: 4
-            Text {
-                text: "Monitor"
-                color: Style.theme.text
-                font.pixelSize: Style.titleSize
-                font.weight: Font.DemiBold
-            }
-            Text {
-                width: parent.width
-                text: room.f.processorName + "  ·  up " + room.f.uptimeText
-                color: Style.theme.secondaryText
-                font.pixelSize: Style.bodySize
-                elide: Text.ElideRight
-            }
+            text: room.f.processorName + "  \u00B7  up " + room.f.uptimeText
+            color: Style.theme.secondaryText
+            font.pixelSize: Style.bodySize
+            elide: Text.ElideRight
         }
 
-        Flow {
+        // Two columns of cards, each as tall as it needs: processor, network
+        // and battery on the left; memory, disk and the sensors on the right.
+        Row {
             width: parent.width
             spacing: 20
-
-            MonitorCard {
+            Column {
                 width: room.cardWidth
-                title: "Processor"
-                symbol: "gauge"
-                figure: room.f.cpuText
-                detail: room.f.cpuDetail
-                HistoryChart {
+                spacing: 20
+
+                MonitorCard {
                     width: parent.width
-                    xs: room.c.xs
-                    series: [room.c.cpuBusy, room.c.cpuSystem]
-                    colors: [room.firstLine, room.secondLine]
-                    maximum: 1
-                    topLabel: "100%"
-                }
-                Flow {
-                    width: parent.width
-                    spacing: 6
-                    Repeater {
-                        model: room.f.cores
-                        delegate: Column {
-                            required property var modelData
-                            width: 58
-                            spacing: 3
-                            Rectangle {
-                                width: parent.width
-                                height: 6
-                                radius: 3
-                                color: Style.theme.outline
+                    title: "Processor"
+                    symbol: "gauge"
+                    figure: room.f.cpuText
+                    detail: room.f.cpuDetail
+                    HistoryChart {
+                        width: parent.width
+                        xs: room.c.xs
+                        series: [room.c.cpuBusy, room.c.cpuSystem]
+                        colors: [room.firstLine, room.secondLine]
+                        maximum: 1
+                        topLabel: "100%"
+                    }
+                    Flow {
+                        width: parent.width
+                        spacing: 6
+                        Repeater {
+                            model: room.f.cores
+                            delegate: Column {
+                                required property var modelData
+                                width: 58
+                                spacing: 3
                                 Rectangle {
-                                    width: parent.width * (modelData.busy === undefined ? 0 : Math.min(1, modelData.busy))
-                                    height: parent.height
+                                    width: parent.width
+                                    height: 6
                                     radius: 3
-                                    color: room.firstLine
+                                    color: Style.theme.outline
+                                    Rectangle {
+                                        width: parent.width * (modelData.busy === undefined ? 0 : Math.min(1, modelData.busy))
+                                        height: parent.height
+                                        radius: 3
+                                        color: room.firstLine
+                                    }
                                 }
-                            }
-                            Text {
-                                text: modelData.name.replace("Core ", "") + ": " + modelData.text
-                                color: Style.theme.secondaryText
-                                font.pixelSize: Style.captionSize
-                                font.features: { "tnum": 1 }
+                                Text {
+                                    text: modelData.name.replace("Core ", "") + ": " + modelData.text
+                                    color: Style.theme.secondaryText
+                                    font.pixelSize: Style.captionSize
+                                }
                             }
                         }
                     }
+                    FigureRow { label: "Load over 1, 5 and 15 minutes"; value: room.f.loadText }
                 }
-                FigureRow { label: "Load over 1, 5 and 15 minutes"; value: room.f.loadText }
-            }
 
-            MonitorCard {
-                width: room.cardWidth
-                title: "Memory"
-                symbol: "square.grid.2x2"
-                figure: room.f.memoryText
-                detail: room.f.memoryOf
-                HistoryChart {
+                MonitorCard {
                     width: parent.width
-                    xs: room.c.xs
-                    series: [room.c.memory]
-                    colors: [room.firstLine]
-                    maximum: 1
-                    topLabel: "100%"
-                }
-                Repeater {
-                    model: room.f.memoryParts
-                    delegate: FigureRow {
-                        required property var modelData
-                        label: modelData.title
-                        value: modelData.text
+                    title: "Network"
+                    symbol: "arrow.down.circle.fill"
+                    figure: room.f.receivedText
+                    detail: room.f.linkText
+                    HistoryChart {
+                        width: parent.width
+                        xs: room.c.xs
+                        series: [room.c.received, room.c.sent]
+                        colors: [room.firstLine, room.secondLine]
+                        maximum: room.c.networkPeak
+                        topLabel: room.c.networkPeak > 0 ? room.c.networkPeakText : ""
+                    }
+                    FigureRow { label: "Receiving"; value: room.f.receivedText; swatch: room.firstLine }
+                    FigureRow { label: "Sending"; value: room.f.sentText; swatch: room.secondLine }
+                    FigureRow { label: "Interface"; value: room.f.interfaceText }
+                    FigureRow { label: "Address"; value: room.f.addressText }
+                    Text {
+                        width: parent.width
+                        text: room.f.totalsText
+                        color: Style.theme.secondaryText
+                        font.pixelSize: Style.captionSize
+                        wrapMode: Text.Wrap
                     }
                 }
-                FigureRow { label: "Pressure"; value: room.f.pressureWord }
-                Text {
-                    width: parent.width
-                    visible: text.length > 0
-                    text: room.f.pressureNote
-                    color: Style.theme.secondaryText
-                    font.pixelSize: Style.captionSize
-                    wrapMode: Text.Wrap
-                }
-                FigureRow { label: "Swap"; value: room.f.swapText }
-            }
 
-            MonitorCard {
-                width: room.cardWidth
-                title: "Network"
-                symbol: "arrow.down.circle.fill"
-                figure: room.f.receivedText
-                detail: room.f.linkText
-                HistoryChart {
+                MonitorCard {
                     width: parent.width
-                    xs: room.c.xs
-                    series: [room.c.received, room.c.sent]
-                    colors: [room.firstLine, room.secondLine]
-                    maximum: room.c.networkPeak
-                    topLabel: room.c.networkPeak > 0 ? room.c.networkPeakText : ""
-                }
-                FigureRow { label: "Receiving"; value: room.f.receivedText; swatch: room.firstLine }
-                FigureRow { label: "Sending"; value: room.f.sentText; swatch: room.secondLine }
-                FigureRow { label: "Interface"; value: room.f.interfaceText }
-                FigureRow { label: "Address"; value: room.f.addressText }
-                Text {
-                    width: parent.width
-                    text: room.f.totalsText
-                    color: Style.theme.secondaryText
-                    font.pixelSize: Style.captionSize
-                    wrapMode: Text.Wrap
-                }
-            }
-
-            MonitorCard {
-                width: room.cardWidth
-                title: "Disk"
-                symbol: "internaldrive"
-                figure: room.f.readText
-                detail: "Read and written by the disks"
-                HistoryChart {
-                    width: parent.width
-                    xs: room.c.xs
-                    series: [room.c.read, room.c.write]
-                    colors: [room.firstLine, room.secondLine]
-                    maximum: room.c.diskPeak
-                    topLabel: room.c.diskPeak > 0 ? room.c.diskPeakText : ""
-                }
-                FigureRow { label: "Reading"; value: room.f.readText; swatch: room.firstLine }
-                FigureRow { label: "Writing"; value: room.f.writeText; swatch: room.secondLine }
-                FigureRow { label: room.f.volumeName.length > 0 ? room.f.volumeName : "Startup disk"; value: room.f.volumeText }
-                Rectangle {
-                    width: parent.width
-                    height: 8
-                    radius: 4
-                    color: Style.theme.outline
-                    visible: room.f.volumeUsedShare !== undefined
+                    title: "Battery"
+                    symbol: "power"
+                    figure: room.f.batteryText
+                    detail: room.f.batteryState
                     Rectangle {
-                        width: parent.width * (room.f.volumeUsedShare === undefined ? 0 : room.f.volumeUsedShare)
-                        height: parent.height
+                        width: parent.width
+                        height: 8
                         radius: 4
-                        color: room.firstLine
+                        color: Style.theme.outline
+                        visible: room.f.hasBattery
+                        Rectangle {
+                            width: parent.width * (room.f.batteryShare === undefined ? 0 : room.f.batteryShare)
+                            height: parent.height
+                            radius: 4
+                            color: room.f.batteryShare !== undefined && room.f.batteryShare < 0.2 ? Style.theme.warning : Style.theme.success
+                        }
+                    }
+                    Text {
+                        width: parent.width
+                        visible: text.length > 0
+                        text: room.f.batteryWear
+                        color: Style.theme.secondaryText
+                        font.pixelSize: Style.bodySize
+                        wrapMode: Text.Wrap
                     }
                 }
             }
-
-            MonitorCard {
+            Column {
                 width: room.cardWidth
-                title: "Battery"
-                symbol: "power"
-                figure: room.f.batteryText
-                detail: room.f.batteryState
-                Rectangle {
+                spacing: 20
+                MonitorCard {
                     width: parent.width
-                    height: 8
-                    radius: 4
-                    color: Style.theme.outline
-                    visible: room.f.hasBattery
+                    title: "Memory"
+                    symbol: "square.grid.2x2"
+                    figure: room.f.memoryText
+                    detail: room.f.memoryOf
+                    HistoryChart {
+                        width: parent.width
+                        xs: room.c.xs
+                        series: [room.c.memory]
+                        colors: [room.firstLine]
+                        maximum: 1
+                        topLabel: "100%"
+                    }
+                    Repeater {
+                        model: room.f.memoryParts
+                        delegate: FigureRow {
+                            required property var modelData
+                            label: modelData.title
+                            value: modelData.text
+                        }
+                    }
+                    FigureRow { label: "Pressure"; value: room.f.pressureWord }
+                    Text {
+                        width: parent.width
+                        visible: text.length > 0
+                        text: room.f.pressureNote
+                        color: Style.theme.secondaryText
+                        font.pixelSize: Style.captionSize
+                        wrapMode: Text.Wrap
+                    }
+                    FigureRow { label: "Swap"; value: room.f.swapText }
+                }
+
+                MonitorCard {
+                    width: parent.width
+                    title: "Disk"
+                    symbol: "internaldrive"
+                    figure: room.f.readText
+                    detail: "Read and written by the disks"
+                    HistoryChart {
+                        width: parent.width
+                        xs: room.c.xs
+                        series: [room.c.read, room.c.write]
+                        colors: [room.firstLine, room.secondLine]
+                        maximum: room.c.diskPeak
+                        topLabel: room.c.diskPeak > 0 ? room.c.diskPeakText : ""
+                    }
+                    FigureRow { label: "Reading"; value: room.f.readText; swatch: room.firstLine }
+                    FigureRow { label: "Writing"; value: room.f.writeText; swatch: room.secondLine }
+                    FigureRow { label: room.f.volumeName.length > 0 ? room.f.volumeName : "Startup disk"; value: room.f.volumeText }
                     Rectangle {
-                        width: parent.width * (room.f.batteryShare === undefined ? 0 : room.f.batteryShare)
-                        height: parent.height
+                        width: parent.width
+                        height: 8
                         radius: 4
-                        color: room.f.batteryShare !== undefined && room.f.batteryShare < 0.2 ? Style.theme.warning : Style.theme.success
+                        color: Style.theme.outline
+                        visible: room.f.volumeUsedShare !== undefined
+                        Rectangle {
+                            width: parent.width * (room.f.volumeUsedShare === undefined ? 0 : room.f.volumeUsedShare)
+                            height: parent.height
+                            radius: 4
+                            color: room.firstLine
+                        }
                     }
                 }
-                Text {
-                    width: parent.width
-                    visible: text.length > 0
-                    text: room.f.batteryWear
-                    color: Style.theme.secondaryText
-                    font.pixelSize: Style.bodySize
-                    wrapMode: Text.Wrap
-                }
-            }
 
-            MonitorCard {
-                width: room.cardWidth
-                title: "Temperatures and fans"
-                symbol: "waveform.path.ecg"
-                figure: room.f.temperatures.length > 0 ? room.f.temperatures[0].text : "\u2014"
-                detail: room.f.temperatureNote
-                Repeater {
-                    model: room.f.temperatures
-                    delegate: FigureRow {
-                        required property var modelData
-                        label: modelData.place
-                        value: modelData.text
-                    }
-                }
-                Repeater {
-                    model: room.f.fans
-                    delegate: FigureRow {
-                        required property var modelData
-                        label: modelData.name
-                        value: modelData.text
-                    }
-                }
-                Text {
+                MonitorCard {
                     width: parent.width
-                    visible: text.length > 0
-                    text: room.f.fanNote
-                    color: Style.theme.secondaryText
-                    font.pixelSize: Style.bodySize
-                    wrapMode: Text.Wrap
+                    title: "Temperatures and fans"
+                    symbol: "waveform.path.ecg"
+                    figure: room.f.temperatures.length > 0 ? room.f.temperatures[0].text : "\u2014"
+                    detail: room.f.temperatureNote
+                    Repeater {
+                        model: room.f.temperatures
+                        delegate: FigureRow {
+                            required property var modelData
+                            label: modelData.place
+                            value: modelData.text
+                        }
+                    }
+                    Repeater {
+                        model: room.f.fans
+                        delegate: FigureRow {
+                            required property var modelData
+                            label: modelData.name
+                            value: modelData.text
+                        }
+                    }
+                    Text {
+                        width: parent.width
+                        visible: text.length > 0
+                        text: room.f.fanNote
+                        color: Style.theme.secondaryText
+                        font.pixelSize: Style.bodySize
+                        wrapMode: Text.Wrap
+                    }
                 }
             }
         }
