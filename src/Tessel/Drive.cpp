@@ -447,6 +447,13 @@ int screenshots(TesselApp& app, const QString& folder, bool inFixture) {
                 continue;
             }
             saved += save(window, QStringLiteral("%1/%2-%3.png").arg(folder, room, theme)) ? 1 : 0;
+            // The monitor's lower cards: the battery, the sensors and where the processes go.
+            if (QObject* monitor = room == "monitor" ? window->findChild<QObject*>("monitorRoom") : nullptr) {
+                monitor->setProperty("contentY", std::max(0.0, monitor->property("contentHeight").toDouble() -
+                                                                   monitor->property("height").toDouble()));
+                settle(150);
+                saved += save(window, QStringLiteral("%1/monitor-lower-%2.png").arg(folder, theme)) ? 1 : 0;
+            }
         }
         app.shell().setRoom("map");
         for (const char* style : {"treemap", "list", "columns"}) {

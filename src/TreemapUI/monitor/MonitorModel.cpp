@@ -178,7 +178,8 @@ void MonitorModel::publish() {
                                     .arg(text(ByteFormat::string(volume_->available)), text(ByteFormat::string(volume_->total)))
                               : none;
     f["volumeUsedShare"] = volume_ && volume_->total > 0
-                               ? QVariant(static_cast<double>(volume_->usedAsShown()) / static_cast<double>(volume_->total))
+                               // Beside "free of", the bar fills all that is not free to the user, the system's reserve too.
+                               ? QVariant(static_cast<double>(volume_->total - volume_->available) / static_cast<double>(volume_->total))
                                : QVariant();
     // Battery.
     f["hasBattery"] = battery_.has_value();

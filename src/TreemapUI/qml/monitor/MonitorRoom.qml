@@ -7,6 +7,7 @@ import Tessel.UI
 // keeps it, the last hour. The monitor reads only while this room is shown.
 Flickable {
     id: room
+    objectName: "monitorRoom"
     required property AppSession session
     readonly property MonitorModel monitor: session.monitor
     readonly property var f: monitor.figures
