@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls
+import QtQuick.Window
 import Tessel.UI
 
 // The machine as it runs: processor, memory, network, disks, battery,
@@ -21,7 +22,11 @@ Flickable {
     boundsBehavior: Flickable.StopAtBounds
     ScrollBar.vertical: ScrollBar {}
 
-    Component.onCompleted: monitor.appear()
+    // Read only while somebody can see the room: not behind a minimised or hidden window.
+    readonly property bool onScreen: Window.window !== null && Window.window.visible
+                                     && Window.window.visibility !== Window.Minimized
+    onOnScreenChanged: onScreen ? monitor.appear() : monitor.disappear()
+    Component.onCompleted: if (onScreen) monitor.appear()
     Component.onDestruction: monitor.disappear()
 
     Column {
