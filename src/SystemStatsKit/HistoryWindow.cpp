@@ -14,7 +14,17 @@ namespace {
 HistorySample meanOf(std::deque<HistorySample>::const_iterator first, std::deque<HistorySample>::const_iterator last) {
     const auto count = static_cast<double>(std::distance(first, last));
     double user = 0, system = 0, app = 0, wired = 0, compressed = 0, total = 0, down = 0, up = 0, read = 0, write = 0;
+    double chip = 0, charge = 0;
+    int chips = 0, charges = 0;
     for (auto it = first; it != last; ++it) {
+        if (it->chipCelsius) {
+            chip += *it->chipCelsius;
+            ++chips;
+        }
+        if (it->batteryCharge) {
+            charge += *it->batteryCharge;
+            ++charges;
+        }
         user += it->cpuUser;
         system += it->cpuSystem;
         app += static_cast<double>(it->memoryApp);
@@ -27,8 +37,10 @@ HistorySample meanOf(std::deque<HistorySample>::const_iterator first, std::deque
         write += it->diskWrite;
     }
     auto bytes = [&](double sum) { return static_cast<std::uint64_t>(sum / count); };
+    auto meanOfSome = [](double sum, int some) { return some > 0 ? std::optional(sum / some) : std::nullopt; };
     return {std::prev(last)->time, user / count, system / count, bytes(app), bytes(wired), bytes(compressed),
-            bytes(total), down / count, up / count, read / count, write / count};
+            bytes(total), down / count, up / count, read / count, write / count, meanOfSome(chip, chips),
+            meanOfSome(charge, charges)};
 }
 
 } // namespace

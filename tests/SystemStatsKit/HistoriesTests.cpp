@@ -61,6 +61,22 @@ TEST(HistoryWindow, FewerSamplesThanPointsComeOutAsTheyAre) {
     EXPECT_TRUE(window.recent(0, 14).empty());
 }
 
+TEST(HistoryWindow, ASlowReadingIsTheMeanOfTheSamplesThatHaveIt) {
+    HistoryWindow window;
+    for (auto [time, chip] : std::vector<std::pair<double, std::optional<double>>>{
+             {1, 50.0}, {2, std::nullopt}, {3, 70.0}, {4, std::nullopt}, {5, std::nullopt}}) {
+        HistorySample sample = at(time);
+        sample.chipCelsius = chip;
+        window.append(sample);
+    }
+    const std::vector<HistorySample> points = window.recent(2, 5);
+    ASSERT_EQ(points.size(), 2u);
+    EXPECT_EQ(points[0].chipCelsius, 50.0) << "samples 1 and 2: only the first has it";
+    EXPECT_EQ(points[1].chipCelsius, 70.0);
+    EXPECT_FALSE(window.recent(1, 5).front().batteryCharge) << "no sample has a battery: none, not 0";
+    EXPECT_EQ(window.recent(1, 5).front().chipCelsius, 60.0);
+}
+
 TEST(DiskUsagePoints, OnePointADayWithTheLaterFigures) {
     std::vector<DiskUsagePoint> points;
     EXPECT_TRUE(DiskUsagePoints::record(points, {86400, 10, 100}));

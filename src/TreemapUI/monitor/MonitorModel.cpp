@@ -3,6 +3,7 @@
 #include <QVariantList>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 #include "DiskScanKit/ByteFormat.h"
@@ -206,7 +207,9 @@ void MonitorModel::publish() {
 
 void MonitorModel::drawCharts() {
     QVariantMap c;
-    QVariantList xs, busy, system, memory, received, sent, read, write;
+    QVariantList xs, busy, system, memory, received, sent, read, write, chip, charge;
+    auto orGap = [](const std::optional<double>& value) { return value ? *value : std::nan(""); };
+    double chipPeak = 0;
     double networkPeak = 0, diskPeak = 0;
     if (dependencies_.history != nullptr) {
         const double now = dependencies_.clock.now();
@@ -223,6 +226,9 @@ void MonitorModel::drawCharts() {
             write.append(sample.diskWrite);
             networkPeak = std::max({networkPeak, sample.download, sample.upload});
             diskPeak = std::max({diskPeak, sample.diskRead, sample.diskWrite});
+            chip.append(orGap(sample.chipCelsius));
+            charge.append(orGap(sample.batteryCharge));
+            chipPeak = std::max(chipPeak, sample.chipCelsius.value_or(0));
         }
     }
     c["xs"] = xs;
@@ -233,6 +239,11 @@ void MonitorModel::drawCharts() {
     c["sent"] = sent;
     c["read"] = read;
     c["write"] = write;
+    c["chip"] = chip;
+    c["hasChip"] = chipPeak > 0;
+    c["battery"] = charge;
+    // Degrees over a scale that starts at 100, so that an idle chip sits low and a hot one high.
+    c["chipTop"] = std::max(100.0, chipPeak);
     c["networkPeak"] = networkPeak;
     c["diskPeak"] = diskPeak;
     c["networkPeakText"] = text(MonitorWords::rate(networkPeak));

@@ -6,16 +6,29 @@
 #include "SystemStatsKit/DiskActivitySampler.h"
 #include "SystemStatsKit/MemorySampler.h"
 #include "SystemStatsKit/NetworkSampler.h"
+#include "SystemStatsKit/BatterySampler.h"
+#include "SystemStatsKit/TemperatureSampler.h"
+#include "overview/HealthInputs.h"
 
 namespace tessel {
 
+namespace {
+constexpr int slowEvery = 15;
+} // namespace
+
 SystemHistory::Readers SystemHistory::Readers::system(const SystemRoots& roots) {
     struct Samplers {
-        explicit Samplers(const SystemRoots& roots) : cpu(roots.proc), memory(roots), network(roots), disks(roots) {}
+        explicit Samplers(const SystemRoots& roots)
+            : cpu(roots.proc), memory(roots), network(roots), disks(roots), temperatures(roots.sys), battery(roots.sys) {}
         CPUSampler cpu;
         MemorySampler memory;
         NetworkSampler network;
         DiskActivitySampler disks;
+        TemperatureSampler temperatures;
+        BatterySampler battery;
+        int beats = 0;
+        std::optional<double> chip;
+        std::optional<double> charge;
     };
     auto samplers = std::make_shared<Samplers>(roots);
     auto take = [samplers](double now) {
@@ -39,6 +52,14 @@ SystemHistory::Readers SystemHistory::Readers::system(const SystemRoots& roots) 
             sample.diskRead = disk->read;
             sample.diskWrite = disk->write;
         }
+        // Heat and charge move slowly: read every fifteenth beat, the last reading standing between.
+        if (samplers->beats++ % slowEvery == 0) {
+            samplers->chip = HealthInputs::processorCelsius(samplers->temperatures.sample());
+            const std::optional<BatteryStatus> battery = samplers->battery.sample();
+            samplers->charge = battery ? std::optional(battery->charge) : std::nullopt;
+        }
+        sample.chipCelsius = samplers->chip;
+        sample.batteryCharge = samplers->charge;
         return sample;
     };
     return {take, [samplers] { samplers->cpu.reset(); }};

@@ -5,11 +5,13 @@
 // most `points` buckets of consecutive samples, each the mean of its own:
 // 1,800 samples asked for 300 points give 300 means of 6. A mean keeps a
 // short spike visible as a bump, where picking every sixth sample could skip
-// it altogether.
+// it altogether. A reading that only some samples have is the mean of those
+// that have it, and none in a bucket where none has it.
 
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <optional>
 #include <vector>
 
 namespace tessel {
@@ -26,6 +28,10 @@ struct HistorySample {
     double upload = 0;
     double diskRead = 0;
     double diskWrite = 0;
+    // Slow readings, taken every few beats; none where the machine has no
+    // such sensor or battery, which a chart leaves out rather than draw as 0.
+    std::optional<double> chipCelsius;
+    std::optional<double> batteryCharge; // 0 to 1
 
     bool operator==(const HistorySample&) const = default;
 };

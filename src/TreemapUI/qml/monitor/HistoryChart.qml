@@ -52,17 +52,32 @@ Item {
                 const colour = chart.colors[line] || Style.theme.accent
                 const px = i => chart.xs[i] * (w - 2) + 1
                 const py = i => h - 2 - Math.min(1, Math.max(0, values[i] / top)) * (h - 8)
-                ctx.beginPath()
-                ctx.moveTo(px(0), h)
-                for (let i = 0; i < values.length; ++i) ctx.lineTo(px(i), py(i))
-                ctx.lineTo(px(values.length - 1), h)
-                ctx.closePath()
+                // A value that is not a number is a gap: nothing was measured there.
+                const known = i => typeof values[i] === "number" && !isNaN(values[i])
                 ctx.fillStyle = Qt.rgba(colour.r, colour.g, colour.b, 0.14)
-                ctx.fill()
+                let start = -1
+                for (let i = 0; i <= values.length; ++i) {
+                    if (i < values.length && known(i)) {
+                        if (start < 0) start = i
+                        continue
+                    }
+                    if (start >= 0) {
+                        ctx.beginPath()
+                        ctx.moveTo(px(start), h)
+                        for (let j = start; j < i; ++j) ctx.lineTo(px(j), py(j))
+                        ctx.lineTo(px(i - 1), h)
+                        ctx.closePath()
+                        ctx.fill()
+                    }
+                    start = -1
+                }
                 ctx.beginPath()
+                let drawing = false
                 for (let i = 0; i < values.length; ++i) {
-                    if (i === 0) ctx.moveTo(px(i), py(i))
+                    if (!known(i)) { drawing = false; continue }
+                    if (!drawing) ctx.moveTo(px(i), py(i))
                     else ctx.lineTo(px(i), py(i))
+                    drawing = true
                 }
                 ctx.strokeStyle = colour
                 ctx.lineWidth = 1.5

@@ -132,6 +132,15 @@ Flickable {
                     symbol: "power"
                     figure: room.f.batteryText
                     detail: room.f.batteryState
+                    HistoryChart {
+                        width: parent.width
+                        visible: room.f.hasBattery
+                        xs: room.c.xs
+                        series: [room.c.battery]
+                        colors: [Style.theme.success]
+                        maximum: 1
+                        topLabel: "100%"
+                    }
                     Rectangle {
                         width: parent.width
                         height: 8
@@ -230,6 +239,15 @@ Flickable {
                     symbol: "waveform.path.ecg"
                     figure: room.f.temperatures.length > 0 ? room.f.temperatures[0].text : "\u2014"
                     detail: room.f.temperatureNote
+                    HistoryChart {
+                        width: parent.width
+                        visible: room.c.hasChip === true
+                        xs: room.c.xs
+                        series: [room.c.chip]
+                        colors: [Style.theme.warning]
+                        maximum: room.c.chipTop
+                        topLabel: Math.round(room.c.chipTop) + "\u00B0C"
+                    }
                     Repeater {
                         model: room.f.temperatures
                         delegate: FigureRow {
