@@ -1,5 +1,7 @@
 #include "Drive.h"
 
+#include "TrayIcon.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
@@ -305,6 +307,15 @@ int selfTest(TesselApp& app) {
         settle(150);
         shown.gather(settings, "settings");
         settings->hide();
+        if (QQuickWindow* panel = app.tray() != nullptr ? app.tray()->panel() : nullptr) {
+            panel->show();
+            settle(150);
+            shown.gather(panel, "tray panel");
+            panel->hide();
+        } else {
+            std::fprintf(stderr, "tessel-app: the tray panel could not be made\n");
+            return 1;
+        }
     } else {
         std::fprintf(stderr, "tessel-app: the settings window is missing\n");
         return 1;
@@ -358,7 +369,8 @@ int screenshots(TesselApp& app, const QString& folder, bool inFixture) {
         settle(250);
         for (const QString& room : app.shell().roomIds()) {
             app.shell().setRoom(room);
-            settle(room == "overview" ? 500 : 150);
+            // The monitor shows rates from its second reading, a second after it opens.
+            settle(room == "overview" ? 500 : room == "monitor" ? 2500 : 150);
             if (room == "junk" || room == "leftovers" || room == "aiData" || room == "systemData") {
                 saved += save(window, QStringLiteral("%1/%2-idle-%3.png").arg(folder, room, theme)) ? 1 : 0;
                 lookIn(app, room);
@@ -435,6 +447,13 @@ int screenshots(TesselApp& app, const QString& folder, bool inFixture) {
                 continue;
             }
             saved += save(window, QStringLiteral("%1/%2-%3.png").arg(folder, room, theme)) ? 1 : 0;
+            // The monitor's lower cards: the battery, the sensors and where the processes go.
+            if (QObject* monitor = room == "monitor" ? window->findChild<QObject*>("monitorRoom") : nullptr) {
+                monitor->setProperty("contentY", std::max(0.0, monitor->property("contentHeight").toDouble() -
+                                                                   monitor->property("height").toDouble()));
+                settle(150);
+                saved += save(window, QStringLiteral("%1/monitor-lower-%2.png").arg(folder, theme)) ? 1 : 0;
+            }
         }
         app.shell().setRoom("map");
         for (const char* style : {"treemap", "list", "columns"}) {
@@ -507,6 +526,13 @@ int screenshots(TesselApp& app, const QString& folder, bool inFixture) {
             settle(300);
             saved += save(settings, QStringLiteral("%1/settings-%2.png").arg(folder, theme)) ? 1 : 0;
             settings->hide();
+        }
+        if (QQuickWindow* panel = app.tray() != nullptr ? app.tray()->panel() : nullptr) {
+            panel->show();
+            // Every reading, the rates from their second sample.
+            settle(2500);
+            saved += save(panel, QStringLiteral("%1/tray-panel-%2.png").arg(folder, theme)) ? 1 : 0;
+            panel->hide();
         }
     }
     std::printf("tessel-app: saved %d screenshots in %s\n", saved, qPrintable(folder));

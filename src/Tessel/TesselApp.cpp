@@ -1,5 +1,7 @@
 #include "TesselApp.h"
 
+#include "TrayIcon.h"
+
 #include <QUrl>
 
 #include "app/AppIconProvider.h"
@@ -57,7 +59,14 @@ bool TesselApp::load(bool quiet) {
         {"quiet", quiet},
     });
     engine_.load(QUrl(QStringLiteral("qrc:/Tessel/UI/qml/Main.qml")));
-    return window() != nullptr;
+    if (window() == nullptr) return false;
+    tray_ = std::make_unique<TrayIcon>(*this);
+    return true;
+}
+
+TesselApp::~TesselApp() {
+    // The tray's panel belongs to the engine's types; it goes before the engine.
+    tray_.reset();
 }
 
 QQuickWindow* TesselApp::window() const {

@@ -20,6 +20,8 @@
 
 namespace tessel {
 
+class TrayIcon;
+
 class TesselApp {
 public:
     // `settings` may be a private file and `home` a fixture folder (self-test,
@@ -40,6 +42,9 @@ public:
     GuideModel& guide() { return *guide_; }
     ThemeModel& theme() { return *theme_; }
     PreferencesModel& preferences() { return *preferences_; }
+    // The tray icon and its panel, made when the window loads.
+    TrayIcon* tray() { return tray_.get(); }
+    ~TesselApp();
 
 private:
     std::unique_ptr<QSettings> settings_;
@@ -49,6 +54,7 @@ private:
     std::unique_ptr<ThemeModel> theme_;
     std::unique_ptr<PreferencesModel> preferences_;
     QQmlApplicationEngine engine_;
+    std::unique_ptr<TrayIcon> tray_;
 };
 
 } // namespace tessel

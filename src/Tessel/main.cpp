@@ -4,6 +4,7 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFontDatabase>
+#include <QApplication>
 #include <QGuiApplication>
 #include <QIcon>
 #include <QQuickStyle>
@@ -50,7 +51,8 @@ int main(int argc, char** argv) {
     }
     // The translucent-window setting needs an alpha channel from the start.
     QQuickWindow::setDefaultAlphaBuffer(true);
-    QGuiApplication app(argc, argv);
+    // A QApplication, since the tray icon is a widgets class; the window stays Qt Quick.
+    QApplication app(argc, argv);
     QGuiApplication::setOrganizationName("Tessel");
     QGuiApplication::setApplicationName("Tessel");
     QGuiApplication::setApplicationDisplayName("Tessel");

@@ -85,7 +85,10 @@ AppSession::AppSession(Dependencies dependencies, QObject* parent)
               },
               this),
       permissions_(this), largeFiles_(tree_, {&removal_, dependencies_.desktop}, dependencies_.settings, this),
-      search_(tree_, {&removal_, dependencies_.desktop}, dependencies_.settings, this) {
+      search_(tree_, {&removal_, dependencies_.desktop}, dependencies_.settings, this),
+      systemHistory_(SystemHistory::Readers::system(dependencies_.systemRoots), dependencies_.monitorClock),
+      monitor_({&systemHistory_, dependencies_.systemRoots, "/", dependencies_.monitorClock}, this),
+      diskHistory_(dependencies_.settings, this) {
     if (qGuiApp != nullptr)
         connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
             if (state == Qt::ApplicationActive) removal_.applicationActivated();
@@ -94,6 +97,11 @@ AppSession::AppSession(Dependencies dependencies, QObject* parent)
     connect(&permissions_, &PermissionsGate::answered, this, &AppSession::startWork);
     // The summary of a scan keeps its breakdown, which the overview works out once for both.
     connect(&overview_, &OverviewModel::scanFigured, this, &AppSession::recordSummary);
+    // Each reading of the startup disk is the day's point of its history.
+    connect(&overview_, &OverviewModel::healthChanged, this, [this] {
+        if (const std::optional<VolumeCapacity>& disk = overview_.startupDisk())
+            diskHistory_.record(QDateTime::currentDateTime(), *disk);
+    });
 }
 
 AppSession::~AppSession() {
@@ -150,6 +158,8 @@ void AppSession::launch() {
     if (dependencies_.accessStatus) permissions_.receive(dependencies_.accessStatus());
     if (permissions_.scanWaits()) scan_.holdForAccess();
     overview_.refreshHealth();
+    // The hour's charts start with the app, so the monitor shows them at once.
+    if (!std::exchange(watchingHistory_, true)) systemHistory_.watch();
     startWork();
 }
 

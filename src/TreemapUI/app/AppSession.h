@@ -24,6 +24,9 @@
 #include "lists/SearchModel.h"
 #include "tools/hidden/HiddenFilesModel.h"
 #include "map/SpaceMapModel.h"
+#include "monitor/DiskUsageHistory.h"
+#include "monitor/MonitorModel.h"
+#include "monitor/SystemHistory.h"
 #include "overview/OverviewModel.h"
 #include "removal/RemovalRoad.h"
 #include "scan/ScanCoordinator.h"
@@ -49,6 +52,7 @@ class AppSession : public QObject {
     Q_PROPERTY(tessel::SearchModel* search READ search CONSTANT)
     Q_PROPERTY(tessel::ScannedTree* tree READ tree CONSTANT)
     Q_PROPERTY(tessel::RemovalRoad* removal READ removal CONSTANT)
+    Q_PROPERTY(tessel::MonitorModel* monitor READ monitor CONSTANT)
 
 public:
     struct Dependencies {
@@ -81,6 +85,9 @@ public:
         AIDataModel::Dependencies aiData;
         // The uninstaller's machine and what runs; it lists nothing when left empty.
         UninstallModel::Dependencies uninstall;
+        // Where the monitors read the kernel, and their clock.
+        SystemRoots systemRoots;
+        MonitorClock monitorClock = MonitorClock::system();
         static Dependencies system(QSettings* settings, std::string initialPath);
     };
 
@@ -99,6 +106,10 @@ public:
     SearchModel* search() { return &search_; }
     ScannedTree* tree() { return &tree_; }
     RemovalRoad* removal() { return &removal_; }
+    MonitorModel* monitor() { return &monitor_; }
+    // The hour's history that the monitor's charts draw; one per app, running from launch.
+    SystemHistory* systemHistory() { return &systemHistory_; }
+    DiskUsageHistory* diskHistory() { return &diskHistory_; }
     // The items chosen in the map go to the removal's confirmation.
     Q_INVOKABLE void removeMapSelection();
     std::optional<QUuid> handledScan() const { return handledScan_; }
@@ -138,6 +149,10 @@ private:
     PermissionsGate permissions_;
     LargeFilesModel largeFiles_;
     SearchModel search_;
+    SystemHistory systemHistory_;
+    MonitorModel monitor_;
+    DiskUsageHistory diskHistory_;
+    bool watchingHistory_ = false;
     // A new scan whose summary is kept once the overview has its figures.
     bool summaryPending_ = false;
     std::shared_ptr<MainThreadRelay> relay_ = MainThreadRelay::make(this);

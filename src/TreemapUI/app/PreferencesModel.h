@@ -27,6 +27,8 @@ class PreferencesModel : public QObject {
     Q_PROPERTY(int lowDiskPercent READ lowDiskPercent WRITE setLowDiskPercent NOTIFY changed)
     Q_PROPERTY(bool weeklyJunk READ weeklyJunk WRITE setWeeklyJunk NOTIFY changed)
     Q_PROPERTY(bool translucent READ translucent WRITE setTranslucent NOTIFY changed)
+    // Whether the desktop has a tray to show an icon in; without one the switch stays off.
+    Q_PROPERTY(bool trayAvailable READ trayAvailable NOTIFY changed)
 
 public:
     explicit PreferencesModel(QSettings* settings, QObject* parent = nullptr);
@@ -57,6 +59,13 @@ public:
     bool translucent() const { return flag(SettingsKey::translucent, false); }
     void setTranslucent(bool on) { setFlag(SettingsKey::translucent, on); }
 
+    bool trayAvailable() const { return trayAvailable_; }
+    void setTrayAvailable(bool available) {
+        if (available == trayAvailable_) return;
+        trayAvailable_ = available;
+        emit changed();
+    }
+
 signals:
     void changed();
 
@@ -65,6 +74,7 @@ private:
     void setFlag(const char* key, bool on);
 
     QSettings* settings_;
+    bool trayAvailable_ = false;
 };
 
 } // namespace tessel

@@ -148,6 +148,7 @@ std::string_view comingSentence(const Room& room) {
     case Kind::overview:
     case Kind::apps:
     case Kind::unused:
+    case Kind::monitor:
         return {};
     case Kind::map:
         return "The space map will show this scan as cards sized by the space each folder and file takes, to open one and look inside.";
@@ -155,8 +156,6 @@ std::string_view comingSentence(const Room& room) {
         return "Search will find files and folders of this scan by name, size and kind, and keep the searches you use often.";
     case Kind::large:
         return "Large Files will list the biggest files of this scan, wherever they are, largest first.";
-    case Kind::monitor:
-        return "The monitor will show processor, memory, network and disk activity, the battery and temperatures, live and over the last hour.";
     case Kind::tool:
         break;
     }

@@ -11,6 +11,7 @@
 #include "DiskScanKit/TextFormat.h"
 #include "support/QtText.h"
 #include "app/Rooms.h"
+#include "overview/HealthInputs.h"
 #include "scan/ScanSummary.h"
 #include "SystemStatsKit/VolumeSampler.h"
 
@@ -73,8 +74,9 @@ void OverviewModel::figure(bool newScan) {
 void OverviewModel::refreshHealth() {
     OverviewModel* self = this;
     tree_.run([relay = relay_, self] {
-        std::optional<VolumeCapacity> disk = VolumeSampler("/").sample();
-        MacHealth health = MacHealth::assess(disk, std::nullopt, std::nullopt, std::nullopt);
+        const HealthInputs inputs = HealthInputs::read(SystemRoots{}, "/");
+        std::optional<VolumeCapacity> disk = inputs.disk;
+        MacHealth health = inputs.assess();
         relay->post([self, disk, health = std::move(health)] {
             self->startupDisk_ = disk;
             self->health_ = health;

@@ -87,6 +87,7 @@ public:
     qint64 diskAvailable() const { return startupDisk_ ? startupDisk_->available : 0; }
     qint64 diskUsed() const { return startupDisk_ ? startupDisk_->usedAsShown() : 0; }
     qint64 diskReserved() const { return startupDisk_ && startupDisk_->showsReserved() ? startupDisk_->reserved : 0; }
+    const std::optional<VolumeCapacity>& startupDisk() const { return startupDisk_; }
     QString diskLine() const;
     qint64 scanned() const { return breakdown_ ? breakdown_->scanned : 0; }
     QString healthLevel() const;

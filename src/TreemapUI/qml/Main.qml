@@ -124,6 +124,7 @@ ApplicationWindow {
                 if (window.shell.room === "apps") return uninstallRoom
                 if (window.shell.room === "unused") return unusedAppsRoom
                 if (window.shell.room === "report" || window.shell.room === "changes") return reportRoom
+                if (window.shell.room === "monitor") return monitorRoom
                 return comingRoom
             }
         }
@@ -199,6 +200,10 @@ ApplicationWindow {
         }
     }
     Component {
+        id: monitorRoom
+        MonitorRoom { session: window.session }
+    }
+    Component {
         id: comingRoom
         ComingRoom {
             shell: window.shell
@@ -222,6 +227,7 @@ ApplicationWindow {
     RemovalSheet { removal: window.session.removal }
     ShortFoldersSheet { id: shortFoldersSheet; session: window.session }
     function closeShortFolders() { shortFoldersSheet.close() }
+    function openSettings() { settingsWindow.show(); settingsWindow.raise(); settingsWindow.requestActivate() }
 
     NoticeStack {
         anchors.right: parent.right

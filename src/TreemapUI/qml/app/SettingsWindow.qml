@@ -92,7 +92,12 @@ Window {
 
     // The Mac's menu bar; a Linux desktop's system tray.
     readonly property string trayName: Qt.platform.os === "osx" ? "menu bar" : "system tray"
-    readonly property string menuBarNote: "The " + trayName + " panel is not part of this version yet."
+    // On the Mac the readings stand beside the icon; a Linux tray shows them in the icon and its tooltip.
+    readonly property string withTheIcon: Qt.platform.os === "osx" ? "Beside the icon" : "With the icon"
+    readonly property string menuBarNote: window.preferences.trayAvailable
+        ? "Click the icon for a panel of the readings. The readings you choose below are the only ones read while the panel is closed."
+        : "This desktop has no " + trayName + " to show an icon in, so Tessel can't show one."
+    readonly property bool trayShown: window.preferences.trayAvailable && window.preferences.menuBarExtra
     readonly property string noticesNote: "Disk alerts are not part of this version yet."
 
     Flickable {
@@ -125,13 +130,52 @@ Window {
                 Row_ {
                     label: "Show Tessel in the " + window.trayName
                     note: window.menuBarNote
-                    Toggle { enabled: false; checked: window.preferences.menuBarExtra }
+                    Toggle {
+                        enabled: window.preferences.trayAvailable
+                        checked: window.preferences.trayAvailable && window.preferences.menuBarExtra
+                        onToggled: window.preferences.menuBarExtra = checked
+                    }
                 }
-                Row_ { label: "Beside the icon: Free space"; Toggle { enabled: false; checked: window.preferences.menuBarFreeSpace } }
-                Row_ { label: "Beside the icon: CPU"; Toggle { enabled: false; checked: window.preferences.menuBarCpu } }
-                Row_ { label: "Beside the icon: Memory"; Toggle { enabled: false; checked: window.preferences.menuBarMemory } }
-                Row_ { label: "Beside the icon: Network"; Toggle { enabled: false; checked: window.preferences.menuBarNetwork } }
-                Row_ { label: "Beside the icon: Battery"; Toggle { enabled: false; checked: window.preferences.menuBarBattery } }
+                Row_ {
+                    label: window.withTheIcon + ": Free space"
+                    Toggle {
+                        enabled: window.trayShown
+                        checked: window.preferences.menuBarFreeSpace
+                        onToggled: window.preferences.menuBarFreeSpace = checked
+                    }
+                }
+                Row_ {
+                    label: window.withTheIcon + ": CPU"
+                    Toggle {
+                        enabled: window.trayShown
+                        checked: window.preferences.menuBarCpu
+                        onToggled: window.preferences.menuBarCpu = checked
+                    }
+                }
+                Row_ {
+                    label: window.withTheIcon + ": Memory"
+                    Toggle {
+                        enabled: window.trayShown
+                        checked: window.preferences.menuBarMemory
+                        onToggled: window.preferences.menuBarMemory = checked
+                    }
+                }
+                Row_ {
+                    label: window.withTheIcon + ": Network"
+                    Toggle {
+                        enabled: window.trayShown
+                        checked: window.preferences.menuBarNetwork
+                        onToggled: window.preferences.menuBarNetwork = checked
+                    }
+                }
+                Row_ {
+                    label: window.withTheIcon + ": Battery"
+                    Toggle {
+                        enabled: window.trayShown
+                        checked: window.preferences.menuBarBattery
+                        onToggled: window.preferences.menuBarBattery = checked
+                    }
+                }
                 Row_ {
                     label: "Panel look"
                     last: true

@@ -1,0 +1,51 @@
+#pragma once
+// The app in the desktop's system tray: an icon whose tooltip holds the
+// readings the settings choose, with the first chosen percentage drawn on
+// the icon, and a panel of every reading that a click opens. Where the
+// desktop has no tray, nothing is made and the settings say so.
+
+#include <QObject>
+#include <QQmlComponent>
+#include <QSystemTrayIcon>
+
+#include <memory>
+
+#include "monitor/FreeSpaceBadge.h"
+#include "monitor/MenuBarReadings.h"
+#include "monitor/TrayModel.h"
+
+class QMenu;
+class QQuickWindow;
+
+namespace tessel {
+
+class TesselApp;
+
+class TrayIcon : public QObject {
+    Q_OBJECT
+
+public:
+    explicit TrayIcon(TesselApp& app, QObject* parent = nullptr);
+    ~TrayIcon() override;
+
+    TrayModel& model() { return model_; }
+    // The panel, made on first use; null when its QML failed.
+    QQuickWindow* panel();
+    void openPanel();
+
+private:
+    void follow();
+    void redraw();
+    void answer(const QString& what);
+
+    TesselApp& app_;
+    MenuBarReadings readings_;
+    FreeSpaceBadge freeSpace_;
+    TrayModel model_;
+    QSystemTrayIcon icon_;
+    std::unique_ptr<QMenu> menu_;
+    std::unique_ptr<QQuickWindow> panel_;
+    QString drawnBadge_ = QStringLiteral("-");
+};
+
+} // namespace tessel

@@ -1,0 +1,42 @@
+#pragma once
+// The startup disk's use, one point a day, kept in the settings under
+// "tessel.diskHistory" as JSON: [{"day": "2026-11-24T00:00:00+01:00",
+// "used": ..., "total": ...}], sorted by day. The store is written only when
+// a point changed, so a launch that records the same figures writes nothing.
+
+#include <QDateTime>
+#include <QObject>
+#include <QSettings>
+
+#include <optional>
+#include <vector>
+
+#include "SystemStatsKit/DiskUsagePoints.h"
+#include "SystemStatsKit/VolumeCapacity.h"
+
+namespace tessel {
+
+class DiskUsageHistory : public QObject {
+    Q_OBJECT
+
+public:
+    static constexpr const char* key = "tessel.diskHistory";
+
+    explicit DiskUsageHistory(QSettings* settings, QObject* parent = nullptr);
+
+    // Records `volume` for the local day of `now`; true when the store changed.
+    bool record(const QDateTime& now, const VolumeCapacity& volume);
+    // The latest point from before the local day of `now`.
+    std::optional<DiskUsagePoint> last(const QDateTime& now) const;
+    const std::vector<DiskUsagePoint>& points() const { return points_; }
+
+    static std::int64_t startOfDay(const QDateTime& now);
+
+private:
+    void load();
+
+    QSettings* settings_;
+    std::vector<DiskUsagePoint> points_;
+};
+
+} // namespace tessel
