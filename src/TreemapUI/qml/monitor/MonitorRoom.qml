@@ -276,6 +276,17 @@ Flickable {
             }
         }
 
-        // The table of running processes goes here, the full width of the room, below the cards.
+        // The user's programs, app by app, the full width of the room below the cards.
+        MonitorCard {
+            width: parent.width
+            title: "Apps and processes"
+            symbol: "app"
+            figure: ""
+            ProcessTable {
+                width: parent.width
+                height: fullHeight
+                shown: room.onScreen && room.visible
+            }
+        }
     }
 }

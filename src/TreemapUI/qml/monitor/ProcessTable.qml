@@ -10,11 +10,16 @@ Item {
     property ProcessTableModel processes: ProcessTableModel {}
     readonly property int figureWidth: 96
 
+    // Whether anybody can see the table; a room behind a minimised window says no.
+    property bool shown: visible
+    // The height that shows every row without scrolling inside the table.
+    readonly property real fullHeight: headings.height + 1 + Math.max(rows.contentHeight, 120)
+
     function follow() {
-        if (table.visible) table.processes.start()
+        if (table.shown) table.processes.start()
         else table.processes.stop()
     }
-    onVisibleChanged: follow()
+    onShownChanged: follow()
     Component.onCompleted: follow()
     Component.onDestruction: table.processes.stop()
 
