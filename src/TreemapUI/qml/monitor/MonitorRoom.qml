@@ -282,6 +282,7 @@ Flickable {
             title: "Apps and processes"
             symbol: "app"
             figure: ""
+            detail: "Processor over the last two seconds, 100% being one core; memory with shared pages split between the programs that share them. Tessel can't tell on this desktop which apps have windows open or are in front."
             ProcessTable {
                 width: parent.width
                 height: fullHeight
