@@ -38,13 +38,19 @@ ProcessSampler::ProcessSampler(std::string procRoot)
 ProcessSampler::ProcessSampler(std::string procRoot, std::uint32_t uid, long ticksPerSecond)
     : procRoot_(std::move(procRoot)), uid_(uid), timebase_(ticksPerSecond) {}
 
-std::vector<ProcessRecord> ProcessSampler::allProcesses() const { return ProcessTable::walk(procRoot_, uid_, timebase_); }
+// Every file a sample needs; a process's cgroup only when it is first seen,
+// since a process never leaves its unit.
+WalkReads ProcessSampler::sampleReads() const {
+    return {.wantsCgroup = [this](std::int32_t pid, std::uint64_t startTicks) { return !owners_.contains({pid, startTicks}); }};
+}
+
+std::vector<ProcessRecord> ProcessSampler::allProcesses() const {
+    return ProcessTable::walk(procRoot_, uid_, timebase_, nullptr, sampleReads());
+}
 
 const ProcessSampler::Owner& ProcessSampler::owner(const ProcessRecord& process) {
     auto [at, added] = owners_.try_emplace({process.pid, process.startTicks});
-    if (added)
-        if (std::optional<std::string> cgroup = ProcessTable::file(procRoot_, process.pid, uid_, "cgroup"))
-            at->second.unit = AppLaunchUnits::fromCgroup(*cgroup);
+    if (added && process.cgroup) at->second.unit = AppLaunchUnits::fromCgroup(*process.cgroup);
     return at->second;
 }
 
@@ -60,7 +66,7 @@ void ProcessSampler::keepAsPrevious(double now) {
 }
 
 void ProcessSampler::baseline(double now) {
-    processes_ = ProcessTable::walk(procRoot_, uid_, timebase_, &sizes_, false);
+    processes_ = ProcessTable::walk(procRoot_, uid_, timebase_, &sizes_, {.memory = false, .program = false, .wantsCgroup = {}});
     families_.clear();
     keepAsPrevious(now);
     processes_.clear();
@@ -72,7 +78,7 @@ void ProcessSampler::reset() {
 }
 
 std::vector<ProcessUsage> ProcessSampler::sample(const std::vector<RunningApp>& apps, double now) {
-    processes_ = ProcessTable::walk(procRoot_, uid_, timebase_, &sizes_);
+    processes_ = ProcessTable::walk(procRoot_, uid_, timebase_, &sizes_, sampleReads());
     std::vector<const Owner*> owners;
     owners.reserve(processes_.size());
     for (const ProcessRecord& process : processes_) owners.push_back(&owner(process));

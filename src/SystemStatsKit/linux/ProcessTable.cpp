@@ -52,7 +52,7 @@ public:
         if (file < 0) return std::nullopt;
         struct stat info {};
         std::optional<std::string> text;
-        if (::fstat(file, &info) == 0 && S_ISREG(info.st_mode)) {
+        if (onProcfs_ || (::fstat(file, &info) == 0 && S_ISREG(info.st_mode))) {
             char block[4096];
             std::string bytes;
             for (;;) {
@@ -195,7 +195,7 @@ std::optional<std::uint64_t> pssOf(const ProcessFolder& folder) {
 } // namespace
 
 std::vector<ProcessRecord> walk(const std::string& procRoot, std::uint32_t uid, long ticksPerSecond, PssCache* cache,
-                                bool withMemory) {
+                                const WalkReads& reads) {
     std::vector<ProcessRecord> records;
     const std::uint64_t nanosecondsPerTick = ticksPerSecond > 0 ? 1'000'000'000ULL / static_cast<std::uint64_t>(ticksPerSecond) : 10'000'000ULL;
     std::unordered_map<std::int32_t, PssCache::Reading> kept;
@@ -207,7 +207,7 @@ std::vector<ProcessRecord> walk(const std::string& procRoot, std::uint32_t uid, 
         const std::optional<ProcessStat> stat = statText ? parseStat(*statText) : std::nullopt;
         if (!stat || stat->kernelThread) continue;
         std::optional<std::uint64_t> memory;
-        if (!withMemory) {
+        if (!reads.memory) {
             memory = 0;
         } else if (cache != nullptr) {
             auto then = cache->readings.find(pid);
@@ -234,10 +234,11 @@ std::vector<ProcessRecord> walk(const std::string& procRoot, std::uint32_t uid, 
         record.cpu = stat->cpuTicks * nanosecondsPerTick;
         record.memory = *memory;
         if (const std::optional<std::string> io = folder.read("io")) record.disk = parseIo(*io);
-        record.path = folder.link("exe");
+        if (reads.program) record.path = folder.link("exe");
+        if (reads.wantsCgroup && reads.wantsCgroup(pid, stat->startTicks)) record.cgroup = folder.read("cgroup");
         records.push_back(std::move(record));
     }
-    if (cache != nullptr && withMemory) cache->readings = std::move(kept);
+    if (cache != nullptr && reads.memory) cache->readings = std::move(kept);
     return records;
 }
 

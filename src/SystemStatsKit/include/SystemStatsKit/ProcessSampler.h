@@ -68,9 +68,13 @@ public:
 
     // A walk that reads every Pss anew.
     std::vector<ProcessRecord> allProcesses() const;
+    // The owner of a record of sample() or allProcesses(), which read its
+    // cgroup if no owner was known for it.
     const Owner& owner(const ProcessRecord& process);
 
 private:
+    WalkReads sampleReads() const;
+
     struct Earlier {
         std::uint64_t startTicks = 0;
         std::uint64_t cpu = 0;

@@ -16,6 +16,8 @@
 //     disk       read_bytes + write_bytes of io, what reached the disks; none
 //                where io can't be read
 //     path       the link exe, as bytes; empty where it can't be read
+//     cgroup     the file cgroup, only for the processes the walk is asked
+//                about (it does not change, so one reading serves)
 //
 // Pss is dear: the kernel walks the process's page tables to sum it, some
 // 90 µs for a small process and milliseconds for a compiler or a browser,
@@ -40,6 +42,7 @@
 // A process that ends in the middle of its walk is skipped the same way.
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -57,6 +60,17 @@ struct ProcessRecord {
     std::uint64_t cpu = 0;    // nanoseconds of processor time since it started
     std::uint64_t memory = 0; // bytes
     std::optional<std::uint64_t> disk;
+    std::optional<std::string> cgroup;
+};
+
+// What a walk reads of each process beyond stat and io, which it always reads.
+// A walk that is only the baseline of the rates needs neither memory nor
+// program; each file left out is a system call or two per process.
+struct WalkReads {
+    bool memory = true;  // Pss, through the cache where one is given
+    bool program = true; // the link exe
+    // Whether to read the cgroup file of the process with this pid and start.
+    std::function<bool(std::int32_t, std::uint64_t)> wantsCgroup;
 };
 
 // The fields of one /proc/PID/stat line that a record takes.
@@ -86,10 +100,9 @@ namespace ProcessTable {
 
 // Every process of `uid` under `procRoot`, in the order of the listing, with
 // clock ticks of `ticksPerSecond` (sysconf(_SC_CLK_TCK), 100 on Linux). With
-// no cache every Pss is read; `withMemory` false reads none (memory 0), for a
-// walk that is only the baseline of the rates.
+// no cache every Pss is read; with `reads.memory` false none is (memory 0).
 std::vector<ProcessRecord> walk(const std::string& procRoot, std::uint32_t uid, long ticksPerSecond, PssCache* cache = nullptr,
-                                bool withMemory = true);
+                                const WalkReads& reads = {});
 // The numbers that name processes in `procRoot`; none when it can't be listed.
 std::optional<std::vector<std::int32_t>> pids(const std::string& procRoot);
 // A file of /proc/PID (stat, comm, cgroup) under `procRoot` when the process is
