@@ -5,4 +5,4 @@ set -euo pipefail
 build=$1 stage=$2
 rm -rf "$stage"
 DESTDIR=$stage cmake --install "$build" --prefix /usr >/dev/null
-test -x "$stage/usr/bin/tessel" && test -x "$stage/usr/bin/tessel-app"
+test -x "$stage/usr/bin/tessel" && test -x "$stage/usr/bin/tessel-app" && test -x "$stage/usr/libexec/tessel/tessel-reader"

@@ -97,7 +97,11 @@ std::string ReaderHelper::programPath() {
         const ssize_t length = readlink("/proc/self/exe", self.data(), self.size());
         if (length <= 0) return std::string();
         self.resize(static_cast<std::size_t>(length));
-        return self.substr(0, self.rfind('/') + 1) + "tessel-reader";
+        const std::string folder = self.substr(0, self.rfind('/') + 1);
+        // Beside this program in a build; among the installed helpers otherwise.
+        for (std::string candidate : {folder + "tessel-reader", folder + TESSEL_HELPERS_FROM_BINDIR "/tessel-reader"})
+            if (access(candidate.c_str(), X_OK) == 0) return candidate;
+        return folder + "tessel-reader";
     }();
     return path;
 }

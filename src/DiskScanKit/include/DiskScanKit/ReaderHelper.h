@@ -39,7 +39,8 @@ public:
     };
 
     // A reader process, started from the program "tessel-reader" beside this
-    // process's own; none when it can't be found or started.
+    // process's own, or installed among Tessel's helpers (libexec/tessel);
+    // none when it can't be found or started.
     static std::unique_ptr<ReaderHelper> start();
     // Where the reader's program is looked for.
     static std::string programPath();
