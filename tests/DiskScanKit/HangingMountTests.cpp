@@ -102,6 +102,23 @@ TEST(HangingMountTop, TheFolderHoldingAMountThatHangsIsListedWithoutLookingAtIt)
     fuse.stop();
 }
 
+TEST(HangingMountTop, AFolderReachedThroughALinkIntoTheMountIsReadByTheReader) {
+    HangingFuse fuse(HangingFuse::Top::hangs);
+    if (!fuse.failure().empty()) GTEST_SKIP() << fuse.failure();
+    // By its text the root lies on the local disk; looking at it in this
+    // process would ask the share about its top folder, which never answers.
+    TempFolder elsewhere;
+    makeSymlink(fuse.holder(), elsewhere / "link");
+    const std::string root = elsewhere / "link/mnt";
+    ScanOptions options;
+    options.stallTimeout = 1;
+    const auto start = std::chrono::steady_clock::now();
+    const ScanResult result = DiskScanner::scan(root, options);
+    EXPECT_LT(since(start), 1 + 1.5);
+    EXPECT_EQ(result.stalledPaths, std::vector<std::string>{root});
+    fuse.stop();
+}
+
 TEST_F(HangingMount, DuplicateFinderGivesUpOnTheFileThatStopsAndFindsTheOthers) {
     const std::vector<std::string> paths{fuse / "files/a.bin", fuse / "files/stuck.bin", fuse / "files/b.bin"};
     const auto start = std::chrono::steady_clock::now();

@@ -4,9 +4,11 @@
 // See linux/HangingMounts.cpp.
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "Base/MountInfo.h"
 
@@ -26,9 +28,15 @@ void noteStalled(std::uint64_t device);
 // Whether any device has stalled in this process: a quick test before a
 // slower one, for code that runs once per folder.
 bool anyStalled();
-// The mount that holds `path`, judged by the path's text (no file system is
-// asked) in the mount table as it is now; none when it can't be read.
+// The mount that really holds `path`, in the mount table as it is now; none
+// when it can't be read. The path's links are followed one name at a time,
+// and a name is looked at only when the mount its text lies on cannot hang:
+// a link into a share that stopped answering is judged by its target's text,
+// never by asking the share.
 std::optional<MountEntry> holding(std::string_view path);
+// The same in `table`, with `hangs` telling which of its mounts may hang.
+std::optional<MountEntry> holding(const std::vector<MountEntry>& table, std::string_view path,
+                                  const std::function<bool(const MountEntry&)>& hangs);
 // The mount of `device`, for naming it; none when the table doesn't list it.
 std::optional<MountEntry> ofDevice(std::uint64_t device);
 
