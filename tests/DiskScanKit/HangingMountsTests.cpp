@@ -32,7 +32,7 @@ protected:
 
     std::string mountOf(const std::string& path) const {
         const std::optional<MountEntry> mount =
-            HangingMounts::holding(table, path, [](const MountEntry& entry) { return entry.fileSystem.starts_with("fuse."); });
+            HangingMounts::holdingIn(table, path, [](const MountEntry& entry) { return entry.fileSystem.starts_with("fuse."); });
         return mount ? mount->fileSystem : "none";
     }
 

@@ -113,11 +113,11 @@ std::optional<MountEntry> holding(std::string_view path) {
         readTable(state);
         table = state.table;
     }
-    return holding(table, path, [](const MountEntry& mount) { return mayHang(mount.fileSystem) || mayHang(mount.device); });
+    return holdingIn(table, path, [](const MountEntry& mount) { return mayHang(mount.fileSystem) || mayHang(mount.device); });
 }
 
-std::optional<MountEntry> holding(const std::vector<MountEntry>& table, std::string_view path,
-                                  const std::function<bool(const MountEntry&)>& hangs) {
+std::optional<MountEntry> holdingIn(const std::vector<MountEntry>& table, std::string_view path,
+                                    const std::function<bool(const MountEntry&)>& hangs) {
     // Linux gives up past 40 links in one lookup; so does this.
     constexpr int linkLimit = 40;
     std::string reached = "/"; // followed so far, with no link left in it

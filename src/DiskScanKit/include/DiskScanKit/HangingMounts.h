@@ -35,8 +35,8 @@ bool anyStalled();
 // never by asking the share.
 std::optional<MountEntry> holding(std::string_view path);
 // The same in `table`, with `hangs` telling which of its mounts may hang.
-std::optional<MountEntry> holding(const std::vector<MountEntry>& table, std::string_view path,
-                                  const std::function<bool(const MountEntry&)>& hangs);
+std::optional<MountEntry> holdingIn(const std::vector<MountEntry>& table, std::string_view path,
+                                    const std::function<bool(const MountEntry&)>& hangs);
 // The mount of `device`, for naming it; none when the table doesn't list it.
 std::optional<MountEntry> ofDevice(std::uint64_t device);
 
