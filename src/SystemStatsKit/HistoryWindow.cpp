@@ -45,11 +45,12 @@ HistorySample meanOf(std::deque<HistorySample>::const_iterator first, std::deque
 
 } // namespace
 
-std::vector<HistorySample> HistoryWindow::recent(std::size_t points, double now) const {
+std::vector<HistorySample> HistoryWindow::recent(std::size_t points, double now, std::optional<double> span) const {
     std::vector<HistorySample> folded;
     if (points == 0) return folded;
+    const double from = now - (span && *span < window_ ? *span : window_);
     auto first = samples_.begin();
-    while (first != samples_.end() && first->time < now - window_) ++first;
+    while (first != samples_.end() && first->time < from) ++first;
     auto last = first;
     while (last != samples_.end() && last->time <= now) ++last;
     const auto count = static_cast<std::size_t>(std::distance(first, last));

@@ -3,11 +3,13 @@
 #include "TrayIcon.h"
 
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QImage>
 #include <QMutex>
+#include <QQuickItem>
 #include <QQuickWindow>
 #include <QStringList>
 #include <QTimer>
@@ -184,6 +186,43 @@ void searchTheMap(TesselApp& app) {
     waitUntil([&] { return !map->isSearching(); }, 10000);
 }
 
+// A driven run's settings are new, so the disk card would have today alone to
+// draw. The pictures give it two weeks made up around today's figures, the
+// disk filling a little most days, with three days the app didn't run.
+void seedDiskDays(TesselApp& app) {
+    DiskUsageHistory* days = app.session().diskHistory();
+    waitUntil([&] { return !days->points().empty(); }, 5000);
+    if (days->points().empty()) return;
+    const DiskUsagePoint today = days->points().back();
+    const QDateTime now = QDateTime::currentDateTime();
+    for (int back = 14; back >= 1; --back) {
+        if (back >= 7 && back <= 9) continue;
+        VolumeCapacity volume;
+        volume.total = today.total;
+        volume.available = std::clamp<std::int64_t>(today.total - today.used + back * today.total / 300 - (back % 4) * today.total / 900,
+                                                    0, today.total);
+        days->record(now.addDays(-back), volume);
+    }
+}
+
+// The monitor room scrolled to show its disk card whole.
+void scrollToDiskCard(QQuickWindow* window) {
+    QObject* room = window->findChild<QObject*>("monitorRoom");
+    auto* card = window->findChild<QQuickItem*>("diskCard");
+    auto* content = room != nullptr ? room->property("contentItem").value<QQuickItem*>() : nullptr;
+    if (card == nullptr || content == nullptr) return;
+    room->setProperty("contentY", std::max(0.0, card->mapToItem(content, QPointF(0, 0)).y() - 24));
+    settle(150);
+}
+
+// The tray panel, shown in the look `style` and left open; null where the app made none.
+QQuickWindow* showPanel(TesselApp& app, const char* style) {
+    app.preferences().setPanelStyle(style);
+    QQuickWindow* panel = app.tray() != nullptr ? app.tray()->panel() : nullptr;
+    if (panel != nullptr) panel->show();
+    return panel;
+}
+
 void waitForRemoval(TesselApp& app) {
     settle(20);
     waitUntil([&] { return !app.session().removal()->isWorking(); }, 10000);
@@ -307,11 +346,15 @@ int selfTest(TesselApp& app) {
         settle(150);
         shown.gather(settings, "settings");
         settings->hide();
-        if (QQuickWindow* panel = app.tray() != nullptr ? app.tray()->panel() : nullptr) {
-            panel->show();
+        if (QQuickWindow* panel = showPanel(app, "cards")) {
             settle(150);
-            shown.gather(panel, "tray panel");
+            shown.gather(panel, "tray panel, cards");
+            // The other look, as the setting switches it.
+            showPanel(app, "dashboard");
+            settle(150);
+            shown.gather(panel, "tray panel, dashboard");
             panel->hide();
+            app.preferences().setPanelStyle("cards");
         } else {
             std::fprintf(stderr, "tessel-app: the tray panel could not be made\n");
             return 1;
@@ -363,7 +406,15 @@ int screenshots(TesselApp& app, const QString& folder, bool inFixture) {
     app.guide().finish();
     QQuickWindow* window = app.window();
     int saved = 0;
-    if (inFixture) compareWithAWeekBefore(app);
+    if (inFixture) {
+        compareWithAWeekBefore(app);
+        // The disk card as a new user sees it on the first day, then with the days seeded.
+        app.shell().setRoom("monitor");
+        settle(400);
+        scrollToDiskCard(window);
+        saved += save(window, QStringLiteral("%1/monitor-first-day.png").arg(folder)) ? 1 : 0;
+        seedDiskDays(app);
+    }
     for (const char* theme : {"light", "dark"}) {
         app.theme().setChoice(theme);
         settle(250);
@@ -447,8 +498,10 @@ int screenshots(TesselApp& app, const QString& folder, bool inFixture) {
                 continue;
             }
             saved += save(window, QStringLiteral("%1/%2-%3.png").arg(folder, room, theme)) ? 1 : 0;
-            // The monitor's lower cards: the battery, the sensors and where the processes go.
+            // The disk card with the days seeded, then the lower cards: the battery, the sensors and where the processes go.
             if (QObject* monitor = room == "monitor" ? window->findChild<QObject*>("monitorRoom") : nullptr) {
+                scrollToDiskCard(window);
+                saved += save(window, QStringLiteral("%1/monitor-disk-%2.png").arg(folder, theme)) ? 1 : 0;
                 monitor->setProperty("contentY", std::max(0.0, monitor->property("contentHeight").toDouble() -
                                                                    monitor->property("height").toDouble()));
                 settle(150);
@@ -527,13 +580,15 @@ int screenshots(TesselApp& app, const QString& folder, bool inFixture) {
             saved += save(settings, QStringLiteral("%1/settings-%2.png").arg(folder, theme)) ? 1 : 0;
             settings->hide();
         }
-        if (QQuickWindow* panel = app.tray() != nullptr ? app.tray()->panel() : nullptr) {
-            panel->show();
+        for (const char* style : {"cards", "dashboard"}) {
+            QQuickWindow* panel = showPanel(app, style);
+            if (panel == nullptr) break;
             // Every reading, the rates from their second sample.
             settle(2500);
-            saved += save(panel, QStringLiteral("%1/tray-panel-%2.png").arg(folder, theme)) ? 1 : 0;
+            saved += save(panel, QStringLiteral("%1/tray-panel-%2-%3.png").arg(folder, style, theme)) ? 1 : 0;
             panel->hide();
         }
+        app.preferences().setPanelStyle("cards");
     }
     std::printf("tessel-app: saved %d screenshots in %s\n", saved, qPrintable(folder));
     return firstProblem().isEmpty() ? 0 : 1;

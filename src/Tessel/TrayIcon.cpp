@@ -48,7 +48,7 @@ QIcon iconWith(const QString& figure) {
 
 TrayIcon::TrayIcon(TesselApp& app, QObject* parent)
     : QObject(parent), app_(app), readings_(MenuBarReadings::Readers::system(), MonitorClock::system()),
-      freeSpace_([] { return VolumeSampler("/").sample(); }), model_(&readings_, &freeSpace_),
+      freeSpace_([] { return VolumeSampler("/").sample(); }), model_(&readings_, &freeSpace_, app.session().systemHistory()),
       menu_(std::make_unique<QMenu>()) {
     app_.preferences().setTrayAvailable(QSystemTrayIcon::isSystemTrayAvailable());
     icon_.setIcon(iconWith({}));
@@ -73,7 +73,7 @@ void TrayIcon::follow() {
     PreferencesModel& preferences = app_.preferences();
     const bool shown = preferences.trayAvailable() && preferences.menuBarExtra();
     model_.choose({shown, preferences.menuBarFreeSpace(), preferences.menuBarCpu(), preferences.menuBarMemory(),
-                   preferences.menuBarNetwork(), preferences.menuBarBattery()});
+                   preferences.menuBarNetwork(), preferences.menuBarBattery(), preferences.panelStyle() == "dashboard"});
     icon_.setVisible(shown);
     // With the icon in the tray, closing the window leaves the app there; without it, closing quits.
     QGuiApplication::setQuitOnLastWindowClosed(!shown);

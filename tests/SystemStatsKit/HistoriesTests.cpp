@@ -47,6 +47,10 @@ TEST(HistoryWindow, KeepsOneHourAndFoldsIntoMeans) {
     ASSERT_EQ(points.size(), 300u);
     EXPECT_EQ(points.back().time, 4000);
     for (const HistorySample& point : points) EXPECT_NEAR(point.cpuUser, 0.5, 0.1) << "a mean of alternating 1 and 0";
+    const std::vector<HistorySample> lastMinutes = window.recent(60, 4000, 600);
+    ASSERT_EQ(lastMinutes.size(), 60u) << "the last ten minutes in means of ten seconds";
+    EXPECT_NEAR(lastMinutes.front().time, 3400, 10) << "nothing from before the span";
+    EXPECT_EQ(window.recent(300, 4000, 7200).size(), 300u) << "a span beyond the hour is the hour";
 }
 
 TEST(HistoryWindow, FewerSamplesThanPointsComeOutAsTheyAre) {

@@ -87,8 +87,8 @@ AppSession::AppSession(Dependencies dependencies, QObject* parent)
       permissions_(this), largeFiles_(tree_, {&removal_, dependencies_.desktop}, dependencies_.settings, this),
       search_(tree_, {&removal_, dependencies_.desktop}, dependencies_.settings, this),
       systemHistory_(SystemHistory::Readers::system(dependencies_.systemRoots), dependencies_.monitorClock),
-      monitor_({&systemHistory_, dependencies_.systemRoots, "/", dependencies_.monitorClock}, this),
-      diskHistory_(dependencies_.settings, this) {
+      diskHistory_(dependencies_.settings, this),
+      monitor_({&systemHistory_, dependencies_.systemRoots, "/", dependencies_.monitorClock, &diskHistory_}, this) {
     if (qGuiApp != nullptr)
         connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
             if (state == Qt::ApplicationActive) removal_.applicationActivated();

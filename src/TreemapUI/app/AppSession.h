@@ -150,8 +150,8 @@ private:
     LargeFilesModel largeFiles_;
     SearchModel search_;
     SystemHistory systemHistory_;
-    MonitorModel monitor_;
     DiskUsageHistory diskHistory_;
+    MonitorModel monitor_;
     bool watchingHistory_ = false;
     // A new scan whose summary is kept once the overview has its figures.
     bool summaryPending_ = false;

@@ -32,7 +32,7 @@ QString PreferencesModel::panelStyle() const {
 }
 
 void PreferencesModel::setPanelStyle(const QString& style) {
-    if (settings_ == nullptr || style == panelStyle()) return;
+    if (settings_ == nullptr || (style != "cards" && style != "dashboard") || style == panelStyle()) return;
     settings_->setValue(SettingsKey::panelStyle, style);
     emit changed();
 }

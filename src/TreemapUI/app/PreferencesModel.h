@@ -47,6 +47,7 @@ public:
     void setMenuBarNetwork(bool on) { setFlag(SettingsKey::menuBarNetwork, on); }
     bool menuBarBattery() const { return flag(SettingsKey::menuBarBattery, false); }
     void setMenuBarBattery(bool on) { setFlag(SettingsKey::menuBarBattery, on); }
+    // The tray panel's look: "cards" (also for a missing or unknown value) or "dashboard".
     QString panelStyle() const;
     void setPanelStyle(const QString& style);
     bool lowDiskAlerts() const { return flag(SettingsKey::alertsLowDisk, true); }

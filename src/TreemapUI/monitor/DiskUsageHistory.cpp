@@ -28,7 +28,13 @@ void DiskUsageHistory::load() {
 bool DiskUsageHistory::record(const QDateTime& now, const VolumeCapacity& volume) {
     if (!DiskUsagePoints::record(points_, {startOfDay(now), volume.total - volume.available, volume.total}))
         return false;
-    if (settings_ == nullptr) return true;
+    save(now);
+    emit changed();
+    return true;
+}
+
+void DiskUsageHistory::save(const QDateTime& now) {
+    if (settings_ == nullptr) return;
     QJsonArray array;
     for (const DiskUsagePoint& point : points_)
         array.append(QJsonObject{
@@ -36,11 +42,14 @@ bool DiskUsageHistory::record(const QDateTime& now, const VolumeCapacity& volume
             {"used", static_cast<qint64>(point.used)},
             {"total", static_cast<qint64>(point.total)}});
     settings_->setValue(key, QString::fromUtf8(QJsonDocument(array).toJson(QJsonDocument::Compact)));
-    return true;
 }
 
 std::optional<DiskUsagePoint> DiskUsageHistory::last(const QDateTime& now) const {
     return DiskUsagePoints::before(points_, startOfDay(now));
+}
+
+DiskDaysChart DiskUsageHistory::chart(const QDateTime& now) const {
+    return DiskDaysChart::of(points_, startOfDay(now.addDays(-(DiskDaysChart::shownDays - 1))));
 }
 
 } // namespace tessel

@@ -13,6 +13,7 @@
 
 #include "SystemStatsKit/DiskUsagePoints.h"
 #include "SystemStatsKit/VolumeCapacity.h"
+#include "monitor/DiskDaysChart.h"
 
 namespace tessel {
 
@@ -29,11 +30,19 @@ public:
     // The latest point from before the local day of `now`.
     std::optional<DiskUsagePoint> last(const QDateTime& now) const;
     const std::vector<DiskUsagePoint>& points() const { return points_; }
+    // The last `DiskDaysChart::shownDays` local days up to that of `now`, as the disk card draws them.
+    DiskDaysChart chart(const QDateTime& now) const;
 
     static std::int64_t startOfDay(const QDateTime& now);
 
+signals:
+    // A point was recorded or changed.
+    void changed();
+
 private:
     void load();
+    // The points as JSON under `key`, each day with the offset from UTC that `now` has.
+    void save(const QDateTime& now);
 
     QSettings* settings_;
     std::vector<DiskUsagePoint> points_;

@@ -25,8 +25,8 @@ void FreeSpaceBadge::stop() { timer_.stop(); }
 void FreeSpaceBadge::refresh() {
     std::optional<VolumeCapacity> volume = reader_();
     // A failed read leaves the last figure standing.
-    if (!volume || volume->available == available_) return;
-    available_ = volume->available;
+    if (!volume || (volume_ && volume->available == volume_->available && volume->total == volume_->total)) return;
+    volume_ = volume;
     emit availableChanged();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
-// One number for the tray: the space free on a volume, read once a minute.
+// One number for the tray: the space free on a volume, read once a minute,
+// with the volume's size beside it.
 // statvfs answers at once on Linux, so there is no slow question to wait for.
 
 #include <QObject>
@@ -26,7 +27,8 @@ public:
     void start();
     void stop();
     void refresh();
-    std::optional<std::int64_t> available() const { return available_; }
+    std::optional<std::int64_t> available() const { return volume_ ? std::optional(volume_->available) : std::nullopt; }
+    std::optional<std::int64_t> total() const { return volume_ ? std::optional(volume_->total) : std::nullopt; }
     const QTimer& timer() const { return timer_; }
 
 signals:
@@ -35,7 +37,7 @@ signals:
 private:
     Reader reader_;
     QTimer timer_;
-    std::optional<std::int64_t> available_;
+    std::optional<VolumeCapacity> volume_;
 };
 
 } // namespace tessel

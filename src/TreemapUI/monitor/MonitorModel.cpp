@@ -1,5 +1,6 @@
 #include "monitor/MonitorModel.h"
 
+#include <QLocale>
 #include <QVariantList>
 
 #include <algorithm>
@@ -8,6 +9,7 @@
 
 #include "DiskScanKit/ByteFormat.h"
 #include "SystemStatsKit/VolumeSampler.h"
+#include "monitor/ChartLines.h"
 #include "monitor/MonitorWords.h"
 #include "support/QtText.h"
 
@@ -49,6 +51,8 @@ MonitorModel::MonitorModel(Dependencies dependencies, QObject* parent)
         connect(dependencies_.history, &SystemHistory::sampled, this, [this] {
             if (visible_) drawCharts();
         });
+    if (dependencies_.diskHistory != nullptr)
+        connect(dependencies_.diskHistory, &DiskUsageHistory::changed, this, &MonitorModel::diskDaysChanged);
     publish();
 }
 
@@ -66,6 +70,8 @@ void MonitorModel::appear() {
     seedFromHistory();
     timer_.start();
     emit runningChanged();
+    // A room opened on a new day draws up to that day.
+    emit diskDaysChanged();
     tick();
 }
 
@@ -205,50 +211,33 @@ void MonitorModel::publish() {
     drawCharts();
 }
 
+QVariantMap MonitorModel::diskDays() const {
+    const DiskDaysChart chart = dependencies_.diskHistory != nullptr
+                                    ? dependencies_.diskHistory->chart(dependencies_.today())
+                                    : DiskDaysChart{};
+    const QDate today = dependencies_.today().date();
+    auto dayLabel = [&](std::int64_t day) {
+        const QDate date = QDateTime::fromSecsSinceEpoch(day).date();
+        return date == today ? QStringLiteral("Today") : QLocale().toString(date, QStringLiteral("MMM d"));
+    };
+    return {{"count", static_cast<int>(chart.xs.size())},
+            {"xs", ChartLines::list(chart.xs)},
+            {"used", ChartLines::list(chart.used)},
+            {"topText", chart.top > 0 ? text(ByteFormat::string(chart.top)) : QString()},
+            {"firstLabel", chart.xs.empty() ? QString() : dayLabel(chart.firstDay)},
+            {"lastLabel", chart.xs.empty() ? QString() : dayLabel(chart.lastDay)},
+            {"note", text(MonitorWords::diskDaysNote(chart.xs.size()))}};
+}
+
 void MonitorModel::drawCharts() {
-    QVariantMap c;
-    QVariantList xs, busy, system, memory, received, sent, read, write, chip, charge;
-    auto orGap = [](const std::optional<double>& value) { return value ? *value : std::nan(""); };
-    double chipPeak = 0;
-    double networkPeak = 0, diskPeak = 0;
     if (dependencies_.history != nullptr) {
         const double now = dependencies_.clock.now();
-        const double window = dependencies_.history->window().window();
-        for (const HistorySample& sample : dependencies_.history->recent(chartPoints, now)) {
-            xs.append(std::clamp(1 - (now - sample.time) / window, 0.0, 1.0));
-            busy.append(std::clamp(sample.cpuUser + sample.cpuSystem, 0.0, 1.0));
-            system.append(std::clamp(sample.cpuSystem, 0.0, 1.0));
-            const double used = static_cast<double>(sample.memoryApp + sample.memoryWired + sample.memoryCompressed);
-            memory.append(sample.memoryTotal > 0 ? std::clamp(used / static_cast<double>(sample.memoryTotal), 0.0, 1.0) : 0.0);
-            received.append(sample.download);
-            sent.append(sample.upload);
-            read.append(sample.diskRead);
-            write.append(sample.diskWrite);
-            networkPeak = std::max({networkPeak, sample.download, sample.upload});
-            diskPeak = std::max({diskPeak, sample.diskRead, sample.diskWrite});
-            chip.append(orGap(sample.chipCelsius));
-            charge.append(orGap(sample.batteryCharge));
-            chipPeak = std::max(chipPeak, sample.chipCelsius.value_or(0));
-        }
+        charts_ = ChartLines::of(dependencies_.history->recent(chartPoints, now), now,
+                                 dependencies_.history->window().window())
+                      .toMap();
+    } else {
+        charts_ = ChartLines{}.toMap();
     }
-    c["xs"] = xs;
-    c["cpuBusy"] = busy;
-    c["cpuSystem"] = system;
-    c["memory"] = memory;
-    c["received"] = received;
-    c["sent"] = sent;
-    c["read"] = read;
-    c["write"] = write;
-    c["chip"] = chip;
-    c["hasChip"] = chipPeak > 0;
-    c["battery"] = charge;
-    // Degrees over a scale that starts at 100, so that an idle chip sits low and a hot one high.
-    c["chipTop"] = std::max(100.0, chipPeak);
-    c["networkPeak"] = networkPeak;
-    c["diskPeak"] = diskPeak;
-    c["networkPeakText"] = text(MonitorWords::rate(networkPeak));
-    c["diskPeakText"] = text(MonitorWords::rate(diskPeak));
-    charts_ = c;
     emit changed();
 }
 

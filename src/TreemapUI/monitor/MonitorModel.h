@@ -9,6 +9,7 @@
 // every tenth. The charts are drawn from the shared history, so a room
 // opened a minute after launch shows a minute at once.
 
+#include <QDateTime>
 #include <QObject>
 #include <QTimer>
 #include <QVariantList>
@@ -16,6 +17,7 @@
 #include <QtQml/qqmlregistration.h>
 
 #include <array>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,6 +32,7 @@
 #include "SystemStatsKit/SystemFacts.h"
 #include "SystemStatsKit/TemperatureSampler.h"
 #include "SystemStatsKit/VolumeCapacity.h"
+#include "monitor/DiskUsageHistory.h"
 #include "monitor/SleepWatch.h"
 #include "monitor/SystemHistory.h"
 
@@ -44,6 +47,9 @@ class MonitorModel : public QObject {
     // {xs: [0..1 across the hour], cpuBusy, cpuSystem, memory, received, sent, read, write,
     //  networkPeak, diskPeak, networkPeakText, diskPeakText}
     Q_PROPERTY(QVariantMap charts READ charts NOTIFY changed)
+    // The startup disk's used space over the last days: {count, xs, used (shares of the disk's
+    // size), topText, firstLabel, lastLabel, note (instead of a chart of fewer than two days)}.
+    Q_PROPERTY(QVariantMap diskDays READ diskDays NOTIFY diskDaysChanged)
     Q_PROPERTY(bool running READ running NOTIFY runningChanged)
 
 public:
@@ -52,6 +58,9 @@ public:
         SystemRoots roots;
         std::string volumePath = "/";
         MonitorClock clock = MonitorClock::system();
+        DiskUsageHistory* diskHistory = nullptr;
+        // The calendar's now, which names the days; the monotonic clock above can't.
+        std::function<QDateTime()> today = [] { return QDateTime::currentDateTime(); };
     };
     static constexpr int chartPoints = 240;
 
@@ -64,6 +73,7 @@ public:
 
     QVariantMap figures() const { return figures_; }
     QVariantMap charts() const { return charts_; }
+    QVariantMap diskDays() const;
     bool running() const { return timer_.isActive(); }
     const QTimer& timer() const { return timer_; }
     int ticks() const { return ticks_; }
@@ -71,6 +81,7 @@ public:
 signals:
     void changed();
     void runningChanged();
+    void diskDaysChanged();
 
 private:
     void readEveryBeat();

@@ -47,4 +47,10 @@ std::string pressure(std::optional<MemoryPressure> pressure) {
 
 std::string celsius(double value) { return std::to_string(static_cast<int>(std::lround(value))) + "\u00B0C"; }
 
+std::string diskDaysNote(std::size_t days) {
+    if (days == 0) return "Tessel keeps a point a day of how full this disk is, and has none yet.";
+    if (days == 1) return "Tessel has kept one day of this disk so far. The chart grows by a point a day.";
+    return {};
+}
+
 } // namespace tessel::MonitorWords

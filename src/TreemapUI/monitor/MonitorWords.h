@@ -3,6 +3,7 @@
 // figure the machine does not give reads as a dash, never as a zero, and the
 // card says in a sentence what is missing.
 
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -32,5 +33,8 @@ std::string batteryWear(const std::optional<BatteryHealth>& health);
 std::string pressure(std::optional<MemoryPressure> pressure);
 // "52°C".
 std::string celsius(double value);
+// What the disk card says in place of its chart of used space while fewer
+// than two days are kept; empty from the second day on.
+std::string diskDaysNote(std::size_t days);
 
 } // namespace tessel::MonitorWords

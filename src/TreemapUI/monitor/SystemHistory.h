@@ -39,8 +39,10 @@ public:
     void watch();
     void unwatch();
     void tick();
-    // At most `points` means of the hour that ends at `now`, oldest first.
-    std::vector<HistorySample> recent(std::size_t points, double now) const { return window_.recent(points, now); }
+    // At most `points` means of the hour that ends at `now`, or of its last `span` seconds, oldest first.
+    std::vector<HistorySample> recent(std::size_t points, double now, std::optional<double> span = {}) const {
+        return window_.recent(points, now, span);
+    }
     const HistoryWindow& window() const { return window_; }
     bool isRunning() const { return timer_.isActive(); }
     int watchers() const { return watchers_; }

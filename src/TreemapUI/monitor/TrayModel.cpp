@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "DiskScanKit/ByteFormat.h"
+#include "monitor/ChartLines.h"
 #include "monitor/MonitorWords.h"
 #include "support/QtText.h"
 
@@ -13,20 +14,43 @@ namespace tessel {
 
 namespace TrayWords {
 
-std::vector<std::pair<std::string, std::string>> lines(const TrayChoice& choice, const TrayFigures& figures) {
-    std::vector<std::pair<std::string, std::string>> shown;
-    if (choice.freeSpace)
-        shown.emplace_back("Free space", figures.free ? ByteFormat::string(*figures.free) : MonitorWords::dash);
-    if (choice.cpu) shown.emplace_back("CPU", MonitorWords::percent(figures.cpu));
-    if (choice.memory) shown.emplace_back("Memory", MonitorWords::percent(figures.memory));
-    if (choice.network)
-        shown.emplace_back("Network", figures.network ? "\u2193 " + MonitorWords::rate(figures.network->received) +
-                                                            "  \u2191 " + MonitorWords::rate(figures.network->sent)
-                                                      : MonitorWords::dash);
-    if (choice.battery)
-        shown.emplace_back("Battery", figures.battery ? std::to_string(figures.battery->percentage()) + "%, " +
-                                                            MonitorWords::batteryState(*figures.battery)
-                                                      : MonitorWords::dash);
+std::vector<TrayReading> readings(const TrayChoice& choice, const TrayFigures& figures) {
+    using MonitorWords::dash;
+    std::vector<TrayReading> shown;
+    auto whole = [](std::string key, std::string title, std::string figure) {
+        return TrayReading{std::move(key), std::move(title), figure, figure, {}, {}};
+    };
+    if (choice.freeSpace) {
+        TrayReading free = whole("freeSpace", "Free space", figures.free ? ByteFormat::string(*figures.free) : dash);
+        if (figures.free && figures.total && *figures.total > 0) {
+            free.detail = "of " + ByteFormat::string(*figures.total);
+            free.share = std::clamp(static_cast<double>(*figures.total - *figures.free) / static_cast<double>(*figures.total),
+                                    0.0, 1.0);
+        }
+        shown.push_back(std::move(free));
+    }
+    if (choice.cpu) shown.push_back(whole("cpu", "CPU", MonitorWords::percent(figures.cpu)));
+    if (choice.memory) shown.push_back(whole("memory", "Memory", MonitorWords::percent(figures.memory)));
+    if (choice.network) {
+        TrayReading network = whole("network", "Network", dash);
+        if (figures.network) {
+            network.figure = "\u2193 " + MonitorWords::rate(figures.network->received);
+            network.detail = "\u2191 " + MonitorWords::rate(figures.network->sent);
+            network.text = network.figure + "  " + network.detail;
+        }
+        shown.push_back(std::move(network));
+    }
+    if (choice.battery) {
+        TrayReading battery = whole("battery", "Battery", dash);
+        // The panel reads the battery as it opens, so none by then is none at all.
+        battery.detail = MonitorWords::noBattery;
+        if (figures.battery) {
+            battery.figure = std::to_string(figures.battery->percentage()) + "%";
+            battery.detail = MonitorWords::batteryState(*figures.battery);
+            battery.text = battery.figure + ", " + battery.detail;
+        }
+        shown.push_back(std::move(battery));
+    }
     return shown;
 }
 
@@ -47,11 +71,19 @@ MenuBarWants wants(const TrayChoice& choice) {
 
 } // namespace TrayWords
 
-TrayModel::TrayModel(MenuBarReadings* readings, FreeSpaceBadge* freeSpace, QObject* parent)
-    : QObject(parent), readings_(readings), freeSpace_(freeSpace) {
+TrayModel::TrayModel(MenuBarReadings* readings, FreeSpaceBadge* freeSpace, SystemHistory* history, QObject* parent)
+    : QObject(parent), readings_(readings), freeSpace_(freeSpace), history_(history) {
     connect(readings_, &MenuBarReadings::readingsChanged, this, &TrayModel::changed);
     connect(freeSpace_, &FreeSpaceBadge::availableChanged, this, &TrayModel::changed);
+    if (history_ != nullptr)
+        connect(history_, &SystemHistory::sampled, this, [this] {
+            if (watching_) drawCharts();
+        });
     apply();
+}
+
+TrayModel::~TrayModel() {
+    if (watching_) history_->unwatch();
 }
 
 void TrayModel::choose(const TrayChoice& choice) {
@@ -66,7 +98,7 @@ void TrayModel::setPanelOpen(bool open) {
 }
 
 TrayChoice TrayModel::reading() const {
-    if (panelOpen_) return {true, true, true, true, true, true};
+    if (panelOpen_) return {true, true, true, true, true, true, choice_.dashboard};
     return choice_;
 }
 
@@ -75,24 +107,51 @@ void TrayModel::apply() {
     readings_->update(TrayWords::wants(now));
     if (now.shown && now.freeSpace) freeSpace_->start();
     else freeSpace_->stop();
+    followHistory();
     emit changed();
 }
 
+void TrayModel::followHistory() {
+    const bool wanted = history_ != nullptr && panelOpen_ && choice_.dashboard;
+    if (wanted == watching_) return;
+    watching_ = wanted;
+    if (watching_) {
+        history_->watch();
+        drawCharts();
+    } else {
+        history_->unwatch();
+        charts_.clear();
+        emit chartsChanged();
+    }
+}
+
+void TrayModel::drawCharts() {
+    const double now = history_->clock().now();
+    charts_ = ChartLines::of(history_->recent(chartPoints, now, chartSpan), now, chartSpan).toMap();
+    emit chartsChanged();
+}
+
 TrayFigures TrayModel::figures() const {
-    return {freeSpace_->available(), readings_->cpu(), readings_->memory(), readings_->network(), readings_->battery()};
+    return {freeSpace_->available(), freeSpace_->total(), readings_->cpu(), readings_->memory(), readings_->network(),
+            readings_->battery()};
 }
 
 QVariantList TrayModel::readings() const {
     QVariantList rows;
-    for (const auto& [title, value] : TrayWords::lines(reading(), figures()))
-        rows.append(QVariantMap{{"title", toQString(title)}, {"text", toQString(value)}});
+    for (const TrayReading& shown : TrayWords::readings(reading(), figures()))
+        rows.append(QVariantMap{{"key", toQString(shown.key)},
+                                {"title", toQString(shown.title)},
+                                {"text", toQString(shown.text)},
+                                {"figure", toQString(shown.figure)},
+                                {"detail", toQString(shown.detail)},
+                                {"share", shown.share ? QVariant(*shown.share) : QVariant()}});
     return rows;
 }
 
 QString TrayModel::tooltip() const {
     QStringList shown{QStringLiteral("Tessel")};
-    for (const auto& [title, value] : TrayWords::lines(choice_, figures()))
-        shown.append(toQString(title) + ": " + toQString(value));
+    for (const TrayReading& line : TrayWords::readings(choice_, figures()))
+        shown.append(toQString(line.title) + ": " + toQString(line.text));
     return shown.join('\n');
 }
 

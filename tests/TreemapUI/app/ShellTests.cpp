@@ -155,6 +155,19 @@ TEST_F(Settings, PreferencesReadDefaultsClampAndWrite) {
     EXPECT_TRUE(settings.value(SettingsKey::translucent).toBool());
 }
 
+TEST_F(Settings, PanelLookIsCardsUnlessDashboardIsChosen) {
+    PreferencesModel preferences(&settings);
+    EXPECT_EQ(preferences.panelStyle(), "cards");
+    preferences.setPanelStyle("dashboard");
+    EXPECT_EQ(PreferencesModel(&settings).panelStyle(), "dashboard") << "kept for the next launch";
+    QSignalSpy changed(&preferences, &PreferencesModel::changed);
+    preferences.setPanelStyle("tiles");
+    EXPECT_EQ(changed.count(), 0) << "an unknown look is refused";
+    EXPECT_EQ(settings.value(SettingsKey::panelStyle).toString(), "dashboard");
+    settings.setValue(SettingsKey::panelStyle, "purple");
+    EXPECT_EQ(preferences.panelStyle(), "cards");
+}
+
 TEST_F(Settings, ThemeFollowsTheDesktopUnlessChosen) {
     ThemeModel theme(&settings, true);
     EXPECT_EQ(theme.choice(), "system");

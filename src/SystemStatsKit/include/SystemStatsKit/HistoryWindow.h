@@ -43,9 +43,10 @@ public:
     void append(const HistorySample& sample);
     const std::deque<HistorySample>& samples() const { return samples_; }
     double window() const { return window_; }
-    // The samples of the window that ends at `now`, folded into at most
-    // `points` means, oldest first; each mean's time is its last sample's.
-    std::vector<HistorySample> recent(std::size_t points, double now) const;
+    // The samples of the window that ends at `now`, or of its last `span`
+    // seconds, folded into at most `points` means, oldest first; each mean's
+    // time is its last sample's.
+    std::vector<HistorySample> recent(std::size_t points, double now, std::optional<double> span = {}) const;
 
 private:
     double window_;

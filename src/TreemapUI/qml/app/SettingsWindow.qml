@@ -180,9 +180,10 @@ Window {
                     label: "Panel look"
                     last: true
                     Segmented {
-                        enabled: false
+                        enabled: window.trayShown
                         options: [["cards", "Cards"], ["dashboard", "Dashboard"]]
                         value: window.preferences.panelStyle
+                        onPicked: function(value) { window.preferences.panelStyle = value }
                     }
                 }
             }

@@ -2,14 +2,15 @@ import QtQuick
 import QtQuick.Window
 import Tessel.UI
 
-// The panel the tray icon opens: every reading as it is now, and the ways
-// into the app. It reads everything only while it is open.
+// The panel the tray icon opens: every reading as it is now, as cards or as a
+// dashboard with the last minutes charted, and the ways into the app. It
+// reads everything only while it is open.
 Window {
     id: panel
     required property TrayModel tray
 
     title: "Tessel"
-    width: 300
+    width: 340
     height: content.implicitHeight + 32
     flags: Qt.Tool | Qt.FramelessWindowHint | Qt.WindowStaysOnTopHint
     color: Style.theme.background
@@ -50,38 +51,18 @@ Window {
             }
         }
 
-        Card {
+        // The look the settings choose, swapped at once when the setting changes.
+        Loader {
             width: parent.width
-            padding: 14
-            Column {
-                width: parent.width
-                spacing: 8
-                Repeater {
-                    model: panel.tray.readings
-                    delegate: Item {
-                        required property var modelData
-                        width: parent.width
-                        height: Math.max(title.implicitHeight, value.implicitHeight)
-                        Text {
-                            id: title
-                            text: modelData.title
-                            color: Style.theme.secondaryText
-                            font.pixelSize: Style.bodySize
-                        }
-                        Text {
-                            id: value
-                            anchors.right: parent.right
-                            anchors.left: title.right
-                            anchors.leftMargin: 12
-                            horizontalAlignment: Text.AlignRight
-                            elide: Text.ElideLeft
-                            text: modelData.text
-                            color: Style.theme.text
-                            font.pixelSize: Style.bodySize
-                        }
-                    }
-                }
-            }
+            sourceComponent: panel.tray.dashboard ? dashboard : cards
+        }
+        Component {
+            id: cards
+            PanelCards { tray: panel.tray }
+        }
+        Component {
+            id: dashboard
+            PanelDashboard { tray: panel.tray }
         }
 
         Column {

@@ -13,6 +13,7 @@ Flickable {
     readonly property MonitorModel monitor: session.monitor
     readonly property var f: monitor.figures
     readonly property var c: monitor.charts
+    readonly property var d: monitor.diskDays
     readonly property real cardWidth: (page.width - 20) / 2
     readonly property color firstLine: Style.theme.accent
     readonly property color secondLine: Style.theme.warning
@@ -141,18 +142,12 @@ Flickable {
                         maximum: 1
                         topLabel: "100%"
                     }
-                    Rectangle {
+                    ShareBar {
                         width: parent.width
                         height: 8
-                        radius: 4
-                        color: Style.theme.outline
                         visible: room.f.hasBattery
-                        Rectangle {
-                            width: parent.width * (room.f.batteryShare === undefined ? 0 : room.f.batteryShare)
-                            height: parent.height
-                            radius: 4
-                            color: room.f.batteryShare !== undefined && room.f.batteryShare < 0.2 ? Style.theme.warning : Style.theme.success
-                        }
+                        share: room.f.batteryShare === undefined ? 0 : room.f.batteryShare
+                        fill: room.f.batteryShare !== undefined && room.f.batteryShare < 0.2 ? Style.theme.warning : Style.theme.success
                     }
                     Text {
                         width: parent.width
@@ -202,6 +197,7 @@ Flickable {
                 }
 
                 MonitorCard {
+                    objectName: "diskCard"
                     width: parent.width
                     title: "Disk"
                     symbol: "internaldrive"
@@ -218,18 +214,40 @@ Flickable {
                     FigureRow { label: "Reading"; value: room.f.readText; swatch: room.firstLine }
                     FigureRow { label: "Writing"; value: room.f.writeText; swatch: room.secondLine }
                     FigureRow { label: room.f.volumeName.length > 0 ? room.f.volumeName : "Startup disk"; value: room.f.volumeText }
-                    Rectangle {
+                    ShareBar {
                         width: parent.width
                         height: 8
-                        radius: 4
-                        color: Style.theme.outline
                         visible: room.f.volumeUsedShare !== undefined
-                        Rectangle {
-                            width: parent.width * (room.f.volumeUsedShare === undefined ? 0 : room.f.volumeUsedShare)
-                            height: parent.height
-                            radius: 4
-                            color: room.firstLine
-                        }
+                        share: room.f.volumeUsedShare === undefined ? 0 : room.f.volumeUsedShare
+                        fill: room.firstLine
+                    }
+                    // The used space a day at a time, against the disk's size.
+                    Text {
+                        text: "Used space, day by day"
+                        color: Style.theme.secondaryText
+                        font.pixelSize: Style.captionSize
+                        font.weight: Font.DemiBold
+                    }
+                    HistoryChart {
+                        width: parent.width
+                        implicitHeight: 80
+                        visible: room.d.count >= 2
+                        xs: room.d.xs
+                        series: [room.d.used]
+                        colors: [room.firstLine]
+                        maximum: 1
+                        marksPoints: true
+                        topLabel: room.d.topText
+                        startLabel: room.d.firstLabel
+                        endLabel: room.d.lastLabel
+                    }
+                    Text {
+                        width: parent.width
+                        visible: text.length > 0
+                        text: room.d.note
+                        color: Style.theme.secondaryText
+                        font.pixelSize: Style.bodySize
+                        wrapMode: Text.Wrap
                     }
                 }
 
