@@ -34,7 +34,7 @@ struct OnXvfb : testing::Test {
     std::unique_ptr<XvfbServer> server;
     std::unique_ptr<FakeWindowManager> wm;
     void SetUp() override {
-        if (!XvfbServer::program()) GTEST_SKIP() << "Xvfb is not installed (apt-get install xvfb): the X11 reader is not tried";
+        if (!XvfbServer::program()) GTEST_SKIP() << test::noXvfb;
         server = XvfbServer::start();
         ASSERT_TRUE(server) << "Xvfb did not start";
         wm = std::make_unique<FakeWindowManager>(server->display());
@@ -140,7 +140,7 @@ TEST_F(OnXvfb, AServerThatStopsAnsweringCostsTheLimitAndIsConnectedAgainWhenItAn
 }
 
 TEST(DesktopWindowsCookie, ADisplayThatWantsACookieIsReadWithTheOneInTheAuthorityFile) {
-    if (!XvfbServer::program()) GTEST_SKIP() << "Xvfb is not installed (apt-get install xvfb): the X11 reader is not tried";
+    if (!XvfbServer::program()) GTEST_SKIP() << test::noXvfb;
     test::TempFolder folder;
     const std::string cookie = "0123456789abcdef";
     // The server takes every cookie of its file, whatever display it names.

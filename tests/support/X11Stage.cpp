@@ -111,6 +111,16 @@ void XvfbServer::stop() {
     pid_ = -1;
 }
 
+std::optional<ManagedDisplay> ManagedDisplay::start() {
+    if (!XvfbServer::program()) return std::nullopt;
+    ManagedDisplay display;
+    display.server = XvfbServer::start();
+    if (!display.server) throw std::runtime_error("Xvfb is installed but did not start");
+    display.wm = std::make_unique<FakeWindowManager>(display.server->display());
+    display.wm->manage();
+    return display;
+}
+
 void writeAuthority(const std::string& path, int number, const std::string& cookie) {
     std::ofstream file(path, std::ios::binary);
     auto counted = [&](const std::string& bytes) {

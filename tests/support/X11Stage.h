@@ -96,4 +96,15 @@ private:
     Window check_ = 0;
 };
 
+// What a test says when it can't play the window manager.
+inline constexpr const char* noXvfb = "Xvfb is not installed (apt-get install xvfb): the X11 windows are not tried";
+
+// An Xvfb of the test's own with the test as its window manager, announced.
+struct ManagedDisplay {
+    std::unique_ptr<XvfbServer> server;
+    std::unique_ptr<FakeWindowManager> wm;
+    // None when Xvfb is not installed; throws when it is and did not start.
+    static std::optional<ManagedDisplay> start();
+};
+
 } // namespace tessel::test

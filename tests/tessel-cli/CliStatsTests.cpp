@@ -143,17 +143,15 @@ TEST(ActivityMachine, AppsComeWithTheirProcessesAndWhatWasNotReadIsNull) {
 // The same on an X server of the test's own, where the test plays the window
 // manager: the shell's family owns the window in front, top's is minimised.
 TEST(ActivityMachine, WindowsAreWhatTheWindowManagerSays) {
-    if (!test::XvfbServer::program()) GTEST_SKIP() << "Xvfb is not installed (apt-get install xvfb): windows are not tried";
-    const std::unique_ptr<test::XvfbServer> server = test::XvfbServer::start();
-    ASSERT_TRUE(server);
-    test::FakeWindowManager wm(server->display());
-    wm.manage();
+    std::optional<test::ManagedDisplay> desktop = test::ManagedDisplay::start();
+    if (!desktop) GTEST_SKIP() << test::noXvfb;
+    test::FakeWindowManager& wm = *desktop->wm;
     const auto editor = wm.window(101);
     wm.list({editor, wm.window(100), wm.window(200, true)});
     wm.activate(editor);
     wm.sync();
     test::ScopedEnvironment environment;
-    environment.set("DISPLAY", server->display());
+    environment.set("DISPLAY", desktop->server->display());
     environment.unset("WAYLAND_DISPLAY");
     environment.unset("XDG_SESSION_TYPE");
     test::KernelTree kernel;

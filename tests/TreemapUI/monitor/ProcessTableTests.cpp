@@ -66,13 +66,19 @@ TEST(ProcessTableRows, AFamilysWindowsAreCountedInFrontOrHidden) {
     EXPECT_EQ(rows[2].windows, "") << "known to have none";
 }
 
-TEST(ProcessTableModel, SamplesWhileStartedAndTheFirstSampleMeasuresNoProcessor) {
+// A described /proc of three families, and a model that samples it.
+struct ProcessTableMachine : testing::Test {
     test::KernelTree kernel;
-    kernel.process({90, 1, "sshd"});
-    kernel.process({100, 90, "bash", 0, 1000, 400});
-    kernel.process({200, 90, "top", 0, 1000, 800});
     ProcessTableModel model;
-    model.setProcRoot(kernel.roots.proc);
+    void SetUp() override {
+        kernel.process({90, 1, "sshd"});
+        kernel.process({100, 90, "bash", 0, 1000, 400});
+        kernel.process({200, 90, "top", 0, 1000, 800});
+        model.setProcRoot(kernel.roots.proc);
+    }
+};
+
+TEST_F(ProcessTableMachine, SamplesWhileStartedAndTheFirstSampleMeasuresNoProcessor) {
     model.setIntervalMilliseconds(300);
     QSignalSpy sampled(&model, &ProcessTableModel::sampled);
     model.start();
@@ -92,13 +98,7 @@ TEST(ProcessTableModel, SamplesWhileStartedAndTheFirstSampleMeasuresNoProcessor)
     EXPECT_FALSE(sampled.wait(700)) << "no sample after stop()";
 }
 
-TEST(ProcessTableModel, SaysWhyTheWindowsAreNotKnownAndShowsThemWhereTheWindowManagerSays) {
-    test::KernelTree kernel;
-    kernel.process({90, 1, "sshd"});
-    kernel.process({100, 90, "bash", 0, 1000, 400});
-    kernel.process({200, 90, "top", 0, 1000, 800});
-    ProcessTableModel model;
-    model.setProcRoot(kernel.roots.proc);
+TEST_F(ProcessTableMachine, SaysWhyTheWindowsAreNotKnownAndShowsThemWhereTheWindowManagerSays) {
     DesktopWindows::Settings wayland;
     wayland.waylandDisplay = "wayland-0";
     model.setWindowSettings(wayland);
@@ -111,17 +111,15 @@ TEST(ProcessTableModel, SaysWhyTheWindowsAreNotKnownAndShowsThemWhereTheWindowMa
     EXPECT_EQ(model.rows()->rows()[0].windows, "—");
     model.stop();
 
-    if (!test::XvfbServer::program()) GTEST_SKIP() << "Xvfb is not installed (apt-get install xvfb): the windows are not shown";
-    const std::unique_ptr<test::XvfbServer> server = test::XvfbServer::start();
-    ASSERT_TRUE(server);
-    test::FakeWindowManager wm(server->display());
-    wm.manage();
+    std::optional<test::ManagedDisplay> desktop = test::ManagedDisplay::start();
+    if (!desktop) GTEST_SKIP() << test::noXvfb;
+    test::FakeWindowManager& wm = *desktop->wm;
     const auto shell = wm.window(100);
     wm.list({shell, wm.window(200, true)});
     wm.activate(shell);
     wm.sync();
     DesktopWindows::Settings x11;
-    x11.display = server->display();
+    x11.display = desktop->server->display();
     model.setWindowSettings(x11);
     model.start();
     ASSERT_TRUE(sampled.wait(5000));
