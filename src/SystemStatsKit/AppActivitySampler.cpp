@@ -142,7 +142,7 @@ std::vector<RunningAppActivity> AppActivitySampler::finish(const std::vector<App
     for (const ProcessRecord& process : processes_.processes()) byPid.emplace(process.pid, &process);
     const std::optional<PidSet> holders = ask(signals_.assertionHolders);
     const std::optional<PidSet> sounding = ask(signals_.audioProcesses);
-    const std::optional<std::map<std::int32_t, int>> windows = ask(signals_.visibleWindows);
+    const std::optional<WindowsByPid> windows = ask(signals_.windows);
 
     std::vector<RunningAppActivity> activities;
     for (const App& app : apps) {
@@ -168,10 +168,10 @@ std::vector<RunningAppActivity> AppActivitySampler::finish(const std::vector<App
         if (holders) activity.keepsMacAwake = meets(activity.family, *holders);
         if (sounding) activity.usesAudio = meets(activity.family, *sounding);
         if (windows) {
-            int count = 0;
-            for (std::int32_t pid : activity.family)
-                if (auto found = windows->find(pid); found != windows->end()) count += found->second;
-            activity.visibleWindows = count;
+            const FamilyWindows family = WindowFigures::ofFamily(*windows, activity.family);
+            activity.visibleWindows = family.visibleWindows;
+            activity.isActive = family.isActive;
+            activity.isHidden = family.isHidden;
         }
         activities.push_back(std::move(activity));
     }

@@ -1,7 +1,10 @@
 // tessel activity: the user's processes gathered into apps, from two walks of
 // /proc an interval apart so that the processor shares are measured, not
 // guessed. The busiest come first, by processor and then by memory; a figure
-// the machine did not give is "—", never a zero.
+// the machine did not give is "—", never a zero. The windows are the X11
+// window manager's answer (DesktopWindows.h), asked once after the second
+// walk; where the desktop can't tell, they are "—" (null in JSON), and a
+// sentence under the table says why.
 
 #include <chrono>
 #include <cmath>
@@ -17,6 +20,7 @@
 #include "TerminalText.h"
 #include "DiskScanKit/ByteFormat.h"
 #include "DiskScanKit/TextFormat.h"
+#include "SystemStatsKit/DesktopWindows.h"
 #include "SystemStatsKit/ProcessSampler.h"
 
 namespace tessel::cli {
@@ -36,7 +40,12 @@ Json orNull(const std::optional<T>& value) {
     return value ? Json(*value) : Json(nullptr);
 }
 
-Json appItem(const ProcessUsage& row, const std::map<std::int32_t, const ProcessRecord*>& byPid) {
+std::optional<FamilyWindows> windowsOf(const ProcessUsage& row, const WindowsReading& windows) {
+    if (!windows.byPid) return std::nullopt;
+    return WindowFigures::ofFamily(*windows.byPid, row.pids);
+}
+
+Json appItem(const ProcessUsage& row, const WindowsReading& windows, const std::map<std::int32_t, const ProcessRecord*>& byPid) {
     Json item;
     putName(item, "name", row.name);
     putNameOrNull(item, "appID", row.appID);
@@ -45,6 +54,10 @@ Json appItem(const ProcessUsage& row, const std::map<std::int32_t, const Process
     item["cpu"] = orNull(row.cpu);
     item["memoryBytes"] = row.memory;
     item["diskBytesPerSecond"] = orNull(row.disk);
+    const std::optional<FamilyWindows> family = windowsOf(row, windows);
+    item["visibleWindows"] = family ? Json(family->visibleWindows) : Json(nullptr);
+    item["isActive"] = family ? Json(family->isActive) : Json(nullptr);
+    item["isHidden"] = family ? Json(family->isHidden) : Json(nullptr);
     Json processes = Json::array();
     for (std::int32_t pid : row.pids) {
         const ProcessRecord& process = *byPid.at(pid);
@@ -70,18 +83,20 @@ std::string right(const std::string& text, std::size_t width) {
     return std::string(width > columns ? width - columns : 0, ' ') + text;
 }
 
-void printTable(const std::vector<ProcessUsage>& rows, std::size_t processCount, double interval) {
+void printTable(const std::vector<ProcessUsage>& rows, const WindowsReading& windows, std::size_t processCount, double interval) {
     std::printf("%s in %s of yours, measured over %s\n", TextFormat::counted(static_cast<std::int64_t>(processCount), "process", "processes").c_str(),
                 TextFormat::counted(static_cast<std::int64_t>(rows.size()), "group", "groups").c_str(), TextFormat::seconds(interval).c_str());
-    std::printf("%s  %s  %s  %s  Name\n", right("CPU", 7).c_str(), right("Memory", 9).c_str(), right("Disk", 12).c_str(),
-                right("Processes", 9).c_str());
+    std::printf("%s  %s  %s  %s  %s  Name\n", right("CPU", 7).c_str(), right("Memory", 9).c_str(), right("Disk", 12).c_str(),
+                right("Processes", 9).c_str(), right("Windows", 11).c_str());
     for (const ProcessUsage& row : rows) {
         std::string name = printable(row.name);
         if (row.appID && *row.appID != row.name) name += " (" + printable(*row.appID) + ")";
-        std::printf("%s  %s  %s  %s  %s\n", right(cpuText(row.cpu), 7).c_str(),
+        std::printf("%s  %s  %s  %s  %s  %s\n", right(cpuText(row.cpu), 7).c_str(),
                     right(ByteFormat::string(static_cast<std::int64_t>(row.memory)), 9).c_str(), right(diskText(row.disk), 12).c_str(),
-                    right(std::to_string(row.pids.size()), 9).c_str(), name.c_str());
+                    right(std::to_string(row.pids.size()), 9).c_str(), right(WindowFigures::text(windowsOf(row, windows)), 11).c_str(),
+                    name.c_str());
     }
+    if (!windows.byPid) std::printf("%s\n", WindowFigures::unknownSentence(windows.why).c_str());
 }
 
 } // namespace
@@ -99,15 +114,18 @@ int runActivity(const std::vector<std::string>& words) {
     std::this_thread::sleep_for(std::chrono::duration<double>(interval));
     const double now = monotonicSeconds();
     const std::vector<ProcessUsage> rows = sampler.sample({}, now);
+    const WindowsReading windows = DesktopWindows().read();
 
     if (arguments.has("json")) {
         std::map<std::int32_t, const ProcessRecord*> byPid;
         for (const ProcessRecord& process : sampler.processes()) byPid.emplace(process.pid, &process);
         Json apps = Json::array();
-        for (const ProcessUsage& row : rows) apps.push_back(appItem(row, byPid));
-        printJson({{"intervalSeconds", now - start}, {"apps", std::move(apps)}});
+        for (const ProcessUsage& row : rows) apps.push_back(appItem(row, windows, byPid));
+        printJson({{"intervalSeconds", now - start},
+                   {"windowsUnknown", windows.byPid ? Json(nullptr) : Json(WindowFigures::unknownSentence(windows.why))},
+                   {"apps", std::move(apps)}});
     } else {
-        printTable(rows, sampler.processes().size(), now - start);
+        printTable(rows, windows, sampler.processes().size(), now - start);
     }
     return exitSuccess;
 }

@@ -63,12 +63,42 @@ TEST_F(AppActivity, WhatTheSessionSaysIsJoinedByFamily) {
     ActivitySignals signals;
     signals.assertionHolders = [] { return PidSet{1611}; };
     signals.audioProcesses = [] { return PidSet{}; };
-    signals.visibleWindows = [] { return std::map<std::int32_t, int>{{1600, 2}, {1700, 1}}; };
     const std::vector<RunningAppActivity> all = sample(signals);
     EXPECT_EQ(named(all, "Terminal").keepsMacAwake, true) << "a helper's inhibitor counts for its app";
     EXPECT_EQ(named(all, "TextEditor").keepsMacAwake, false);
     EXPECT_EQ(named(all, "Terminal").usesAudio, false) << "the sound server answered: no one plays";
-    EXPECT_EQ(named(all, "Terminal").visibleWindows, 2);
+}
+
+TEST_F(AppActivity, WindowsAreAddedOverTheFamilyInFrontWithAnyMemberAndHiddenWhenAllAre) {
+    ActivitySignals signals;
+    int asked = 0;
+    // The terminal's server has two windows, one minimised; its shell's helper owns the one in front.
+    signals.windows = [&asked] {
+        ++asked;
+        return WindowsByPid{{1600, {2, 1, false}}, {1611, {1, 0, true}}, {1700, {2, 2, false}}};
+    };
+    std::vector<RunningAppActivity> all = sample(signals);
+    EXPECT_EQ(asked, 1) << "one question for all three figures";
+    const RunningAppActivity& terminal = named(all, "Terminal");
+    EXPECT_EQ(terminal.visibleWindows, 2);
+    EXPECT_EQ(terminal.isActive, true);
+    EXPECT_EQ(terminal.isHidden, false);
+    const RunningAppActivity& editor = named(all, "TextEditor");
+    EXPECT_EQ(editor.visibleWindows, 0);
+    EXPECT_EQ(editor.isActive, false);
+    EXPECT_EQ(editor.isHidden, true) << "it has windows, and all are minimised";
+
+    signals.windows = [] { return WindowsByPid{{1600, {1, 0, true}}}; };
+    all = sample(signals);
+    EXPECT_EQ(named(all, "TextEditor").visibleWindows, 0);
+    EXPECT_EQ(named(all, "TextEditor").isHidden, false) << "no windows at all is not hidden";
+    EXPECT_EQ(named(all, "TextEditor").isActive, false);
+
+    signals.windows = [] { return std::optional<WindowsByPid>(); };
+    all = sample(signals);
+    EXPECT_FALSE(named(all, "Terminal").visibleWindows) << "the desktop can't tell: unknown, not 0";
+    EXPECT_FALSE(named(all, "Terminal").isActive);
+    EXPECT_FALSE(named(all, "Terminal").isHidden);
 }
 
 TEST(ActivityAnswers, BlockingSleepOrIdleInhibitorsAndUnpausedStreamsCount) {

@@ -24,10 +24,13 @@ TEST(SessionAnswers, TheToolsAnswersAreReadAndAMissingToolLeavesItUnknown) {
     writeProgram(tools / "busctl", R"json(echo '{"type":"a(ssssuu)","data":[[["sleep","Videos","a film","block",1000,2200]]]}')json");
     // Only sink-inputs answers; source-outputs fails as a pactl without a server does.
     writeProgram(tools / "pactl", R"json(if [ "$3" = sink-inputs ]; then echo '[{"corked":false,"properties":{"application.process.id":"3100"}}]'; else exit 1; fi)json");
-    const ActivitySignals answers = SessionAnswers::signals(tools.path());
+    DesktopWindows::Settings wayland;
+    wayland.waylandDisplay = "wayland-0";
+    const ActivitySignals answers = SessionAnswers::signals(tools.path(), wayland);
     EXPECT_EQ(answers.assertionHolders(), PidSet{2200});
     EXPECT_EQ(answers.audioProcesses(), PidSet{3100});
-    EXPECT_FALSE(answers.visibleWindows);
+    ASSERT_TRUE(answers.windows);
+    EXPECT_FALSE(answers.windows()) << "a Wayland session's windows are unknown";
 
     const ActivitySignals none = SessionAnswers::signals(tools / "nowhere");
     EXPECT_FALSE(none.assertionHolders());

@@ -11,7 +11,9 @@
 #include <thread>
 
 #include "KernelTree.h"
+#include "ScopedEnvironment.h"
 #include "ToolRun.h"
+#include "X11Stage.h"
 
 namespace tessel::cli {
 namespace {
@@ -102,6 +104,10 @@ TEST_F(StatsMachine, APersonReadsADashAndWhyAndBadOptionsAreRefused) {
 // stand still, so the second walk measures 0, a real figure, while a process
 // without io has no disk rate at all.
 TEST(ActivityMachine, AppsComeWithTheirProcessesAndWhatWasNotReadIsNull) {
+    test::ScopedEnvironment environment;
+    environment.unset("DISPLAY");
+    environment.unset("WAYLAND_DISPLAY");
+    environment.unset("XDG_SESSION_TYPE");
     test::KernelTree kernel;
     kernel.process({90, 1, "sshd"});
     kernel.process({100, 90, "bash", 0, 1000, 400});
@@ -120,12 +126,59 @@ TEST(ActivityMachine, AppsComeWithTheirProcessesAndWhatWasNotReadIsNull) {
     EXPECT_EQ(apps[0].at("processes")[1].at("name"), "vim");
     EXPECT_EQ(apps[2].at("name"), "top");
     EXPECT_EQ(apps[2].at("diskBytesPerSecond"), nullptr);
+    EXPECT_EQ(apps[0].at("visibleWindows"), nullptr) << "no display: unknown, not 0";
+    EXPECT_EQ(apps[0].at("isActive"), nullptr);
+    EXPECT_EQ(apps[0].at("isHidden"), nullptr);
+    EXPECT_EQ(report.at("windowsUnknown"), "Tessel can't tell on this desktop which apps have windows open or are in front.");
 
     const Outcome text = runTessel({"activity", "--interval", "0.1", "--proc-root", kernel.roots.proc});
     EXPECT_NE(text.out.find("4 processes in 3 groups of yours"), std::string::npos) << text.out;
-    EXPECT_NE(text.out.find("—          1  top"), std::string::npos) << text.out;
+    EXPECT_NE(text.out.find("—          1" + std::string(12, ' ') + "—  top"), std::string::npos) << text.out;
+    EXPECT_NE(text.out.find("\nTessel can't tell on this desktop which apps have windows open or are in front.\n"), std::string::npos)
+        << text.out;
     expectOneErrorLine(runTessel({"activity", "--proc-root", kernel.roots.proc + "/nowhere"}), 1, kernel.roots.proc + "/nowhere");
     expectOneErrorLine(runTessel({"activity", "--interval", "0"}), 2, "--interval");
+}
+
+// The same on an X server of the test's own, where the test plays the window
+// manager: the shell's family owns the window in front, top's is minimised.
+TEST(ActivityMachine, WindowsAreWhatTheWindowManagerSays) {
+    std::optional<test::ManagedDisplay> desktop = test::ManagedDisplay::start();
+    if (!desktop) GTEST_SKIP() << test::noXvfb;
+    test::FakeWindowManager& wm = *desktop->wm;
+    const auto editor = wm.window(101);
+    wm.list({editor, wm.window(100), wm.window(200, true)});
+    wm.activate(editor);
+    wm.sync();
+    test::ScopedEnvironment environment;
+    environment.set("DISPLAY", desktop->server->display());
+    environment.unset("WAYLAND_DISPLAY");
+    environment.unset("XDG_SESSION_TYPE");
+    test::KernelTree kernel;
+    kernel.process({90, 1, "sshd"});
+    kernel.process({100, 90, "bash", 0, 1000, 400});
+    kernel.process({101, 100, "vim", 0, 1200, 600});
+    kernel.process({200, 90, "top", 0, 1000, 50});
+
+    const json report = runJson({"activity", "--json", "--interval", "0.1", "--proc-root", kernel.roots.proc});
+    EXPECT_EQ(report.at("windowsUnknown"), nullptr);
+    const json& apps = report.at("apps");
+    ASSERT_EQ(apps.size(), 3u);
+    EXPECT_EQ(apps[0].at("name"), "bash");
+    EXPECT_EQ(apps[0].at("visibleWindows"), 2) << "bash's and vim's";
+    EXPECT_EQ(apps[0].at("isActive"), true);
+    EXPECT_EQ(apps[0].at("isHidden"), false);
+    EXPECT_EQ(apps[2].at("name"), "top");
+    EXPECT_EQ(apps[2].at("visibleWindows"), 0);
+    EXPECT_EQ(apps[2].at("isHidden"), true);
+    EXPECT_EQ(apps[1].at("name"), "sshd");
+    EXPECT_EQ(apps[1].at("visibleWindows"), 0);
+    EXPECT_EQ(apps[1].at("isHidden"), false);
+
+    const Outcome text = runTessel({"activity", "--interval", "0.1", "--proc-root", kernel.roots.proc});
+    EXPECT_NE(text.out.find("In front, 2  bash"), std::string::npos) << text.out;
+    EXPECT_NE(text.out.find("     Hidden  top"), std::string::npos) << text.out;
+    EXPECT_EQ(text.out.find("can't tell"), std::string::npos) << text.out;
 }
 
 } // namespace

@@ -25,8 +25,11 @@ double monotonicSeconds() {
 
 // What one run of the table owns on the pool's thread: start() makes a new one.
 struct ProcessTableModel::Walk {
+    Walk(std::string procRoot, DesktopWindows::Settings windowSettings)
+        : sampler(std::move(procRoot)), machine(DesktopMachine::fromEnvironment("/")), windows(std::move(windowSettings)) {}
     ProcessSampler sampler;
     DesktopMachine machine;
+    DesktopWindows windows;
     std::map<std::string, std::optional<std::string>> icons; // by desktop ID, found or not
 };
 
@@ -34,12 +37,13 @@ const std::vector<RowField<ProcessTableRow>>& ProcessTableRow::fields() {
     using Row = ProcessTableRow;
     static const std::vector<RowField<Row>> list{{"key", &Row::key},       {"name", &Row::name},     {"icon", &Row::icon},
                                                  {"processes", &Row::processes}, {"cpu", &Row::cpu}, {"memory", &Row::memory},
-                                                 {"disk", &Row::disk}};
+                                                 {"disk", &Row::disk},   {"windows", &Row::windows}};
     return list;
 }
 
 std::vector<ProcessTableRow> ProcessTableRows::make(std::vector<ProcessUsage> usage, ProcessOrder order,
-                                                    const std::map<std::string, std::string>& iconFiles) {
+                                                    const std::map<std::string, std::string>& iconFiles,
+                                                    const std::optional<WindowsByPid>& windows) {
     std::stable_sort(usage.begin(), usage.end(), [order](const ProcessUsage& a, const ProcessUsage& b) {
         const double cpuA = a.cpu.value_or(-1), cpuB = b.cpu.value_or(-1);
         if (order == ProcessOrder::cpu && cpuA != cpuB) return cpuA > cpuB;
@@ -58,7 +62,8 @@ std::vector<ProcessTableRow> ProcessTableRows::make(std::vector<ProcessUsage> us
                         toQString(TextFormat::counted(count, "process", "processes")),
                         u.cpu ? toQString(TextFormat::share(*u.cpu * 100)) : notGiven,
                         toQString(ByteFormat::string(static_cast<std::int64_t>(u.memory))),
-                        u.disk ? toQString(ByteFormat::string(std::llround(*u.disk)) + "/s") : notGiven});
+                        u.disk ? toQString(ByteFormat::string(std::llround(*u.disk)) + "/s") : notGiven,
+                        toQString(WindowFigures::text(windows ? std::optional(WindowFigures::ofFamily(*windows, u.pids)) : std::nullopt))});
     }
     return rows;
 }
@@ -73,7 +78,7 @@ ProcessTableModel::~ProcessTableModel() { relay_->detach(); }
 
 void ProcessTableModel::start() {
     if (timer_.isActive()) return;
-    walk_ = std::make_shared<Walk>(Walk{ProcessSampler(procRoot_), DesktopMachine::fromEnvironment("/"), {}});
+    walk_ = std::make_shared<Walk>(procRoot_, windowSettings_);
     measured_ = false;
     timer_.start();
     emit runningChanged();
@@ -96,6 +101,7 @@ void ProcessTableModel::tick() {
     // keeps the old one, and start() makes a new one.
     QThreadPool::globalInstance()->start([self = this, walk = walk_, relay = relay_, generation] {
         std::vector<ProcessUsage> usage = walk->sampler.sample({}, monotonicSeconds());
+        WindowsReading windows = walk->windows.read();
         std::map<std::string, std::string> iconFiles;
         for (const ProcessUsage& u : usage) {
             if (!u.appID) continue;
@@ -103,19 +109,22 @@ void ProcessTableModel::tick() {
             if (added) known->second = AppIcons::find(*u.appID, walk->machine);
             if (known->second) iconFiles.emplace(*u.appID, *known->second);
         }
-        relay->post([self, usage = std::move(usage), iconFiles = std::move(iconFiles), generation]() mutable {
-            self->take(std::move(usage), std::move(iconFiles), generation);
+        relay->post([self, usage = std::move(usage), iconFiles = std::move(iconFiles), windows = std::move(windows), generation]() mutable {
+            self->take(std::move(usage), std::move(iconFiles), std::move(windows), generation);
         });
     });
 }
 
-void ProcessTableModel::take(std::vector<ProcessUsage> usage, std::map<std::string, std::string> iconFiles, unsigned generation) {
+void ProcessTableModel::take(std::vector<ProcessUsage> usage, std::map<std::string, std::string> iconFiles, WindowsReading windows,
+                             unsigned generation) {
     if (generation != generation_) return;
     walking_ = false;
     measured_ = std::any_of(usage.begin(), usage.end(), [](const ProcessUsage& u) { return u.cpu.has_value(); });
     last_ = std::move(usage);
     iconFiles_ = std::move(iconFiles);
-    list_.reset(ProcessTableRows::make(last_, order_, iconFiles_));
+    windows_ = std::move(windows.byPid);
+    windowsUnknown_ = windows_ ? QString() : toQString(WindowFigures::unknownSentence(windows.why));
+    list_.reset(ProcessTableRows::make(last_, order_, iconFiles_, windows_));
     emit sampled();
 }
 
@@ -125,7 +134,7 @@ void ProcessTableModel::setOrder(const QString& order) {
     const ProcessOrder wanted = order == QStringLiteral("memory") ? ProcessOrder::memory : ProcessOrder::cpu;
     if (wanted == order_) return;
     order_ = wanted;
-    list_.reset(ProcessTableRows::make(last_, order_, iconFiles_));
+    list_.reset(ProcessTableRows::make(last_, order_, iconFiles_, windows_));
     emit orderChanged();
 }
 

@@ -12,6 +12,11 @@
 // The rows say what the machine gave: a share of the processor before the
 // second walk, or a disk rate where /proc/PID/io can't be read, is "—", not
 // 0%. The order is the user's: by processor, or by memory.
+//
+// Each walk also asks the desktop's window manager whose windows are open,
+// in front or hidden, through one DesktopWindows that keeps its connection
+// while the table runs. Where the desktop can't tell (Wayland, no window
+// manager), `windowsKnown` is false and `windowsUnknown` says why.
 
 #include <QObject>
 #include <QString>
@@ -20,11 +25,13 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "support/MainThreadRelay.h"
 #include "support/RowListModel.h"
+#include "SystemStatsKit/DesktopWindows.h"
 #include "SystemStatsKit/ProcessSampler.h"
 
 namespace tessel {
@@ -37,6 +44,7 @@ struct ProcessTableRow {
     QString cpu;       // "12.5%", "—"
     QString memory;    // "1.2 GB"
     QString disk;      // "40 KB/s", "—"
+    QString windows;   // "2", "In front", "Hidden", "" for none, "—" when not known
     static const std::vector<RowField<ProcessTableRow>>& fields();
 };
 
@@ -44,9 +52,11 @@ enum class ProcessOrder { cpu, memory };
 
 namespace ProcessTableRows {
 // The rows of `usage` in `order`, the larger first; ties by memory, then name.
-// `iconFiles`: the icon file of an app unit, by desktop ID.
+// `iconFiles`: the icon file of an app unit, by desktop ID; `windows`: each
+// process's windows, none when the desktop can't tell.
 std::vector<ProcessTableRow> make(std::vector<ProcessUsage> usage, ProcessOrder order,
-                                  const std::map<std::string, std::string>& iconFiles = {});
+                                  const std::map<std::string, std::string>& iconFiles = {},
+                                  const std::optional<WindowsByPid>& windows = std::nullopt);
 } // namespace ProcessTableRows
 
 class ProcessTableList : public FieldListModel<ProcessTableRow> {
@@ -67,6 +77,11 @@ class ProcessTableModel : public QObject {
     // Whether a second walk has measured the processor yet.
     Q_PROPERTY(bool measured READ measured NOTIFY sampled)
     Q_PROPERTY(int intervalMilliseconds READ intervalMilliseconds WRITE setIntervalMilliseconds NOTIFY intervalChanged)
+    // Whether the last walk learnt whose windows are open; until the first
+    // walk, and where the desktop can't tell, it did not.
+    Q_PROPERTY(bool windowsKnown READ windowsKnown NOTIFY sampled)
+    // Why not, in a sentence; empty when they are known or not yet asked.
+    Q_PROPERTY(QString windowsUnknown READ windowsUnknown NOTIFY sampled)
 
 public:
     explicit ProcessTableModel(QObject* parent = nullptr);
@@ -85,8 +100,12 @@ public:
     bool measured() const { return measured_; }
     int intervalMilliseconds() const { return timer_.interval(); }
     void setIntervalMilliseconds(int milliseconds);
+    bool windowsKnown() const { return windows_.has_value(); }
+    QString windowsUnknown() const { return windowsUnknown_; }
     // Where the processes are read: "/proc" unless a test says otherwise.
     void setProcRoot(std::string procRoot) { procRoot_ = std::move(procRoot); }
+    // Which display the windows are asked of: this process's unless a test says otherwise.
+    void setWindowSettings(DesktopWindows::Settings settings) { windowSettings_ = std::move(settings); }
 
 signals:
     void orderChanged();
@@ -97,11 +116,15 @@ signals:
 private:
     void tick();
     struct Walk;
-    void take(std::vector<ProcessUsage> usage, std::map<std::string, std::string> iconFiles, unsigned generation);
+    void take(std::vector<ProcessUsage> usage, std::map<std::string, std::string> iconFiles, WindowsReading windows,
+              unsigned generation);
 
     ProcessTableList list_;
     QTimer timer_;
     std::string procRoot_ = "/proc";
+    DesktopWindows::Settings windowSettings_ = DesktopWindows::fromEnvironment();
+    std::optional<WindowsByPid> windows_;
+    QString windowsUnknown_;
     std::shared_ptr<Walk> walk_;
     std::map<std::string, std::string> iconFiles_;
     std::shared_ptr<MainThreadRelay> relay_;

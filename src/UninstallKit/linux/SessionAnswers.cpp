@@ -1,5 +1,7 @@
 #include "UninstallKit/SessionAnswers.h"
 
+#include <memory>
+
 #include "UninstallKit/CommandRunner.h"
 
 namespace tessel::SessionAnswers {
@@ -16,7 +18,7 @@ CommandRunner::Limits shortLimits() {
 
 } // namespace
 
-ActivitySignals signals(const std::string& programFolder) {
+ActivitySignals signals(const std::string& programFolder, DesktopWindows::Settings windows) {
     ActivitySignals answers;
     answers.assertionHolders = [busctl = programFolder + "/busctl"]() -> std::optional<PidSet> {
         const std::optional<std::string> said =
@@ -36,6 +38,7 @@ ActivitySignals signals(const std::string& programFolder) {
         }
         return clients;
     };
+    answers.windows = [desktop = std::make_shared<DesktopWindows>(std::move(windows))] { return desktop->read().byPid; };
     return answers;
 }
 

@@ -13,6 +13,7 @@
 #include <memory>
 
 #include "KernelTree.h"
+#include "X11Stage.h"
 #include "app/IconProvider.h"
 #include "app/ThemeModel.h"
 #include "monitor/ProcessTableModel.h"
@@ -50,15 +51,34 @@ TEST(ProcessTableRows, SortByProcessorOrMemoryAndSayADashForWhatWasNotMeasured) 
     const std::map<std::string, std::string> icons{{"org.gnome.Terminal", "/usr/share/icons/Terminal.svg"}};
     EXPECT_EQ(ProcessTableRows::make({app}, ProcessOrder::cpu, icons)[0].icon, "image://appicon/%2Fusr%2Fshare%2Ficons%2FTerminal.svg");
     EXPECT_EQ(byCpu[0].icon, "") << "no app unit, no icon";
+    EXPECT_EQ(byCpu[0].windows, "—") << "the desktop did not say";
 }
 
-TEST(ProcessTableModel, SamplesWhileStartedAndTheFirstSampleMeasuresNoProcessor) {
+TEST(ProcessTableRows, AFamilysWindowsAreCountedInFrontOrHidden) {
+    std::vector<ProcessUsage> table{usage("editor", 0.5, 3'000, 0.0), usage("player", 0.2, 2'000, 0.0), usage("daemon", 0.1, 1'000, 0.0)};
+    table[0].pids = {1600, 1610};
+    table[1].pids = {1700};
+    table[2].pids = {1800};
+    const WindowsByPid windows{{1600, {1, 0, false}}, {1610, {2, 0, true}}, {1700, {1, 1, false}}};
+    const std::vector<ProcessTableRow> rows = ProcessTableRows::make(table, ProcessOrder::cpu, {}, windows);
+    EXPECT_EQ(rows[0].windows, "In front, 3");
+    EXPECT_EQ(rows[1].windows, "Hidden");
+    EXPECT_EQ(rows[2].windows, "") << "known to have none";
+}
+
+// A described /proc of three families, and a model that samples it.
+struct ProcessTableMachine : testing::Test {
     test::KernelTree kernel;
-    kernel.process({90, 1, "sshd"});
-    kernel.process({100, 90, "bash", 0, 1000, 400});
-    kernel.process({200, 90, "top", 0, 1000, 800});
     ProcessTableModel model;
-    model.setProcRoot(kernel.roots.proc);
+    void SetUp() override {
+        kernel.process({90, 1, "sshd"});
+        kernel.process({100, 90, "bash", 0, 1000, 400});
+        kernel.process({200, 90, "top", 0, 1000, 800});
+        model.setProcRoot(kernel.roots.proc);
+    }
+};
+
+TEST_F(ProcessTableMachine, SamplesWhileStartedAndTheFirstSampleMeasuresNoProcessor) {
     model.setIntervalMilliseconds(300);
     QSignalSpy sampled(&model, &ProcessTableModel::sampled);
     model.start();
@@ -76,6 +96,43 @@ TEST(ProcessTableModel, SamplesWhileStartedAndTheFirstSampleMeasuresNoProcessor)
     model.stop();
     EXPECT_FALSE(model.running());
     EXPECT_FALSE(sampled.wait(700)) << "no sample after stop()";
+}
+
+TEST_F(ProcessTableMachine, SaysWhyTheWindowsAreNotKnownAndShowsThemWhereTheWindowManagerSays) {
+    DesktopWindows::Settings wayland;
+    wayland.waylandDisplay = "wayland-0";
+    model.setWindowSettings(wayland);
+    EXPECT_EQ(model.windowsUnknown(), "") << "not asked yet";
+    QSignalSpy sampled(&model, &ProcessTableModel::sampled);
+    model.start();
+    ASSERT_TRUE(sampled.wait(5000));
+    EXPECT_FALSE(model.windowsKnown());
+    EXPECT_EQ(model.windowsUnknown(), "On Wayland, Tessel can't tell which apps have windows open or are in front.");
+    EXPECT_EQ(model.rows()->rows()[0].windows, "—");
+    model.stop();
+
+    std::optional<test::ManagedDisplay> desktop = test::ManagedDisplay::start();
+    if (!desktop) GTEST_SKIP() << test::noXvfb;
+    test::FakeWindowManager& wm = *desktop->wm;
+    const auto shell = wm.window(100);
+    wm.list({shell, wm.window(200, true)});
+    wm.activate(shell);
+    wm.sync();
+    DesktopWindows::Settings x11;
+    x11.display = desktop->server->display();
+    model.setWindowSettings(x11);
+    model.start();
+    ASSERT_TRUE(sampled.wait(5000));
+    EXPECT_TRUE(model.windowsKnown());
+    EXPECT_EQ(model.windowsUnknown(), "");
+    const std::vector<ProcessTableRow>& rows = model.rows()->rows();
+    ASSERT_EQ(rows.size(), 3u);
+    for (const ProcessTableRow& row : rows) {
+        if (row.name == "bash") EXPECT_EQ(row.windows, "In front");
+        else if (row.name == "top") EXPECT_EQ(row.windows, "Hidden");
+        else EXPECT_EQ(row.windows, "") << row.name.toStdString();
+    }
+    model.stop();
 }
 
 TEST(ProcessTableView, LoadsWithoutAnErrorAndDrawsTheModelsRows) {

@@ -15,22 +15,24 @@
 //                        shares (/usr/bin and the like)
 //     keepsMacAwake      the family holds a logind inhibitor of sleep or idle
 //     usesAudio          the family plays or records through the sound server
-//     visibleWindows, isActive, isHidden
-//                        what the window system says
+//     visibleWindows     the family's windows that are open and not hidden
+//     isActive           a member owns the window in front
+//     isHidden           the family has windows, and all are hidden
+//                        (DesktopWindows.h: what the window manager says)
 //
 // The session's answers come through ActivitySignals, each a call that
-// answers none when it can't tell (no system bus, no sound server, no X11):
-// the figure is then unknown, never false.
+// answers none when it can't tell (no system bus, no sound server, no X11
+// window manager): the figure is then unknown, never false.
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <optional>
 #include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "SystemStatsKit/DesktopWindows.h"
 #include "SystemStatsKit/ProcessSampler.h"
 #include "SystemStatsKit/RunningApp.h"
 
@@ -61,8 +63,8 @@ struct ActivitySignals {
     std::function<std::optional<PidSet>()> assertionHolders;
     // Pids whose sound is playing or recording.
     std::function<std::optional<PidSet>()> audioProcesses;
-    // Visible windows by pid.
-    std::function<std::optional<std::map<std::int32_t, int>>()> visibleWindows;
+    // Each process's windows, asked once for all three window figures.
+    std::function<std::optional<WindowsByPid>()> windows;
 };
 
 namespace ActivityAnswers {

@@ -300,8 +300,11 @@ Flickable {
             title: "Apps and processes"
             symbol: "app"
             figure: ""
-            detail: "Processor over the last two seconds, 100% being one core; memory with shared pages split between the programs that share them. Tessel can't tell on this desktop which apps have windows open or are in front."
+            // The window sentence only where the desktop can't tell, in the table's words.
+            detail: "Processor over the last two seconds, 100% being one core; memory with shared pages split between the programs that share them."
+                    + (processTable.processes.windowsUnknown.length > 0 ? " " + processTable.processes.windowsUnknown : "")
             ProcessTable {
+                id: processTable
                 width: parent.width
                 height: fullHeight
                 shown: room.onScreen && room.visible

@@ -2,13 +2,17 @@ import QtQuick
 import QtQuick.Controls
 import Tessel.UI
 
-// What the user's programs use, app by app: processor, memory, disk. The
-// table samples while it is visible and stops when hidden; its headings sort
-// by processor or by memory. A figure the machine did not give reads "—".
+// What the user's programs use, app by app: processor, memory, disk, and
+// where the desktop says, their windows. The table samples while it is
+// visible and stops when hidden; its headings sort by processor or by memory.
+// A figure the machine did not give reads "—"; the windows' column is left
+// out where the desktop can't tell.
 Item {
     id: table
     property ProcessTableModel processes: ProcessTableModel {}
     readonly property int figureWidth: 96
+    readonly property bool showsWindows: processes.windowsKnown
+    readonly property int figures: showsWindows ? 5 : 4
 
     // Whether anybody can see the table; a room behind a minimised window says no.
     property bool shown: visible
@@ -28,8 +32,9 @@ Item {
         width: parent.width
         height: 30
         Repeater {
-            model: [["", "Name", table.width - 4 * table.figureWidth], ["", "Processes", table.figureWidth],
+            model: [["", "Name", table.width - table.figures * table.figureWidth], ["", "Processes", table.figureWidth],
                     ["cpu", "CPU", table.figureWidth], ["memory", "Memory", table.figureWidth], ["", "Disk", table.figureWidth]]
+                   .concat(table.showsWindows ? [["", "Windows", table.figureWidth]] : [])
             AbstractButton {
                 id: heading
                 required property var modelData
@@ -94,6 +99,7 @@ Item {
             required property string cpu
             required property string memory
             required property string disk
+            required property string windows
             width: rows.width
             height: 40
             color: hover.hovered ? Style.mix(Style.theme.background, Style.theme.text, 0.04) : "transparent"
@@ -106,7 +112,7 @@ Item {
             }
             Text {
                 x: 40
-                width: table.width - 4 * table.figureWidth - 48
+                width: table.width - table.figures * table.figureWidth - 48
                 anchors.verticalCenter: parent.verticalCenter
                 text: entry.name
                 color: Style.theme.text
@@ -115,10 +121,10 @@ Item {
                 elide: Text.ElideRight
             }
             Row {
-                x: table.width - 4 * table.figureWidth
+                x: table.width - table.figures * table.figureWidth
                 anchors.verticalCenter: parent.verticalCenter
                 Repeater {
-                    model: [entry.processes, entry.cpu, entry.memory, entry.disk]
+                    model: [entry.processes, entry.cpu, entry.memory, entry.disk].concat(table.showsWindows ? [entry.windows] : [])
                     Text {
                         required property string modelData
                         width: table.figureWidth
