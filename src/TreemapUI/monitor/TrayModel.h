@@ -73,6 +73,8 @@ class TrayModel : public QObject {
     Q_PROPERTY(bool dashboard READ dashboard NOTIFY changed)
     // The last minutes of the history, as ChartLines::toMap gives them, while the open panel is a dashboard.
     Q_PROPERTY(QVariantMap charts READ charts NOTIFY chartsChanged)
+    // What the charts span, in words: "Last 10 minutes".
+    Q_PROPERTY(QString chartSpanWords READ chartSpanWords CONSTANT)
 
 public:
     // The dashboard's charts: the last ten minutes, in means of ten seconds or more.
@@ -95,6 +97,7 @@ public:
     void setPanelOpen(bool open);
     bool dashboard() const { return choice_.dashboard; }
     QVariantMap charts() const { return charts_; }
+    static QString chartSpanWords() { return QStringLiteral("Last %1 minutes").arg(static_cast<int>(chartSpan / 60)); }
     // The panel's buttons: "window", "monitor", "settings", "quit"; the app answers.
     Q_INVOKABLE void ask(const QString& what) { emit asked(what); }
 

@@ -32,7 +32,7 @@ Card {
                 id: span
                 anchors.right: parent.right
                 width: board.chartWidth
-                text: "Last 10 minutes"
+                text: board.tray.chartSpanWords
                 color: Style.theme.secondaryText
                 font.pixelSize: Style.captionSize
                 horizontalAlignment: Text.AlignHCenter
