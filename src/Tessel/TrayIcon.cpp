@@ -21,16 +21,23 @@ namespace {
 
 // The icon with a figure on it: the app's mark, and the number in a rounded
 // plate across its lower part, big enough to read at tray size.
+// The figure changes every few seconds for as long as the app runs, so the
+// mark is drawn from its SVG once, and each new figure only paints its plate.
 QIcon iconWith(const QString& figure) {
-    const QIcon base(QStringLiteral(":/Tessel/app-icon.svg"));
+    static const QIcon base(QStringLiteral(":/Tessel/app-icon.svg"));
     if (figure.isEmpty()) return base;
-    QPixmap pixmap(64, 64);
-    pixmap.fill(Qt::transparent);
+    static const QPixmap dimmedMark = [] {
+        QPixmap mark(64, 64);
+        mark.fill(Qt::transparent);
+        QPainter painter(&mark);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setOpacity(0.55);
+        base.paint(&painter, mark.rect());
+        return mark;
+    }();
+    QPixmap pixmap = dimmedMark.copy();
     QPainter painter(&pixmap);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setOpacity(0.55);
-    base.paint(&painter, pixmap.rect());
-    painter.setOpacity(1);
     QFont font = painter.font();
     font.setBold(true);
     font.setPixelSize(figure.size() > 2 ? 28 : 36);
@@ -59,7 +66,7 @@ TrayIcon::TrayIcon(TesselApp& app, QObject* parent)
     menu_->addAction(QStringLiteral("Quit Tessel"), this, [this] { answer("quit"); });
     icon_.setContextMenu(menu_.get());
     connect(&icon_, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
-        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick) openPanel();
+        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick) togglePanel();
     });
     connect(&model_, &TrayModel::changed, this, &TrayIcon::redraw);
     connect(&model_, &TrayModel::asked, this, &TrayIcon::answer);
@@ -101,7 +108,23 @@ QQuickWindow* TrayIcon::panel() {
         return nullptr;
     }
     panel_.reset(window);
+    connect(window, &QWindow::visibleChanged, this, [this](bool visible) {
+        if (!visible) hiddenAt_.restart();
+    });
     return window;
+}
+
+void TrayIcon::togglePanel() {
+    // On a desktop, the click on the icon first takes the focus from the open
+    // panel, which hides itself, and only then reaches the icon: a click that
+    // comes right after that means "close", not "open again".
+    constexpr qint64 closingClickMilliseconds = 400;
+    if (panel_ && panel_->isVisible()) {
+        panel_->hide();
+        return;
+    }
+    if (hiddenAt_.isValid() && hiddenAt_.elapsed() < closingClickMilliseconds) return;
+    openPanel();
 }
 
 void TrayIcon::openPanel() {

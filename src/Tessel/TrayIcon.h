@@ -4,6 +4,7 @@
 // the icon, and a panel of every reading that a click opens. Where the
 // desktop has no tray, nothing is made and the settings say so.
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QQmlComponent>
 #include <QSystemTrayIcon>
@@ -32,6 +33,8 @@ public:
     // The panel, made on first use; null when its QML failed.
     QQuickWindow* panel();
     void openPanel();
+    // What a click on the icon does: opens the panel, or closes it when open.
+    void togglePanel();
 
 private:
     void follow();
@@ -46,6 +49,7 @@ private:
     std::unique_ptr<QMenu> menu_;
     std::unique_ptr<QQuickWindow> panel_;
     QString drawnBadge_ = QStringLiteral("-");
+    QElapsedTimer hiddenAt_; // when the panel last went out of sight
 };
 
 } // namespace tessel

@@ -17,6 +17,11 @@ Window {
     onVisibleChanged: tray.panelOpen = visible
     onActiveChanged: if (!active && visible && Qt.platform.pluginName !== "offscreen") hide()
 
+    Shortcut {
+        sequence: "Escape"
+        onActivated: panel.hide()
+    }
+
     Rectangle {
         anchors.fill: parent
         color: "transparent"
