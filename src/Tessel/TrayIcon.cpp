@@ -70,6 +70,7 @@ TrayIcon::TrayIcon(TesselApp& app, QObject* parent)
     });
     connect(&model_, &TrayModel::changed, this, &TrayIcon::redraw);
     connect(&model_, &TrayModel::asked, this, &TrayIcon::answer);
+    connect(&model_, &TrayModel::focusLost, this, [this] { focusLostAt_.restart(); });
     connect(&app_.preferences(), &PreferencesModel::changed, this, &TrayIcon::follow);
     follow();
 }
@@ -108,9 +109,6 @@ QQuickWindow* TrayIcon::panel() {
         return nullptr;
     }
     panel_.reset(window);
-    connect(window, &QWindow::visibleChanged, this, [this](bool visible) {
-        if (!visible) hiddenAt_.restart();
-    });
     return window;
 }
 
@@ -123,7 +121,7 @@ void TrayIcon::togglePanel() {
         panel_->hide();
         return;
     }
-    if (hiddenAt_.isValid() && hiddenAt_.elapsed() < closingClickMilliseconds) return;
+    if (focusLostAt_.isValid() && focusLostAt_.elapsed() < closingClickMilliseconds) return;
     openPanel();
 }
 

@@ -49,7 +49,7 @@ private:
     std::unique_ptr<QMenu> menu_;
     std::unique_ptr<QQuickWindow> panel_;
     QString drawnBadge_ = QStringLiteral("-");
-    QElapsedTimer hiddenAt_; // when the panel last went out of sight
+    QElapsedTimer focusLostAt_; // when the open panel last closed itself on losing the focus
 };
 
 } // namespace tessel

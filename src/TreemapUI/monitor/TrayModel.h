@@ -100,11 +100,14 @@ public:
     static QString chartSpanWords() { return QStringLiteral("Last %1 minutes").arg(static_cast<int>(chartSpan / 60)); }
     // The panel's buttons: "window", "monitor", "settings", "quit"; the app answers.
     Q_INVOKABLE void ask(const QString& what) { emit asked(what); }
+    // The open panel lost the focus to another window and closes itself.
+    Q_INVOKABLE void noteFocusLost() { emit focusLost(); }
 
 signals:
     void changed();
     void chartsChanged();
     void asked(const QString& what);
+    void focusLost();
 
 private:
     void apply();

@@ -15,7 +15,12 @@ Window {
     flags: Qt.Tool | Qt.FramelessWindowHint | Qt.WindowStaysOnTopHint
     color: Style.theme.background
     onVisibleChanged: tray.panelOpen = visible
-    onActiveChanged: if (!active && visible && Qt.platform.pluginName !== "offscreen") hide()
+    onActiveChanged: {
+        if (!active && visible && Qt.platform.pluginName !== "offscreen") {
+            tray.noteFocusLost()
+            hide()
+        }
+    }
 
     Shortcut {
         sequence: "Escape"
