@@ -21,6 +21,18 @@ fail() {
     failed=1
 }
 
+# wait_for SECONDS WHAT COMMAND...: polls COMMAND until it succeeds.
+wait_for() {
+    local seconds=$1 what=$2
+    shift 2
+    for ((tenths = 0; tenths < seconds * 10; tenths++)); do
+        "$@" && return 0
+        sleep 0.1
+    done
+    fail "$what did not happen within $seconds seconds"
+    return 1
+}
+
 # The commands, as "tessel --help" lists them.
 tool_commands() {
     "$bin/tessel" --help | sed -n '/^Commands:/,/^$/s/^  \([a-z][a-z0-9-]*\) .*/\1/p'

@@ -34,17 +34,6 @@ owns_name() {
         grep -q 'boolean true'
 }
 scanned() { "$bin/tessel" snapshots --json "$1" | grep -q '"date"'; }
-# wait_for SECONDS WHAT COMMAND...: polls COMMAND until it succeeds.
-wait_for() {
-    local seconds=$1 what=$2
-    shift 2
-    for ((tenths = 0; tenths < seconds * 10; tenths++)); do
-        "$@" && return 0
-        sleep 0.1
-    done
-    fail "$what did not happen within $seconds seconds"
-    return 1
-}
 
 "$bin/tessel-app" "$work/first" >"$work/first.log" 2>&1 &
 first=$!

@@ -18,18 +18,6 @@ cleanup() {
 }
 trap cleanup EXIT
 
-# wait_for SECONDS WHAT COMMAND...: polls COMMAND until it succeeds.
-wait_for() {
-    local seconds=$1 what=$2
-    shift 2
-    for ((tenths = 0; tenths < seconds * 10; tenths++)); do
-        "$@" && return 0
-        sleep 0.1
-    done
-    fail "$what did not happen within $seconds seconds"
-    return 1
-}
-
 # Wider than the window, so that the tray at the top right stays uncovered:
 # with no window manager, nothing keeps the window off it.
 exec 3>"$work/display"
