@@ -19,22 +19,20 @@ namespace tessel {
 
 namespace {
 
-// The icon with a figure on it: the app's mark, and the number in a rounded
+// The app's mark, faded so that a figure on it reads.
+QPixmap dimmed(const QIcon& mark) {
+    QPixmap pixmap(64, 64);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setOpacity(0.55);
+    mark.paint(&painter, pixmap.rect());
+    return pixmap;
+}
+
+// The icon with a figure on it: the faded mark, and the number in a rounded
 // plate across its lower part, big enough to read at tray size.
-// The figure changes every few seconds for as long as the app runs, so the
-// mark is drawn from its SVG once, and each new figure only paints its plate.
-QIcon iconWith(const QString& figure) {
-    static const QIcon base(QStringLiteral(":/Tessel/app-icon.svg"));
-    if (figure.isEmpty()) return base;
-    static const QPixmap dimmedMark = [] {
-        QPixmap mark(64, 64);
-        mark.fill(Qt::transparent);
-        QPainter painter(&mark);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setOpacity(0.55);
-        base.paint(&painter, mark.rect());
-        return mark;
-    }();
+QIcon iconWith(const QPixmap& dimmedMark, const QString& figure) {
     QPixmap pixmap = dimmedMark.copy();
     QPainter painter(&pixmap);
     painter.setRenderHint(QPainter::Antialiasing);
@@ -58,7 +56,7 @@ TrayIcon::TrayIcon(TesselApp& app, QObject* parent)
       freeSpace_([] { return VolumeSampler("/").sample(); }), model_(&readings_, &freeSpace_, app.session().systemHistory()),
       menu_(std::make_unique<QMenu>()) {
     app_.preferences().setTrayAvailable(QSystemTrayIcon::isSystemTrayAvailable());
-    icon_.setIcon(iconWith({}));
+    icon_.setIcon(mark_);
     menu_->addAction(QStringLiteral("Show Readings"), this, &TrayIcon::openPanel);
     menu_->addAction(QStringLiteral("Open Tessel"), this, [this] { answer("window"); });
     menu_->addAction(QStringLiteral("Monitor"), this, [this] { answer("monitor"); });
@@ -94,7 +92,14 @@ void TrayIcon::redraw() {
     // Drawing an icon costs more than a tooltip; only when its figure changed.
     if (const QString badge = model_.badge(); badge != drawnBadge_) {
         drawnBadge_ = badge;
-        icon_.setIcon(iconWith(badge));
+        // The figure changes every few seconds for as long as the app runs, so
+        // the mark is drawn from its SVG once, and each figure only paints its plate.
+        if (badge.isEmpty()) {
+            icon_.setIcon(mark_);
+            return;
+        }
+        if (dimmedMark_.isNull()) dimmedMark_ = dimmed(mark_);
+        icon_.setIcon(iconWith(dimmedMark_, badge));
     }
 }
 

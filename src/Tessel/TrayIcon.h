@@ -5,6 +5,8 @@
 // desktop has no tray, nothing is made and the settings say so.
 
 #include <QElapsedTimer>
+#include <QIcon>
+#include <QPixmap>
 #include <QObject>
 #include <QQmlComponent>
 #include <QSystemTrayIcon>
@@ -48,6 +50,8 @@ private:
     QSystemTrayIcon icon_;
     std::unique_ptr<QMenu> menu_;
     std::unique_ptr<QQuickWindow> panel_;
+    const QIcon mark_{QStringLiteral(":/Tessel/app-icon.svg")};
+    QPixmap dimmedMark_; // drawn on the first figure
     QString drawnBadge_ = QStringLiteral("-");
     QElapsedTimer focusLostAt_; // when the open panel last closed itself on losing the focus
 };

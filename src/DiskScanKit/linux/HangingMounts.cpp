@@ -150,13 +150,14 @@ std::optional<MountEntry> holdingIn(const std::vector<MountEntry>& table, std::s
         }
         std::string target(PATH_MAX, '\0');
         const ssize_t length = ::readlink(next.c_str(), target.data(), target.size());
-        if (length <= 0) {
+        // A target that fills the buffer may have been cut short: not one to follow.
+        if (length <= 0 || static_cast<std::size_t>(length) >= target.size()) {
             reached = next;
             continue;
         }
         target.resize(static_cast<std::size_t>(length));
         ++links;
-        if (target.starts_with('/')) reached = "/";
+        if (target.starts_with('/')) reached.resize(1); // back to "/"
         prepend(target);
     }
     return MountTable::containing(table, reached);
