@@ -50,6 +50,12 @@ TEST_F(MountOfAPath, ALinkIntoTheShareLeadsToTheShare) {
     EXPECT_EQ(mountOf(temp / "local/inner/../absolute"), "fuse.sshfs");
 }
 
+TEST_F(MountOfAPath, ALinkWithALongNameThatIsNotUtf8IsFollowed) {
+    const std::string name(255, '\xff');
+    makeSymlink(temp / "share", temp / ("local/" + name));
+    EXPECT_EQ(mountOf(temp / ("local/" + name + "/x")), "fuse.sshfs");
+}
+
 TEST_F(MountOfAPath, NothingInsideTheShareIsLookedAt) {
     // Following share/back-out would reach the local disk; it must never be read.
     EXPECT_EQ(mountOf(temp / "share/back-out/inner"), "fuse.sshfs");
